@@ -1,0 +1,11 @@
+// The whole driver toolkit in one include: free functions that any driver may call.
+// It knows no controller, opens no port and keeps nothing between two calls.
+#ifndef DRIVERS_TOOLS_H
+#define DRIVERS_TOOLS_H
+
+#include "drivers/tools/addressparsing.h"
+#include "drivers/tools/dataconvert.h"
+#include "drivers/tools/datapack.h"
+#include "drivers/tools/rotatearray.h"
+
+#endif

@@ -1,0 +1,31 @@
+// Exchanges two neighbouring blocks of an array in place.
+// It knows nothing of what the elements mean and allocates nothing.
+#ifndef DRIVERS_TOOLS_ROTATEARRAY_H
+#define DRIVERS_TOOLS_ROTATEARRAY_H
+
+#include "drivers/export.h"
+
+#include <algorithm>
+
+/// Brings the k elements behind the first m to the front, each block in its own order:
+/// 1 2 3 4 5 with m = 2 and k = 3 becomes 3 4 5 1 2.
+///
+/// a      at least m + k elements
+/// m, k   elements in the first and in the second block; when either is 0 or less nothing moves
+template <typename T>
+DRIVER_KIT_EXPORT void RotateArray(T* a, int m, int k)
+{
+    if (m <= 0 || k <= 0)
+        return;
+    T* const middle = a + m;
+    T* const end = middle + k;
+    std::reverse(a, middle);
+    std::reverse(middle, end);
+    std::reverse(a, end);
+}
+
+// These two live in the library; other element types are instantiated where they are used.
+extern template void RotateArray<char>(char* a, int m, int k);
+extern template void RotateArray<unsigned char>(unsigned char* a, int m, int k);
+
+#endif
