@@ -1,0 +1,158 @@
+// Plays the stories of transcripts.txt against a driver from CreateDriver, through the interface
+// alone.
+#include "portcalls.h"
+
+#include "drivers/communicatorcommand.h"
+#include "drivers/driverinterface.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <memory>
+#include <sstream>
+
+extern "C" DriverInterface* CreateDriver();
+
+namespace
+{
+
+struct Story {
+    std::string name;
+    std::string request;
+    std::vector<std::string> calls;
+    std::string outcome;
+};
+
+void PrintTo(const Story& story, std::ostream* out)
+{
+    *out << story.name;
+}
+
+const std::map<std::string, std::vector<std::string>> shorthand = {
+    {"open", {"option 12 0", R"(write "CR\r\n")", R"(read 4 "CC\r\n")"}},
+    {"close", {"option 12 0", R"(write "CQ\r\n")", R"(read 4 "CF\r\n")"}},
+};
+
+void addLine(Story& story, const std::string& line)
+{
+    const auto calls = shorthand.find(line);
+    if (story.request.empty())
+        story.request = line;
+    else if (line[0] == '=' || line[0] == '!')
+        story.outcome = line;
+    else if (calls != shorthand.end())
+        story.calls.insert(story.calls.end(), calls->second.begin(), calls->second.end());
+    else
+        story.calls.push_back(line);
+}
+
+std::vector<Story> readStories()
+{
+    std::ifstream file(TRANSCRIPTS);
+    std::vector<Story> stories;
+    for (std::string line; std::getline(file, line);) {
+        if (line.empty() || line[0] == '#')
+            continue;
+        if (line[0] != ' ')
+            stories.push_back({line, "", {}, ""});
+        else
+            addLine(stories.back(), line.substr(line.find_first_not_of(' ')));
+    }
+    return stories;
+}
+
+int dataTypeNamed(const std::string& name)
+{
+    static const std::map<std::string, int> types = {
+        {"bit", DataBit},          {"byte", DataByte},     {"word", DataWord},
+        {"dword", DataDoubleWord}, {"quad", DataQuadWord}, {"block", DataBlock},
+        {"group", DataBitGroup},
+    };
+    const auto type = types.find(name);
+    return type == types.end() ? std::stoi(name) : type->second;
+}
+
+std::string failure(DriverInterface& driver)
+{
+    const std::string text = quoted(driver.getLastError().toLatin1());
+    return "! " + text.substr(1, text.size() - 2);
+}
+
+/// What a person would say of the request's result, in the words of the stories.
+std::string outcomeOf(DriverInterface& driver, AbstractDeviceInterface& port,
+                      const std::string& request)
+{
+    std::istringstream words(request);
+    std::string verb, type, device, rest;
+    words >> verb >> type >> device;
+    std::getline(words, rest);
+
+    CommunicatorCommand command;
+    command.dataType = dataTypeNamed(type);
+    command.address = QString::fromStdString(device);
+    if (verb == "write") {
+        const bool written = driver.write(&port, command, QByteArray::fromHex(rest.c_str()));
+        return driver.hasError() ? (written ? "written?" : failure(driver))
+                                 : (written ? "= ok" : "= false");
+    }
+    command.length = std::stoi(rest);
+    const QByteArray data = driver.read(&port, command);
+    if (driver.hasError())
+        return data.isEmpty() ? failure(driver) : "data in spite of an error";
+    return data.isEmpty() ? "= nothing" : "= " + data.toHex(' ').toUpper().toStdString();
+}
+
+std::string lines(const std::vector<std::string>& calls)
+{
+    std::string text;
+    for (const std::string& call : calls)
+        text += call + "\n";
+    return text;
+}
+
+class Transcript : public testing::TestWithParam<Story>
+{
+protected:
+    std::unique_ptr<DriverInterface> driver{CreateDriver()};
+};
+
+TEST_P(Transcript, IsFollowedCallByCall)
+{
+    const Story& story = GetParam();
+    ScriptedPort port(story.calls);
+    const std::string outcome = outcomeOf(*driver, port, story.request);
+    EXPECT_EQ(lines(port.calls()), lines(story.calls));
+    EXPECT_EQ(outcome, story.outcome);
+}
+
+TEST_P(Transcript, GivesNoResultWhenAReplyIsCut)
+{
+    const Story& story = GetParam();
+    if (story.outcome[0] != '=')
+        GTEST_SKIP() << "the story fails by itself";
+    for (size_t i = 0; i < story.calls.size(); ++i) {
+        if (story.calls[i].compare(0, 5, "read ") != 0)
+            continue;
+        const QByteArray whole = unquoted(story.calls[i]);
+        for (int length = 0; length < whole.size(); ++length) {
+            std::vector<std::string> calls(story.calls.begin(), story.calls.begin() + long(i));
+            calls.push_back("read " + std::to_string(whole.size()) + " " +
+                            quoted(whole.left(length)));
+            ScriptedPort port(calls);
+            // A story with retries of its own goes on trying, and fails in silence.
+            EXPECT_EQ(outcomeOf(*driver, port, story.request), "! packet loss")
+                << "call " << i << " cut to " << length << " bytes";
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Driver, Transcript, testing::ValuesIn(readStories()),
+                         [](const testing::TestParamInfo<Story>& info) {
+                             std::string name = info.param.name;
+                             for (char& c : name)
+                                 c = isalnum(static_cast<unsigned char>(c)) ? c : '_';
+                             return name;
+                         });
+
+} // namespace
