@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -117,6 +118,10 @@ protected:
     std::unique_ptr<DriverInterface> driver{CreateDriver()};
 };
 
+class CutTranscript : public Transcript
+{
+};
+
 TEST_P(Transcript, IsFollowedCallByCall)
 {
     const Story& story = GetParam();
@@ -126,11 +131,9 @@ TEST_P(Transcript, IsFollowedCallByCall)
     EXPECT_EQ(outcome, story.outcome);
 }
 
-TEST_P(Transcript, GivesNoResultWhenAReplyIsCut)
+TEST_P(CutTranscript, GivesNoResult)
 {
     const Story& story = GetParam();
-    if (story.outcome[0] != '=')
-        GTEST_SKIP() << "the story fails by itself";
     for (size_t i = 0; i < story.calls.size(); ++i) {
         if (story.calls[i].compare(0, 5, "read ") != 0)
             continue;
@@ -147,12 +150,24 @@ TEST_P(Transcript, GivesNoResultWhenAReplyIsCut)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Driver, Transcript, testing::ValuesIn(readStories()),
-                         [](const testing::TestParamInfo<Story>& info) {
-                             std::string name = info.param.name;
-                             for (char& c : name)
-                                 c = isalnum(static_cast<unsigned char>(c)) ? c : '_';
-                             return name;
-                         });
+std::vector<Story> successfulStories()
+{
+    std::vector<Story> stories = readStories();
+    stories.erase(std::remove_if(stories.begin(), stories.end(),
+                                 [](const Story& story) { return story.outcome[0] == '!'; }),
+                  stories.end());
+    return stories;
+}
+
+std::string testName(const testing::TestParamInfo<Story>& info)
+{
+    std::string name = info.param.name;
+    for (char& c : name)
+        c = isalnum(static_cast<unsigned char>(c)) ? c : '_';
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Driver, Transcript, testing::ValuesIn(readStories()), testName);
+INSTANTIATE_TEST_SUITE_P(Driver, CutTranscript, testing::ValuesIn(successfulStories()), testName);
 
 } // namespace
