@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -150,13 +151,113 @@ TEST_P(CutTranscript, GivesNoResult)
     }
 }
 
-std::vector<Story> successfulStories()
+bool beginsWith(const std::string& text, const std::string& start)
 {
-    std::vector<Story> stories = readStories();
-    stories.erase(std::remove_if(stories.begin(), stories.end(),
-                                 [](const Story& story) { return story.outcome[0] == '!'; }),
-                  stories.end());
+    return text.compare(0, start.size(), start) == 0;
+}
+
+std::string answer(const std::string& readCall, const QByteArray& bytes)
+{
+    return readCall.substr(0, readCall.find('"')) + quoted(bytes);
+}
+
+/// What can go wrong at one read of a story.
+struct Fault {
+    const char* name;
+    QByteArray (*bytes)(const QByteArray& whole);
+    const char* outcome;
+    bool onlyFirstOfAReply;   ///< meant for the read that begins a reply
+    bool goodEnoughForWrites; ///< what answers a write of values is only screened for errors
+};
+
+const Fault faults[] = {
+    {"silence", [](const QByteArray&) { return QByteArray(); }, "! packet loss", false, false},
+    {"one byte short", [](const QByteArray& whole) { return whole.left(whole.size() - 1); },
+     "! packet loss", false, false},
+    {"error reply", [](const QByteArray& whole) { return QByteArray("E1\r\n").left(whole.size()); },
+     "! Response During an Error:E1\\r", true, false},
+    {"garbage", [](const QByteArray& whole) { return QByteArray(whole.size(), '#'); },
+     "! invalid response", false, true},
+    {"NUL bytes", [](const QByteArray& whole) { return QByteArray(whole.size(), '\0'); },
+     "! invalid response", false, true},
+};
+
+/// The story up to the read at `step`, that read gone wrong, and what the driver does about it.
+std::vector<std::string> faultyAttempt(const Story& story, size_t step, const Fault& fault)
+{
+    const std::string& command = story.calls[step - 1];
+    const QByteArray whole = unquoted(story.calls[step]);
+    std::vector<std::string> calls(story.calls.begin(), story.calls.begin() + long(step));
+    calls.push_back(answer(story.calls[step], fault.bytes(whole)));
+    const bool restFollows =
+        step + 1 < story.calls.size() && beginsWith(story.calls[step + 1], "read ");
+    if (fault.goodEnoughForWrites && restFollows) // the rest is fetched before the whole is judged
+        calls.push_back(story.calls[step + 1]);
+    const bool ofTheLink = command == R"(write "CR\r\n")" || command == R"(write "CQ\r\n")";
+    if (fault.onlyFirstOfAReply && !ofTheLink) {
+        if (whole.size() == 3)
+            calls.push_back(R"(read 1 "\n")");
+        const auto& close = shorthand.at("close");
+        calls.insert(calls.end(), close.begin(), close.end());
+    }
+    return calls;
+}
+
+class FaultMatrix : public Transcript
+{
+protected:
+    void play(const Story& story, size_t step, const Fault& fault)
+    {
+        SCOPED_TRACE(std::string(fault.name) + " at call " + std::to_string(step) + ": " +
+                     story.calls[step]);
+        std::vector<std::string> calls = faultyAttempt(story, step, fault);
+        calls.push_back("retry 0");
+        ScriptedPort strict(calls);
+        const std::string outcome = outcomeOf(*driver, strict, story.request);
+        EXPECT_TRUE(beginsWith(outcome, fault.outcome)) << outcome;
+        EXPECT_EQ(lines(strict.calls()), lines(calls));
+
+        calls.back() = "retry 2";
+        calls.insert(calls.end(), story.calls.begin(), story.calls.end());
+        ScriptedPort patient(calls);
+        EXPECT_EQ(outcomeOf(*driver, patient, story.request), story.outcome);
+        EXPECT_EQ(lines(patient.calls()), lines(calls));
+    }
+};
+
+TEST_P(FaultMatrix, FailsAloneAndRecoversWithRetries)
+{
+    const Story& story = GetParam();
+    for (size_t step = 0; step < story.calls.size(); ++step) {
+        if (!beginsWith(story.calls[step], "read "))
+            continue;
+        const std::string& before = story.calls[step - 1];
+        const bool beginsReply = beginsWith(before, "write ");
+        const bool ofValues = beginsWith(before, "write \"W");
+        for (const Fault& fault : faults)
+            if ((beginsReply || !fault.onlyFirstOfAReply) &&
+                !(ofValues && fault.goodEnoughForWrites))
+                play(story, step, fault);
+    }
+}
+
+std::vector<Story> storiesWhere(bool (*chosen)(const Story&))
+{
+    std::vector<Story> all = readStories();
+    std::vector<Story> stories;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(stories), chosen);
     return stories;
+}
+
+bool succeeds(const Story& story)
+{
+    return story.outcome[0] == '=';
+}
+
+bool succeedsAtOnce(const Story& story)
+{
+    const auto isRetry = [](const std::string& call) { return beginsWith(call, "retry"); };
+    return succeeds(story) && std::none_of(story.calls.begin(), story.calls.end(), isRetry);
 }
 
 std::string testName(const testing::TestParamInfo<Story>& info)
@@ -168,6 +269,9 @@ std::string testName(const testing::TestParamInfo<Story>& info)
 }
 
 INSTANTIATE_TEST_SUITE_P(Driver, Transcript, testing::ValuesIn(readStories()), testName);
-INSTANTIATE_TEST_SUITE_P(Driver, CutTranscript, testing::ValuesIn(successfulStories()), testName);
+INSTANTIATE_TEST_SUITE_P(Driver, CutTranscript, testing::ValuesIn(storiesWhere(succeeds)),
+                         testName);
+INSTANTIATE_TEST_SUITE_P(Driver, FaultMatrix, testing::ValuesIn(storiesWhere(succeedsAtOnce)),
+                         testName);
 
 } // namespace
