@@ -1,0 +1,50 @@
+// The parameters of a serial line and of an exchange, from texts and from settings records.
+// It opens nothing and knows no driver.
+#ifndef HOST_LINESETTINGS_H
+#define HOST_LINESETTINGS_H
+
+#include <QString>
+
+#include <optional>
+
+class DeviceSetting;
+class DriverSetting;
+
+namespace host
+{
+
+/// In the order of the parity codes in a DeviceSetting.
+enum class Parity { None, Odd, Even, Mark, Space };
+
+enum class StopBits { One, Two };
+
+struct LineSettings {
+    int baud = 9600; ///< bits per second
+    Parity parity = Parity::Even;
+    int dataBits = 8; ///< 5 to 8
+    StopBits stopBits = StopBits::One;
+};
+
+/// Reads the text form: kind, baud rate, parity, data bits and stop bits, such as
+/// "RS232,9600,EVEN,8,1". Letter case and blanks around the fields do not matter.
+///
+/// error  receives a sentence that names the bad field; untouched on success
+std::optional<LineSettings> lineSettingsFromText(const QString& text, QString* error);
+
+/// Reads the line fields of a settings record, which holds codes. Parity 2 is even and stopbits 0
+/// is one stop bit by the record's definition; the others are this host's own: parity 0 none,
+/// 1 odd, 3 mark, 4 space, stopbits 2 two stop bits. Code 1, one and a half, no port here offers.
+std::optional<LineSettings> lineSettingsFrom(const DeviceSetting& setting, QString* error);
+
+/// How long an exchange may take and how often it is tried.
+struct ExchangeSettings {
+    int timeoutMs = 500; ///< the longest wait for a reply
+    int retry = 3;       ///< repeats after a failed attempt
+    int delayMs = 0;     ///< pause before every attempt
+};
+
+ExchangeSettings exchangeSettingsFrom(const DriverSetting& setting);
+
+} // namespace host
+
+#endif
