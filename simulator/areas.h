@@ -1,0 +1,60 @@
+// The device areas of the simulated controller: how each is named and numbered on the wire, what
+// its devices hold and how many there are. It holds no values and knows no commands.
+#ifndef SIMULATOR_AREAS_H
+#define SIMULATOR_AREAS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace simulator
+{
+
+/// How the number behind an area's letters counts its devices.
+enum class Numbering {
+    Decimal,     ///< 0, 1, 2, ...
+    Channels,    ///< channel * 100 + bit, bits 00 to 15: ..., 114, 115, 200, ...
+    Hexadecimal, ///< 0, 1, ..., 9, A, ..., F, 10, ...
+};
+
+/// What one device of an area holds, and so how it stands in a reply.
+enum class ValueKind {
+    Bit,        ///< "1"
+    Word,       ///< 16 bits, five digits: "00012"
+    DoubleWord, ///< 32 bits, ten digits: "0000000012"
+    Counting,   ///< contact, current value and set value: "1,0000000012,0000000100"
+};
+
+struct Area {
+    const char* name;     ///< letters on the wire, upper case; none for relays
+    int digits;           ///< digits that a number is written with at least
+    Numbering numbering;  ///< how numbers count
+    ValueKind kind;       ///< what a device holds
+    uint32_t firstNumber; ///< number of the first device
+    uint32_t size;        ///< how many devices there are
+};
+
+/// One device that exists: the index counts from 0 within the area, whatever its numbering.
+struct Device {
+    const Area* area;
+    uint32_t index;
+};
+
+/// Every area, in a fixed order. The references stay valid for the life of the program.
+const std::vector<Area>& areas();
+
+/// The device that a text such as "DM00100", "mr00115" or "00100" (a relay) names in a command, or
+/// nothing when there is none. Letters count without regard to case; leading zeros may be left out.
+std::optional<Device> findDevice(std::string_view wireText);
+
+/// The text that names a device in a command, such as "DM00100".
+std::string wireText(const Device& device);
+
+/// The largest value that a device of this kind takes.
+uint32_t largestValue(ValueKind kind);
+
+} // namespace simulator
+
+#endif // SIMULATOR_AREAS_H
