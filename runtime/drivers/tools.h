@@ -6,6 +6,7 @@
 #include "drivers/tools/addressparsing.h"
 #include "drivers/tools/dataconvert.h"
 #include "drivers/tools/datapack.h"
+#include "drivers/tools/requestdata.h"
 #include "drivers/tools/rotatearray.h"
 
 #endif

@@ -1,8 +1,67 @@
 // Widths and byte orders of byte arrays.
 #include "drivers/tools/dataconvert.h"
 
+#include <QtGlobal>
+#include <climits>
+#include <cstring>
+
 namespace
 {
+
+unsigned int littleEndianValue(const QByteArray& bytes, int width)
+{
+    unsigned int value = 0;
+    for (int i = qMin(width, bytes.size()) - 1; i >= 0; --i)
+        value = value << 8 | static_cast<unsigned char>(bytes.at(i));
+    return value;
+}
+
+QByteArray littleEndianBytes(unsigned int value, int width)
+{
+    QByteArray bytes(width, '\0');
+    char* const to = bytes.data();
+    for (int i = 0; i < width; ++i)
+        to[i] = static_cast<char>(value >> (8 * i) & 0xFF);
+    return bytes;
+}
+
+quint16 swapped(quint16 element)
+{
+    return static_cast<quint16>(element << 8 | element >> 8);
+}
+
+quint32 swapped(quint32 element)
+{
+    return element << 24 | (element << 8 & 0x00FF0000) | (element >> 8 & 0x0000FF00) |
+           element >> 24;
+}
+
+/// Swaps every whole element. Elements may lie at any address, hence the copies, of which compilers
+/// make plain loads and stores.
+template <typename Element>
+void swapInPlace(QByteArray& bytes)
+{
+    const int elementBytes = static_cast<int>(sizeof(Element));
+    char* place = bytes.data();
+    for (int left = bytes.size() / elementBytes; left > 0; --left) {
+        Element element;
+        std::memcpy(&element, place, sizeof element);
+        element = swapped(element);
+        std::memcpy(place, &element, sizeof element);
+        place += elementBytes;
+    }
+}
+
+template <typename Element>
+QByteArray swappedCopy(const unsigned char* source, int count)
+{
+    const int elementBytes = static_cast<int>(sizeof(Element));
+    if (count <= 0 || count > INT_MAX / elementBytes)
+        return QByteArray();
+    QByteArray bytes(reinterpret_cast<const char*>(source), count * elementBytes);
+    swapInPlace<Element>(bytes);
+    return bytes;
+}
 
 QByteArray paddedToUnits(const QByteArray& data, int unitBytes)
 {
@@ -12,6 +71,75 @@ QByteArray paddedToUnits(const QByteArray& data, int unitBytes)
 
 } // namespace
 
+int QByteArrayToInt(const QByteArray& bytes)
+{
+    return static_cast<int>(littleEndianValue(bytes, 4));
+}
+
+unsigned short QByteArrayToWord(const QByteArray& bytes)
+{
+    return static_cast<unsigned short>(littleEndianValue(bytes, 2));
+}
+
+short QByteArrayToShort(const QByteArray& bytes)
+{
+    return static_cast<short>(littleEndianValue(bytes, 2));
+}
+
+bool getBitData(const QByteArray& bytes)
+{
+    return !bytes.isEmpty() && (bytes.at(0) & 1);
+}
+
+QByteArray wordToByteArray(unsigned short value)
+{
+    return littleEndianBytes(value, 2);
+}
+
+QByteArray shortToByteArray(short value)
+{
+    return littleEndianBytes(static_cast<unsigned short>(value), 2);
+}
+
+QByteArray intToByteArray(int value)
+{
+    return littleEndianBytes(static_cast<unsigned int>(value), 4);
+}
+
+QByteArray fromBigEndianUShortArray(const unsigned char* source, int count)
+{
+    return swappedCopy<quint16>(source, count);
+}
+
+QByteArray fromBigEndianULongArray(const unsigned char* source, int count)
+{
+    return swappedCopy<quint32>(source, count);
+}
+
+void toLittleEndianUShortArray(QByteArray& bytes)
+{
+    swapInPlace<quint16>(bytes);
+}
+
+void toLittleEndianULongArray(QByteArray& bytes)
+{
+    swapInPlace<quint32>(bytes);
+}
+
+QByteArray toBigEndianUShortArray(const QByteArray& bytes)
+{
+    QByteArray result = To16bitsData(bytes);
+    swapInPlace<quint16>(result);
+    return result;
+}
+
+QByteArray toBigEndianULongArray(const QByteArray& bytes)
+{
+    QByteArray result = To32bitsData(bytes);
+    swapInPlace<quint32>(result);
+    return result;
+}
+
 QByteArray To16bitsData(const QByteArray& data)
 {
     return paddedToUnits(data, 2);
@@ -20,4 +148,14 @@ QByteArray To16bitsData(const QByteArray& data)
 QByteArray To32bitsData(const QByteArray& data)
 {
     return paddedToUnits(data, 4);
+}
+
+QByteArray To64bitsData(const QByteArray& data)
+{
+    return paddedToUnits(data, 8);
+}
+
+bool isBigEndian()
+{
+    return Q_BYTE_ORDER == Q_LITTLE_ENDIAN;
 }
