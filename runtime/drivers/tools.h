@@ -4,6 +4,7 @@
 #define DRIVERS_TOOLS_H
 
 #include "drivers/tools/addressparsing.h"
+#include "drivers/tools/bitarray.h"
 #include "drivers/tools/dataconvert.h"
 #include "drivers/tools/datapack.h"
 #include "drivers/tools/requestdata.h"

@@ -1,0 +1,303 @@
+// Bits of integers and of packed arrays. What works on whole arrays goes byte by byte.
+#include "drivers/tools/bitarray.h"
+
+#include "drivers/tools/rotatearray.h"
+
+#include <QtGlobal>
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+namespace
+{
+
+typedef unsigned char Byte;
+
+const int BitsPerByte = 8;
+
+template <typename Integer>
+bool hasBit(unsigned short bit)
+{
+    return bit < sizeof(Integer) * BitsPerByte;
+}
+
+template <typename Integer>
+Integer maskOf(unsigned short bit)
+{
+    return static_cast<Integer>(Integer(1) << bit);
+}
+
+template <typename Integer>
+Integer withBitSet(Integer value, unsigned short bit)
+{
+    return hasBit<Integer>(bit) ? static_cast<Integer>(value | maskOf<Integer>(bit)) : value;
+}
+
+template <typename Integer>
+Integer withBitCleared(Integer value, unsigned short bit)
+{
+    return hasBit<Integer>(bit) ? static_cast<Integer>(value & ~maskOf<Integer>(bit)) : value;
+}
+
+template <typename Integer>
+bool isBitSet(Integer value, unsigned short bit)
+{
+    return hasBit<Integer>(bit) && (value & maskOf<Integer>(bit)) != 0;
+}
+
+unsigned roundedUpQuotient(unsigned dividend, unsigned divisor)
+{
+    return dividend / divisor + (dividend % divisor != 0 ? 1 : 0);
+}
+
+int bytesFor(int nbits)
+{
+    return nbits / BitsPerByte + (nbits % BitsPerByte != 0 ? 1 : 0);
+}
+
+bool holdsBits(const QByteArray& bits, qint64 count)
+{
+    return count <= static_cast<qint64>(bits.size()) * BitsPerByte;
+}
+
+const Byte* bytesOf(const QByteArray& bits)
+{
+    return reinterpret_cast<const Byte*>(bits.constData());
+}
+
+Byte* writableBytesOf(QByteArray& bits)
+{
+    return reinterpret_cast<Byte*>(bits.data());
+}
+
+/// Cuts the array or lengthens it by zero bytes, which QByteArray::resize would leave unset.
+void resizeWithZeros(QByteArray& bits, int size)
+{
+    const int oldSize = bits.size();
+    bits.resize(size);
+    if (size > oldSize)
+        std::memset(bits.data() + oldSize, 0, static_cast<size_t>(size - oldSize));
+}
+
+void growToHold(QByteArray& bits, int n)
+{
+    if (n / BitsPerByte >= bits.size())
+        resizeWithZeros(bits, n / BitsPerByte + 1);
+}
+
+/// Takes the bits of `mask` from `bits` and leaves the others of the byte.
+void mergeBits(Byte* byte, int bits, int mask)
+{
+    *byte = static_cast<Byte>((*byte & ~mask) | (bits & mask));
+}
+
+/// Copies `count` bits, 1 or more, from bit 0 of `from` to bit `start` of `to`. When both are the
+/// same array and start is 8 or more, each byte is read after it was written.
+void copyRun(Byte* to, const Byte* from, int start, int count)
+{
+    const int up = start % BitsPerByte;
+    const int down = BitsPerByte - up;
+    Byte* const target = to + start / BitsPerByte;
+    const int last = (up + count - 1) / BitsPerByte;
+    const int firstMask = 0xFF << up;
+    const int lastMask = 0xFF >> (BitsPerByte - 1 - (up + count - 1) % BitsPerByte);
+
+    if (last == 0) {
+        mergeBits(target, from[0] << up, firstMask & lastMask);
+        return;
+    }
+    mergeBits(target, from[0] << up, firstMask);
+    for (int i = 1; i < last; ++i)
+        target[i] = static_cast<Byte>(from[i] << up | from[i - 1] >> down);
+    // The source may end one byte before the target does.
+    const int top = last < bytesFor(count) ? from[last] << up : 0;
+    mergeBits(target + last, top | from[last - 1] >> down, lastMask);
+}
+
+/// Repeats the `period` bits at the start of the array, 1 or more, over the `count` bits behind
+/// them.
+void repeatBits(Byte* bits, int period, int count)
+{
+    // Below 8 bits a byte would depend on itself. Bits that repeat every `period` bits also repeat
+    // every `period` bytes, and the first so many bytes are soon filled bit by bit.
+    const int single = period < BitsPerByte ? qMin(count, (BitsPerByte - 1) * period) : 0;
+    for (int i = 0; i < single; ++i)
+        setBit(bits, period + i, getBit(bits, i));
+    if (count > single)
+        copyRun(bits, bits, period + single, count - single);
+}
+
+/// Shifts `size` bytes, 1 or more, towards bit 0 by 1 to 7 bits.
+void shiftBytes(Byte* bytes, int size, int bits)
+{
+    for (int i = 1; i < size; ++i)
+        bytes[i - 1] = static_cast<Byte>(bytes[i - 1] >> bits | bytes[i] << (BitsPerByte - bits));
+    bytes[size - 1] = static_cast<Byte>(bytes[size - 1] >> bits);
+}
+
+} // namespace
+
+unsigned short setBit(unsigned short value, unsigned short bit)
+{
+    return withBitSet(value, bit);
+}
+
+unsigned short clearBit(unsigned short value, unsigned short bit)
+{
+    return withBitCleared(value, bit);
+}
+
+bool getBit(unsigned short value, unsigned short bit)
+{
+    return isBitSet(value, bit);
+}
+
+unsigned char setBit(unsigned char value, unsigned short bit)
+{
+    return withBitSet(value, bit);
+}
+
+unsigned char clearBit(unsigned char value, unsigned short bit)
+{
+    return withBitCleared(value, bit);
+}
+
+bool getBit(unsigned char value, unsigned short bit)
+{
+    return isBitSet(value, bit);
+}
+
+unsigned int setBit(unsigned int value, unsigned short bit)
+{
+    return withBitSet(value, bit);
+}
+
+unsigned int clearBit(unsigned int value, unsigned short bit)
+{
+    return withBitCleared(value, bit);
+}
+
+bool getBit(unsigned int value, unsigned short bit)
+{
+    return isBitSet(value, bit);
+}
+
+bool getBit(const QByteArray& bits, int n)
+{
+    return n / BitsPerByte < bits.size() && getBit(bytesOf(bits), n);
+}
+
+bool getBit(const unsigned char* bits, int n)
+{
+    return n >= 0 && (bits[n / BitsPerByte] >> (n % BitsPerByte) & 1) != 0;
+}
+
+void setBit(QByteArray& bits, int n, bool on)
+{
+    if (n < 0)
+        return;
+    growToHold(bits, n);
+    setBit(writableBytesOf(bits), n, on);
+}
+
+void setBit(unsigned char* bits, int n, bool on)
+{
+    if (n < 0)
+        return;
+    const int mask = 1 << (n % BitsPerByte);
+    mergeBits(bits + n / BitsPerByte, on ? mask : 0, mask);
+}
+
+unsigned NumOfBitsToNumOfBytes(unsigned bitOffset, unsigned bitCount)
+{
+    return roundedUpQuotient(bitOffset + bitCount, 8);
+}
+
+unsigned NumOfBitsToNumOfWords(unsigned bitOffset, unsigned bitCount)
+{
+    return roundedUpQuotient(bitOffset + bitCount, 16);
+}
+
+unsigned NumOfBitsToNumOfDWords(unsigned bitOffset, unsigned bitCount)
+{
+    return roundedUpQuotient(bitOffset + bitCount, 32);
+}
+
+unsigned NumOfBytesToNumOfWords(unsigned bytes)
+{
+    return roundedUpQuotient(bytes, 2);
+}
+
+unsigned NumOfBytesToNumOfDWords(unsigned bytes)
+{
+    return roundedUpQuotient(bytes, 4);
+}
+
+unsigned NumOfBytesToNumOfQuadWords(unsigned bytes)
+{
+    return roundedUpQuotient(bytes, 8);
+}
+
+void FitBitArray(QByteArray& bits, int nbits)
+{
+    if (nbits >= 0)
+        resizeWithZeros(bits, bytesFor(nbits));
+}
+
+void clearUnnecessaryBits(QByteArray& bits, int nbits)
+{
+    if (nbits < 0 || nbits % BitsPerByte == 0 || !holdsBits(bits, nbits))
+        return;
+    mergeBits(writableBytesOf(bits) + nbits / BitsPerByte, 0, 0xFF << (nbits % BitsPerByte));
+}
+
+QByteArray ExpandBitsToBytes(const QByteArray& bits, unsigned short start, int count)
+{
+    if (count <= 0 || !holdsBits(bits, static_cast<qint64>(start) + count))
+        return QByteArray();
+    QByteArray expanded(count, '\0');
+    const Byte* const from = bytesOf(bits);
+    Byte* const to = writableBytesOf(expanded);
+    for (unsigned i = 0; i < static_cast<unsigned>(count); ++i) {
+        const unsigned n = start + i;
+        to[i] = from[n / BitsPerByte] >> (n % BitsPerByte) & 1;
+    }
+    return expanded;
+}
+
+void CopyBits(QByteArray& dst, QByteArray& src, int dstStart, int count)
+{
+    if (count <= 0 || !holdsBits(src, count))
+        return;
+    if (dstStart < 0 || count - 1 > INT_MAX - dstStart)
+        return;
+    const bool withinOneArray = &dst == &src;
+    if (withinOneArray && dstStart == 0)
+        return;
+    growToHold(dst, dstStart + count - 1);
+    Byte* const to = writableBytesOf(dst);
+    if (withinOneArray)
+        repeatBits(to, dstStart, count);
+    else
+        copyRun(to, bytesOf(src), dstStart, count);
+}
+
+void RightShiftNBits(QByteArray& bits, int n)
+{
+    const int movedBytes = n / BitsPerByte;
+    const int restBits = n % BitsPerByte;
+    if (n <= 0 || movedBytes >= bits.size())
+        return;
+    Byte* const bytes = writableBytesOf(bits);
+    const int keptBytes = bits.size() - movedBytes;
+    RotateArray(bytes, movedBytes, keptBytes);
+    if (restBits > 0)
+        shiftBytes(bytes, keptBytes, restBits);
+}
+
+QByteArray reverseArray(const QByteArray& bytes)
+{
+    QByteArray reversed(bytes.size(), '\0');
+    std::reverse_copy(bytes.begin(), bytes.end(), reversed.begin());
+    return reversed;
+}
