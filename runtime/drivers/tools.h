@@ -7,6 +7,9 @@
 #include "drivers/tools/bitarray.h"
 #include "drivers/tools/dataconvert.h"
 #include "drivers/tools/datapack.h"
+#include "drivers/tools/framecheck.h"
+#include "drivers/tools/hextext.h"
+#include "drivers/tools/platform.h"
 #include "drivers/tools/requestdata.h"
 #include "drivers/tools/rotatearray.h"
 
