@@ -10,6 +10,7 @@
 #include "drivers/tools/framecheck.h"
 #include "drivers/tools/hextext.h"
 #include "drivers/tools/platform.h"
+#include "drivers/tools/projectdatabase.h"
 #include "drivers/tools/requestdata.h"
 #include "drivers/tools/rotatearray.h"
 
