@@ -1,0 +1,67 @@
+// Signals through a pipe, which can be waited for without a race.
+#include "stopsignal.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace plcctl
+{
+
+namespace
+{
+
+constexpr int StopSignals[] = {SIGINT, SIGTERM};
+
+/// Read end and write end. A byte in it stays there: every later wait finds it too.
+int stopPipe[2];
+
+void noteSignal(int)
+{
+    const int errorBefore = errno;
+    const char anything = 0;
+    // It fails only when the pipe is full, and then there is enough in it.
+    [[maybe_unused]] const ssize_t written = write(stopPipe[1], &anything, 1);
+    errno = errorBefore;
+}
+
+} // namespace
+
+StopSignal::StopSignal()
+{
+    if (pipe2(stopPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        throw std::system_error(errno, std::generic_category(), "pipe");
+    struct sigaction action = {};
+    action.sa_handler = noteSignal;
+    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    for (const int signal : StopSignals)
+        sigaction(signal, &action, nullptr);
+}
+
+StopSignal::~StopSignal()
+{
+    for (const int signal : StopSignals)
+        std::signal(signal, SIG_DFL);
+    close(stopPipe[0]);
+    close(stopPipe[1]);
+}
+
+bool StopSignal::waitFor(int ms) const
+{
+    using namespace std::chrono;
+    const auto end = steady_clock::now() + milliseconds(ms);
+    pollfd arrival = {stopPipe[0], POLLIN, 0};
+    int left = ms;
+    // A signal of another kind may end the wait too early.
+    while (poll(&arrival, 1, left) < 0 && errno == EINTR) {
+        const auto rest = duration_cast<milliseconds>(end - steady_clock::now()).count();
+        left = ms == Forever ? Forever : static_cast<int>(rest < 0 ? 0 : rest);
+    }
+    return arrival.revents != 0;
+}
+
+} // namespace plcctl
