@@ -7,8 +7,7 @@
 TEST(AddressParsing, SplitsDeviceTexts)
 {
     const struct {
-        const char* meaning;
-        const char* text;
+        const char *meaning, *text;
         int base;
         const char* symbol;
         int number;
@@ -57,9 +56,7 @@ TEST(RotateArray, ExchangesTwoBlocks)
 {
     const struct {
         const char* before;
-        int start;
-        int m;
-        int k;
+        int start, m, k;
         const char* after;
     } rows[] = {
         {"12345", 0, 2, 3, "34512"},  {"TS0012", 1, 1, 4, "T0012S"}, {"12345", 0, 4, 1, "51234"},

@@ -35,8 +35,7 @@ TEST(DataPack, PacksEachLetter)
 {
     // Every letter that takes a value gets 0x89ABCDEF, which also shows that no sign is in the way.
     const struct {
-        const char* format;
-        const char* packed;
+        const char *format, *packed;
     } rows[] = {
         {"C", "EF"},          {"c", "EF"},          {"S", "EF CD"},
         {"s", "EF CD"},       {"v", "EF CD"},       {"n", "CD EF"},
@@ -93,11 +92,8 @@ TEST(DataPack, BadFormatsKeepWhatCameBeforeThem)
 {
     const int ArrayRefused = 0;
     const struct {
-        const char* meaning;
-        const char* format;
-        int packed;
-        int unpacked;
-        int arraySize;
+        const char *meaning, *format;
+        int packed, unpacked, arraySize;
     } rows[] = {
         {"blank", "v v", 0, -1, ArrayRefused},
         {"unknown letter", "vy", 0, -1, ArrayRefused},
@@ -294,7 +290,7 @@ void checkUnpacking(const Items& items, const char* format, const Expected& expe
 TEST(DataPack, RandomFormatsAgreeWithTheOracle)
 {
     std::mt19937 random(20);
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < 10000; ++round) {
         Items items(random() % 5);
         std::string format;
         for (Item& item : items) {
