@@ -34,7 +34,7 @@ struct Watched {
     std::string device;
     RunNames names;
     std::vector<std::uint32_t> values; ///< empty until the first good reading
-    std::string failure;               ///< text of the failure that lasts; empty while all is well
+    ExitStatus status;                 ///< of the last reading, Success before the first
 };
 
 class Watch
@@ -48,7 +48,7 @@ public:
     {
         m_bench.checkCount(static_cast<std::size_t>(m_count), m_unit);
         for (const std::string& device : options.devices)
-            m_devices.push_back({device, {m_bench.driverName(), device, m_unit}, {}, {}});
+            m_devices.push_back({device, {m_bench.driverName(), device, m_unit}, {}, Success});
     }
 
     /// Reads every device once. Returns Success, or the status of the first that failed.
@@ -76,9 +76,9 @@ private:
 
     void tellChanges(Watched& watched, const std::vector<std::uint32_t>& values)
     {
-        if (!watched.failure.empty())
+        if (watched.status != Success)
             std::fprintf(stderr, "plcctl: %s: answers again\n", subject(watched).c_str());
-        watched.failure.clear();
+        watched.status = Success;
         for (std::size_t i = 0; i < values.size(); ++i) {
             if (watched.values.empty() || watched.values[i] != values[i])
                 m_changes.print({watched.names.at(static_cast<int>(i)), values[i]});
@@ -91,12 +91,12 @@ private:
         return clockTime() + " " + escaped(watched.device);
     }
 
-    /// A failure that lasts is told once.
+    /// A failure that lasts is told once; its details may vary.
     static void tellFailure(Watched& watched, const Failure& failure)
     {
-        if (watched.failure != failure.what())
+        if (watched.status != failure.status())
             report(failure, subject(watched));
-        watched.failure = failure.what();
+        watched.status = failure.status();
     }
 
     const Unit& m_unit;

@@ -1,0 +1,71 @@
+#include "program.h"
+
+#include <csignal>
+
+namespace
+{
+
+constexpr int PatienceMs = 60 * 1000;
+
+QStringList words(const std::string& text)
+{
+    return QString::fromStdString(text).split(' ', Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+Result plcctl(const std::string& arguments)
+{
+    QProcess process;
+    process.start(PLCCTL, words(arguments), QIODevice::ReadOnly);
+    const bool ended = process.waitForFinished(PatienceMs);
+    const bool well = ended && process.exitStatus() == QProcess::NormalExit;
+    return {well ? process.exitCode() : -1, process.readAllStandardOutput().toStdString(),
+            process.readAllStandardError().toStdString()};
+}
+
+Background::Background(const std::string& arguments)
+{
+    m_process.start(PLCCTL, words(arguments), QIODevice::ReadOnly);
+    m_process.waitForStarted(PatienceMs);
+}
+
+Background::~Background()
+{
+    m_process.kill();
+    m_process.waitForFinished(PatienceMs);
+}
+
+std::string Background::nextLine()
+{
+    return nextLine(QProcess::StandardOutput);
+}
+
+std::string Background::nextErrorLine()
+{
+    return nextLine(QProcess::StandardError);
+}
+
+std::string Background::nextLine(QProcess::ProcessChannel channel)
+{
+    m_process.setReadChannel(channel);
+    while (!m_process.canReadLine() && m_process.waitForReadyRead(PatienceMs))
+        ;
+    return m_process.readLine().trimmed().toStdString();
+}
+
+int Background::endWith(int signal)
+{
+    ::kill(static_cast<pid_t>(m_process.processId()), signal);
+    m_process.waitForFinished(PatienceMs);
+    return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+}
+
+SimulatedController::SimulatedController(const std::string& options)
+    : m_pty(m_directory.filePath("plc").toStdString())
+    , m_process("simulate --pty " + m_pty + " --tcp 0 " + options)
+{
+    const std::string ready = m_process.nextLine();
+    const std::size_t tcp = ready.find("tcp:");
+    m_tcp = tcp == std::string::npos ? "it does not listen: " + ready : ready.substr(tcp);
+}

@@ -1,0 +1,62 @@
+// Runs plcctl the way a person or a script does: by its arguments, outputs and exit status.
+// It knows nothing of the sources of plcctl.
+#ifndef TESTS_PLCCTL_PROGRAM_H
+#define TESTS_PLCCTL_PROGRAM_H
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <string>
+
+/// What came of a run that has ended.
+struct Result {
+    int status; ///< -1: did not end by itself
+    std::string out;
+    std::string err;
+};
+
+/// Runs plcctl with arguments as one would type them: separated by blanks.
+Result plcctl(const std::string& arguments);
+
+/// A plcctl that runs beside the test, ended at the latest with this object.
+class Background
+{
+public:
+    explicit Background(const std::string& arguments);
+    ~Background();
+
+    /// Waits for the next line of standard output or of standard error. Returns it without its line
+    /// end; empty when none came.
+    std::string nextLine();
+    std::string nextErrorLine();
+
+    /// Sends a signal, waits for the end and returns the exit status.
+    int endWith(int signal);
+
+private:
+    std::string nextLine(QProcess::ProcessChannel channel);
+
+    QProcess m_process;
+};
+
+/// A simulated controller in a process of its own, on a pseudo-terminal and on TCP.
+class SimulatedController
+{
+public:
+    /// options  as one would type them behind "plcctl simulate"
+    explicit SimulatedController(const std::string& options = "");
+
+    /// What to give to --port.
+    std::string pty() const { return m_pty; }
+    std::string tcp() const { return m_tcp; }
+
+    Background& process() { return m_process; }
+
+private:
+    QTemporaryDir m_directory;
+    std::string m_pty;
+    Background m_process;
+    std::string m_tcp;
+};
+
+#endif
