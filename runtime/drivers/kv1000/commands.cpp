@@ -69,15 +69,33 @@ private:
     int m_length;
 };
 
-void appendWriteHeader(CommandText& command, const char* device, int count)
+int digitsOfValue(int valueBytes)
 {
-    command.append("%s %s %u", KV1000SupportWSS(device) ? "WSS" : "WRS", DeviceField(device).text,
-                   static_cast<unsigned>(count));
+    return valueBytes == 2 ? 5 : 10;
 }
 
-const unsigned char* bytesOf(const QByteArray& data)
+unsigned valueAt(const QByteArray& data, int offset, int valueBytes)
 {
-    return reinterpret_cast<const unsigned char*>(data.constData());
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(data.constData()) + offset;
+    unsigned short word = 0;
+    unsigned int doubleWord = 0;
+    if (valueBytes == 2)
+        DataUnpack(bytes, "v", &word);
+    else
+        DataUnpack(bytes, "V", &doubleWord);
+    return word | doubleWord;
+}
+
+int packWriteCommand(char* buffer, int size, const char* device, const QByteArray& data,
+                     int valueBytes)
+{
+    CommandText command(buffer, size);
+    command.append("%s %s %u", KV1000SupportWSS(device) ? "WSS" : "WRS", DeviceField(device).text,
+                   static_cast<unsigned>(data.size() / valueBytes));
+    for (int offset = 0; offset < data.size(); offset += valueBytes)
+        command.append(" %0*u", digitsOfValue(valueBytes), valueAt(data, offset, valueBytes));
+    command.append("%s", LineEnd);
+    return command.length();
 }
 
 } // namespace
@@ -134,40 +152,25 @@ int formatBitCommand(char* buffer, int size, const QByteArray& symbol, int numbe
 int KV1000PackWriteContinuousUInt16sCmd(char* buffer, int size, const char* device,
                                         const QByteArray& data)
 {
-    CommandText command(buffer, size);
-    appendWriteHeader(command, device, data.size() >> 1);
-    for (int i = 0; i < data.size(); i += 2) {
-        unsigned short value = 0;
-        DataUnpack(bytesOf(data) + i, "v", &value);
-        command.append(" %05u", static_cast<unsigned>(value));
-    }
-    command.append("%s", LineEnd);
-    return command.length();
+    return packWriteCommand(buffer, size, device, data, 2);
 }
 
 int KV1000PackWriteContinuousUInt32sCmd(char* buffer, int size, const char* device,
                                         const QByteArray& data)
 {
-    CommandText command(buffer, size);
-    appendWriteHeader(command, device, data.size() >> 2);
-    for (int i = 0; i < data.size(); i += 4) {
-        unsigned int value = 0;
-        DataUnpack(bytesOf(data) + i, "V", &value);
-        command.append(" %010u", value);
-    }
-    command.append("%s", LineEnd);
-    return command.length();
+    return packWriteCommand(buffer, size, device, data, 4);
 }
 
-int writeCapacity(int size, const QByteArray& device, int valueSize)
+int writeCapacity(int size, const QByteArray& device, int valueBytes)
 {
-    const int valueLength = valueSize == 2 ? 6 : 11; // a blank and five or ten digits
-    const int fixedLength = int(std::strlen("WRS  ")) +
-                            int(std::strlen(DeviceField(device.constData()).text)) +
-                            int(std::strlen(LineEnd));
-    // The count takes room of its own: one digit more may cost one value.
-    int count = (size - 1 - fixedLength - 1) / valueLength;
-    while (fixedLength + QByteArray::number(count).size() + count * valueLength > size - 1)
+    const int valueLength = 1 + digitsOfValue(valueBytes);
+    const size_t fixedLength = std::strlen("WRS ") +
+                               std::strlen(DeviceField(device.constData()).text) +
+                               std::strlen(" ") + std::strlen(LineEnd);
+    const int room = size - 1 - static_cast<int>(fixedLength);
+    // The count takes room of its own: a digit more of it may cost a value.
+    int count = room / valueLength;
+    while (QByteArray::number(count).size() + count * valueLength > room)
         --count;
     return count;
 }

@@ -41,8 +41,8 @@ int KV1000PackWriteContinuousUInt16sCmd(char* buffer, int size, const char* devi
 int KV1000PackWriteContinuousUInt32sCmd(char* buffer, int size, const char* device,
                                         const QByteArray& data);
 
-/// How many values of `valueSize` bytes, 2 or 4, a write to `device` can carry in a buffer of
+/// How many values of `valueBytes` bytes, 2 or 4, a write to `device` can carry in a buffer of
 /// `size` bytes.
-int writeCapacity(int size, const QByteArray& device, int valueSize);
+int writeCapacity(int size, const QByteArray& device, int valueBytes);
 
 #endif
