@@ -1,8 +1,7 @@
 #include "simulator/areas.h"
 
-#include <algorithm>
-#include <cctype>
-#include <charconv>
+#include "simulator/text.h"
+
 #include <cstdio>
 
 namespace simulator
@@ -22,28 +21,6 @@ constexpr uint32_t channels(uint32_t count)
 // A controller has only a handful of trimmers and high-speed counters. Here there are enough of
 // them to try a block of the largest size on these areas too.
 constexpr uint32_t RoomForBlocks = 2000;
-
-char upper(char c)
-{
-    return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-}
-
-bool startsWith(std::string_view text, std::string_view upperPrefix)
-{
-    return text.size() >= upperPrefix.size() &&
-           std::equal(upperPrefix.begin(), upperPrefix.end(), text.begin(),
-                      [](char wanted, char given) { return wanted == upper(given); });
-}
-
-std::optional<uint32_t> parseNumber(std::string_view text, int base)
-{
-    uint32_t number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, failure] = std::from_chars(text.data(), end, number, base);
-    if (failure != std::errc() || stop != end)
-        return std::nullopt;
-    return number;
-}
 
 int baseOf(Numbering numbering)
 {
@@ -110,12 +87,13 @@ const std::vector<Area>& areas()
 
 std::optional<Device> findDevice(std::string_view wireText)
 {
+    const std::string text = inUpperCase(wireText);
     for (const Area& area : areas()) {
         const std::string_view name = area.name;
-        if (!startsWith(wireText, name))
+        if (text.compare(0, name.size(), name) != 0)
             continue;
         // What is left must be nothing but a number, so at most one area can match.
-        if (const auto index = findIndex(area, wireText.substr(name.size())))
+        if (const auto index = findIndex(area, std::string_view(text).substr(name.size())))
             return Device{&area, *index};
     }
     return std::nullopt;

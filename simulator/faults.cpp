@@ -1,6 +1,7 @@
 #include "simulator/faults.h"
 
 #include "simulator/session.h"
+#include "simulator/text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -59,11 +60,6 @@ constexpr KindName KindNames[] = {
     {"silent", FaultKind::Silent, ValueForm::None, std::nullopt},
 };
 
-std::string quoted(std::string_view text)
-{
-    return '"' + std::string(text) + '"';
-}
-
 std::string_view trimmed(std::string_view text)
 {
     const size_t first = text.find_first_not_of(' ');
@@ -84,22 +80,11 @@ std::optional<std::string_view> cutTail(std::string_view& text, char mark)
     return tail;
 }
 
-template <typename Number>
-std::optional<Number> parseNumber(std::string_view text)
-{
-    Number number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, failure] = std::from_chars(text.data(), end, number);
-    if (failure != std::errc() || stop != end)
-        return std::nullopt;
-    return number;
-}
-
 std::optional<uint32_t> parseTimeMs(std::string_view text)
 {
     const size_t unitPlace = std::min(text.find_first_not_of("0123456789"), text.size());
     const std::string_view unit = text.substr(unitPlace);
-    const auto number = parseNumber<uint32_t>(text.substr(0, unitPlace));
+    const auto number = parseNumber(text.substr(0, unitPlace));
     const uint32_t msPerUnit = unit == "ms" ? 1 : unit == "s" ? 1000 : 0;
     if (!number || msPerUnit == 0 || *number > MaxDelayMs / msPerUnit)
         return std::nullopt;
@@ -108,7 +93,7 @@ std::optional<uint32_t> parseTimeMs(std::string_view text)
 
 std::optional<uint32_t> parseDigit(std::string_view text)
 {
-    return text.size() == 1 ? parseNumber<uint32_t>(text) : std::nullopt;
+    return text.size() == 1 ? parseNumber(text) : std::nullopt;
 }
 
 // Each of the following reads one field of a rule; on failure it says in `why` what is wrong.
@@ -124,7 +109,7 @@ bool readValue(std::string_view text, ValueForm form, FaultRule& rule, std::stri
         why = quoted(text) + " is not a time such as 700ms or 2s, an hour at most";
         break;
     case ValueForm::Place:
-        rule.value = parseNumber<uint32_t>(text);
+        rule.value = parseNumber(text);
         why = quoted(text) + " is not a number of bytes";
         break;
     case ValueForm::Digit:
@@ -170,8 +155,8 @@ bool readWindow(std::string_view text, FaultRule& rule, std::string& why)
 {
     std::string_view head = text;
     const auto tail = cutTail(head, '-');
-    const auto first = tail ? parseNumber<uint32_t>(head) : 1;
-    const auto last = parseNumber<uint32_t>(tail ? *tail : text);
+    const auto first = tail ? parseNumber(head) : 1;
+    const auto last = parseNumber(tail ? *tail : text);
     if (!first || !last || *first == 0 || *last < *first) {
         why = quoted(text) + " is not a count of replies such as 1, nor a range such as 2-3";
         return false;
@@ -181,11 +166,21 @@ bool readWindow(std::string_view text, FaultRule& rule, std::string& why)
     return true;
 }
 
+std::optional<double> parseShare(std::string_view text)
+{
+    double share = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, failure] = std::from_chars(text.data(), end, share);
+    // "nan" is a number to from_chars, but within no bounds.
+    if (failure != std::errc() || stop != end || !(share >= 0 && share <= 1))
+        return std::nullopt;
+    return share;
+}
+
 bool readShare(std::string_view text, FaultRule& rule, std::string& why)
 {
-    const auto share = parseNumber<double>(text);
-    // "nan" is a number to the parser, but within no bounds.
-    if (!share || !(*share >= 0 && *share <= 1)) {
+    const auto share = parseShare(text);
+    if (!share) {
         why = quoted(text) + " is not a share from 0 to 1";
         return false;
     }
@@ -251,9 +246,8 @@ std::optional<FaultPlan> FaultPlan::parse(std::string_view text, uint32_t seed, 
     plan.random_.seed(seed);
     if (trimmed(text).empty())
         return plan;
-    for (bool more = true; more;) {
-        const size_t comma = text.find(',');
-        const std::string_view word = trimmed(text.substr(0, comma));
+    for (std::string_view part : split(text, ',')) {
+        const std::string_view word = trimmed(part);
         CountedRule counted;
         std::string reason;
         if (!readRule(word, counted.rule, reason)) {
@@ -261,8 +255,6 @@ std::optional<FaultPlan> FaultPlan::parse(std::string_view text, uint32_t seed, 
             return std::nullopt;
         }
         plan.rules_.push_back(counted);
-        more = comma != std::string_view::npos;
-        text.remove_prefix(more ? comma + 1 : text.size());
     }
     return plan;
 }

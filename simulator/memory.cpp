@@ -1,8 +1,6 @@
 #include "simulator/memory.h"
 
-#include <algorithm>
-#include <cctype>
-#include <charconv>
+#include "simulator/text.h"
 
 namespace simulator
 {
@@ -29,14 +27,6 @@ constexpr PanelName PanelNames[] = {
     {"CS", "C", true},
     {"PCTC", "CTC", true},
 };
-
-std::string inUpperCase(std::string_view text)
-{
-    std::string result(text);
-    for (char& c : result)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return result;
-}
 
 /// The device of a name such as "TS5", when its letters are exactly those of `name`.
 std::optional<Place> findRenamed(const PanelName& name, const std::string& text)
@@ -66,32 +56,8 @@ std::optional<Place> findPlace(std::string_view panelText)
 
 std::optional<uint32_t> parseValue(std::string_view text)
 {
-    const bool hexadecimal = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
-    if (hexadecimal)
-        text.remove_prefix(2);
-    uint32_t value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, failure] = std::from_chars(text.data(), end, value, hexadecimal ? 16 : 10);
-    if (failure != std::errc() || stop != end)
-        return std::nullopt;
-    return value;
-}
-
-std::vector<std::string_view> splitAtCommas(std::string_view text)
-{
-    std::vector<std::string_view> pieces;
-    size_t comma;
-    while ((comma = text.find(',')) != std::string_view::npos) {
-        pieces.push_back(text.substr(0, comma));
-        text.remove_prefix(comma + 1);
-    }
-    pieces.push_back(text);
-    return pieces;
-}
-
-std::string quoted(std::string_view text)
-{
-    return '"' + std::string(text) + '"';
+    const bool isHexadecimal = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
+    return isHexadecimal ? parseNumber(text.substr(2), 16) : parseNumber(text);
 }
 
 /// Every value of a list such as "10,0x1F", or nothing and the reason.
@@ -99,7 +65,7 @@ std::optional<std::vector<uint32_t>> parseValues(std::string_view list, uint32_t
                                                  std::string& why)
 {
     std::vector<uint32_t> values;
-    for (std::string_view text : splitAtCommas(list)) {
+    for (std::string_view text : split(list, ',')) {
         const auto value = parseValue(text);
         if (!value || *value > largest) {
             why = quoted(text) + " is not a value from 0 to " + std::to_string(largest);

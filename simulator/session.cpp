@@ -1,6 +1,7 @@
 #include "simulator/session.h"
 
-#include <charconv>
+#include "simulator/text.h"
+
 #include <cstdio>
 #include <optional>
 
@@ -25,33 +26,10 @@ std::string refusal(ErrorCode code)
     return errorReply(static_cast<unsigned>(code));
 }
 
-/// Splits at every single blank; two in a row give an empty word, which no command takes.
-std::vector<std::string_view> splitAtBlanks(std::string_view line)
-{
-    std::vector<std::string_view> words;
-    size_t blank;
-    while ((blank = line.find(' ')) != std::string_view::npos) {
-        words.push_back(line.substr(0, blank));
-        line.remove_prefix(blank + 1);
-    }
-    words.push_back(line);
-    return words;
-}
-
-std::optional<uint32_t> parseDecimal(std::string_view text)
-{
-    uint32_t value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, failure] = std::from_chars(text.data(), end, value);
-    if (failure != std::errc() || stop != end)
-        return std::nullopt;
-    return value;
-}
-
 /// The count of a command, or nothing when it is no number or one that no command may have.
 std::optional<uint32_t> parseCount(std::string_view text)
 {
-    const auto count = parseDecimal(text);
+    const auto count = parseNumber(text);
     if (!count || *count == 0 || *count > MaxDevicesPerCommand)
         return std::nullopt;
     return count;
@@ -65,7 +43,7 @@ std::optional<std::vector<uint32_t>> parseValues(const std::vector<std::string_v
         return std::nullopt;
     std::vector<uint32_t> values;
     for (std::string_view text : texts) {
-        const auto value = parseDecimal(text);
+        const auto value = parseNumber(text);
         if (!value || *value > largest)
             return std::nullopt;
         values.push_back(*value);
@@ -173,7 +151,8 @@ std::string Session::answer(std::string_view line)
         return std::string();
     if (line.size() > MaxCommandLength)
         return refusal(ErrorCode::BadCommand);
-    Arguments arguments = splitAtBlanks(line);
+    // Two blanks in a row give an empty word, which no command takes.
+    Arguments arguments = split(line, ' ');
     const std::string_view word = arguments.front();
     arguments.erase(arguments.begin());
     for (const Command& command : commands()) {
