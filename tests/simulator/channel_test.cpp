@@ -63,6 +63,8 @@ TEST_F(ChannelTest, RefusesLinesOfTheWrongForm)
         {"noise", std::string("\x80\0\xFF\r\n", 5), "E1\r\n"},
         {"an empty line is passed over", "\r\nCR\r\n", "CC\r\n"},
         {"a line far too long", "RDS " + std::string(1 << 20, '0') + "\r\nCR\r\n", "E1\r\nCC\r\n"},
+        {"the longest line of all", "RDS DM" + std::string(MaxCommandLength - 9, '0') + "0 1\r\n",
+         "00000\r\n"},
         {"a line too long by one, good but for that",
          "RDS DM" + std::string(MaxCommandLength + 1 - 9, '0') + "0 1\r\nCR\r\n", "E1\r\nCC\r\n"},
     };
@@ -78,9 +80,11 @@ TEST_F(ChannelTest, FinishesALateReplyBeforeTheNextCommand)
     usePlan("late=700ms@WRS");
     hostSends("CR\r\n");
     EXPECT_EQ(hostGets(), "CC\r\n");
-    hostSends("WRS DM0 1 5\r\nWRS DM0 1 6\r\nRDS DM0 1\r\n");
+    hostSends("WRS DM0 1 5\r\nWRS DM0 1 6\r\n");
     EXPECT_EQ(channel.nextDue(), 1700);
     now = 1699;
+    hostSends("RDS DM0 1\r\n");
+    EXPECT_EQ(channel.nextDue(), 1700);
     EXPECT_EQ(hostGets(), "");
     EXPECT_EQ(memory.look("DM0"), 5u);
     now = 1700;
