@@ -1,9 +1,10 @@
 // Widths and byte orders of byte arrays.
 #include "drivers/tools/dataconvert.h"
 
+#include "drivers/tools/byteswap.h"
+
 #include <QtGlobal>
 #include <climits>
-#include <cstring>
 
 namespace
 {
@@ -25,31 +26,11 @@ QByteArray littleEndianBytes(unsigned int value, int width)
     return bytes;
 }
 
-quint16 swapped(quint16 element)
-{
-    return static_cast<quint16>(element << 8 | element >> 8);
-}
-
-quint32 swapped(quint32 element)
-{
-    return element << 24 | (element << 8 & 0x00FF0000) | (element >> 8 & 0x0000FF00) |
-           element >> 24;
-}
-
-/// Swaps every whole element. Elements may lie at any address, hence the copies, of which compilers
-/// make plain loads and stores.
+/// Leaves a partial element at the end as it is.
 template <typename Element>
 void swapInPlace(QByteArray& bytes)
 {
-    const int elementBytes = static_cast<int>(sizeof(Element));
-    char* place = bytes.data();
-    for (int left = bytes.size() / elementBytes; left > 0; --left) {
-        Element element;
-        std::memcpy(&element, place, sizeof element);
-        element = swapped(element);
-        std::memcpy(place, &element, sizeof element);
-        place += elementBytes;
-    }
+    byteswap::swapElements<Element>(bytes.data(), bytes.size() / static_cast<int>(sizeof(Element)));
 }
 
 template <typename Element>

@@ -1,6 +1,8 @@
 // One reader of formats, and the two engines that follow it over a buffer.
 #include "drivers/tools/datapack.h"
 
+#include "drivers/tools/byteswap.h"
+
 #include <QtGlobal>
 #include <climits>
 #include <cstring>
@@ -171,20 +173,17 @@ unsigned int loadValue(const unsigned char* from, const Field& field)
     return value;
 }
 
-/// Copies a run; the elements of a big-endian field are reversed one by one. The same in both
+/// Copies a run and turns its elements round where the field is big-endian; the same in both
 /// directions.
 void copyRun(unsigned char* to, const unsigned char* from, const Field& field, int count)
 {
-    if (field.order == Order::Little) {
-        std::memcpy(to, from, static_cast<size_t>(count) * static_cast<size_t>(field.width));
+    std::memcpy(to, from, static_cast<size_t>(count) * static_cast<size_t>(field.width));
+    if (field.order == Order::Little)
         return;
-    }
-    for (int element = 0; element < count; ++element) {
-        for (int i = 0; i < field.width; ++i)
-            to[i] = from[field.width - 1 - i];
-        to += field.width;
-        from += field.width;
-    }
+    if (field.width == 2)
+        byteswap::swapElements<quint16>(to, count);
+    else
+        byteswap::swapElements<quint32>(to, count);
 }
 
 void packItem(unsigned char* to, const FormatReader& item, Arguments& values)
