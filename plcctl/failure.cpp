@@ -25,28 +25,24 @@ struct Meaning {
 // The first row that fits counts; the last one fits every text.
 const Meaning meanings[] = {
     {"Response During an Error:", ControllerRefused,
-     "The line works and the controller refused the command. Check that the device exists in this "
-     "controller and that the whole run lies inside its area."},
+     "The line works, but the controller refused the command. Check that the device exists in this "
+     "controller, and the last one of the run too."},
     {"packet loss", NoReply,
-     "No complete reply came within the time-out. Check cable, power and --line (speed, parity), "
-     "or "
-     "give the controller more time with --timeout."},
+     "No complete reply came in time. Check cable, power and --line (speed, parity), or allow more "
+     "time with --timeout."},
     {"invalid response", InvalidReply,
-     "Something answered, but not as this controller does. Check --line (speed, parity, data "
-     "bits), "
-     "that --port leads to the right device, and that nobody else uses the line."},
+     "Something answered, but not as this controller does. Check --line (speed, parity), --port, "
+     "and that nobody else uses the line."},
     {"invalid device address: ", WrongUsage,
-     "Nothing was sent. A device is an area and a number, as DM100, MR515 or T5; the number, or "
-     "the "
-     "end of the run, may lie outside the area."},
+     "Nothing was sent. A device is an area and a number, such as DM100, MR515 or T5; here the "
+     "number, or the end of the run, is outside the area."},
     {"can't read word from ", WrongUsage,
-     "Nothing was sent. This area holds no numbers; relays are read with --type bit."},
+     "Nothing was sent. This area holds no numbers; read relays with --type bit."},
     {"can't write word to ", WrongUsage,
-     "Nothing was sent. The set value of CTC1 is written as PCTC1, its contact with --type bit."},
+     "Nothing was sent. Write the set value of CTC1 as PCTC1, and its contact with --type bit."},
     {"can't write bit to ", WrongUsage,
-     "Nothing was written. Bits can be written to R, MR, LR, CR, T, C and CTC; words, as of DM, "
-     "are "
-     "written with --type word."},
+     "Nothing was written. Bits can be written to R, MR, LR, CR, T, C and CTC; write words, such "
+     "as DM, with --type word."},
     {"", ControllerRefused, "The request failed; the driver tells no more than this."},
 };
 

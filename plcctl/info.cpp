@@ -28,13 +28,13 @@ std::string flagsText(int flags)
 
 std::string text(const DeviceSetting& setting)
 {
-    return QString("%1, %2 baud, %3 data bits, stop bit code %4, parity code %5 (kind 0x%6)")
+    return QString("%1 (kind 0x%2), %3 baud, %4 bits, stop code %5, parity code %6")
         .arg(setting.string)
+        .arg(static_cast<quint32>(setting.type), 0, 16)
         .arg(setting.baudrate)
         .arg(setting.databits)
         .arg(setting.stopbits)
         .arg(setting.parity)
-        .arg(static_cast<quint32>(setting.type), 0, 16)
         .toStdString();
 }
 
@@ -63,7 +63,7 @@ std::vector<Fact> factsOf(DriverInterface& driver)
         {"bit block size", std::to_string(driver.getBitBlockAccessSize())},
         {"default line", driver.getStringBasedDefaultDriverSetting().toStdString()},
         {"default port", text(*device)},
-        {"default exchange", text(*exchange)},
+        {"default timing", text(*exchange)},
     };
 }
 

@@ -160,7 +160,7 @@ TEST(Info, TellsWhatTheDriverAnswers)
     EXPECT_EQ(info.at("port kinds"), "0x70");
     EXPECT_EQ(info.at("block size"), "1024");
     EXPECT_EQ(info.at("default line"), "RS232,9600,EVEN,8,1");
-    EXPECT_EQ(info.at("default exchange"), "time-out 500 ms, 3 retries, delay 0 ms, station 0");
+    EXPECT_EQ(info.at("default timing"), "time-out 500 ms, 3 retries, delay 0 ms, station 0");
 }
 
 TEST(Help, IsASuccess)
