@@ -120,7 +120,7 @@ unsigned short update_crc_dnp(unsigned short crc, char c)
 
 unsigned long update_crc_32(unsigned long crc, char c)
 {
-    return reflectedUpdate(crc_tab32, static_cast<quint32>(crc & 0xFFFFFFFFUL), c);
+    return reflectedUpdate(crc_tab32, static_cast<quint32>(crc), c);
 }
 
 unsigned short update_crc_sick(unsigned short crc, char c, char prev)

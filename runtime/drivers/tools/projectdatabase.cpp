@@ -30,12 +30,10 @@ bool isDecimalDigit(QChar c)
     return c >= QLatin1Char('0') && c <= QLatin1Char('9');
 }
 
-/// The caller's connection, opened, or one that is not open. It asks before it fetches and opens by
-/// itself, because Qt's own way complains on standard error where either fails.
+/// The caller's connection, opened, or one that is not open. Fetching does not open it, because then
+/// Qt would complain on standard error where that fails.
 QSqlDatabase openConnection(const QString& name)
 {
-    if (!QSqlDatabase::contains(name))
-        return QSqlDatabase();
     QSqlDatabase connection = QSqlDatabase::database(name, false);
     if (connection.isValid() && !connection.isOpen())
         connection.open();
