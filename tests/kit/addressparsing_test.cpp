@@ -30,7 +30,7 @@ TEST(AddressParsing, SplitsDeviceTexts)
         {"octal with a digit of 8", "X18", 8, "X", 0},
         {"no octal digit at all", "X8", 8, "X", 0},
         {"hexadecimal, symbol without hex letters", "H1F", 16, "H", 31},
-        {"hexadecimal, lower case", "h1f", 16, "h", 31},
+        {"hexadecimal, lower case", "yf1", 16, "yf", 0xF1},
         {"hexadecimal, D of the symbol taken as digit", "DM1F", 16, "DM", 0},
         {"hexadecimal, symbol of hex letters only", "B10", 16, "B", 0xB10},
         {"base 2", "X1", 2, "X", -1},

@@ -83,16 +83,17 @@ TEST(Crc, UsableFromC)
 TEST(Crc, TableEntries)
 {
     // From an empty register a byte brings exactly its table entry.
-    EXPECT_EQ(update_crc_ccitt(0, 1), 0x1021);
-    EXPECT_EQ(update_crc_ccitt(0, '\xFF'), 0x1EF0);
-    EXPECT_EQ(update_crc_16(0, 1), 0xC0C1);
-    EXPECT_EQ(update_crc_16(0, '\xFF'), 0x4040);
-    EXPECT_EQ(update_crc_kermit(0, 1), 0x1189);
-    EXPECT_EQ(update_crc_kermit(0, '\x80'), 0x8408);
-    EXPECT_EQ(update_crc_dnp(0, 1), 0x365E);
-    EXPECT_EQ(update_crc_dnp(0, '\xFF'), 0x1235);
-    EXPECT_EQ(update_crc_32(0, 1), 0x77073096u);
-    EXPECT_EQ(update_crc_32(0, '\xFF'), 0x2D02EF8Du);
+    const struct {
+        unsigned long entry, wanted;
+    } rows[] = {
+        {update_crc_ccitt(0, 1), 0x1021},  {update_crc_ccitt(0, '\xFF'), 0x1EF0},
+        {update_crc_16(0, 1), 0xC0C1},     {update_crc_16(0, '\xFF'), 0x4040},
+        {update_crc_kermit(0, 1), 0x1189}, {update_crc_kermit(0, '\x80'), 0x8408},
+        {update_crc_dnp(0, 1), 0x365E},    {update_crc_dnp(0, '\xFF'), 0x1235},
+        {update_crc_32(0, 1), 0x77073096}, {update_crc_32(0, '\xFF'), 0x2D02EF8D},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.entry, row.wanted);
 }
 
 TEST(Crc, RandomBytesAgreeWithBitwiseDivision)

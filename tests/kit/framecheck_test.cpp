@@ -69,6 +69,7 @@ TEST(HexText, ReadsNumbers)
     };
     for (const auto& row : rows)
         EXPECT_EQ(HexToUInt(row.text, row.len), row.value) << row.text << ", len " << row.len;
+    EXPECT_EQ(HexToUInt(nullptr, 0), 0u);
 }
 
 TEST(HexText, ShowsBytes)

@@ -81,12 +81,15 @@ TEST(TxPackage, BytesAndSectionsAreSetApart)
     EXPECT_TRUE(package.setData(raw, 3));
     raw[0] = 9;
     EXPECT_EQ(package.byteArrayData(), bytes("01 02 03"));
+    EXPECT_TRUE(package.setData(QByteArray::fromRawData(raw, 3)));
+    raw[0] = 1;
+    EXPECT_EQ(package.byteArrayData(), bytes("09 02 03"));
     EXPECT_EQ(package.dataAt(1), bytes("03")); // the frame ends first
     EXPECT_FALSE(package.setData(raw, -1));
     EXPECT_EQ(package.totalSize(), 3);
 
     package.setSectionSize({1, 1});
-    EXPECT_EQ(package.byteArrayData(), bytes("01 02"));
+    EXPECT_EQ(package.byteArrayData(), bytes("09 02"));
     package.setSectionSize({INT_MAX, 1});
     EXPECT_EQ(package.sectionSize(0), 1);
     package.setSectionSize({1, -3});
