@@ -37,7 +37,7 @@ const Meaning meanings[] = {
      "Nothing was sent. A device is an area and a number, such as DM100, MR515 or T5; here the "
      "number, or the end of the run, is outside the area."},
     {"can't read word from ", WrongUsage,
-     "Nothing was sent. This area holds no numbers; read relays with --type bit."},
+     "Nothing was sent. This area holds no numbers; relays want --type bit."},
     {"can't write word to ", WrongUsage,
      "Nothing was sent. Write the set value of CTC1 as PCTC1, and its contact with --type bit."},
     {"can't write bit to ", WrongUsage,
