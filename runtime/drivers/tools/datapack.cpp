@@ -3,6 +3,7 @@
 
 #include "drivers/tools/byteswap.h"
 
+#include <QtEndian>
 #include <QtGlobal>
 #include <climits>
 #include <cstring>
@@ -155,22 +156,40 @@ private:
     va_list m_list;
 };
 
-void storeValue(unsigned char* to, const Field& field, unsigned int value)
+template <typename Integer>
+void storeAs(unsigned char* to, Order order, unsigned int value)
 {
-    for (int i = 0; i < field.width; ++i) {
-        const int place = field.order == Order::Little ? i : field.width - 1 - i;
-        to[place] = static_cast<unsigned char>(value >> (8 * i));
-    }
+    if (order == Order::Little)
+        qToLittleEndian(static_cast<Integer>(value), to);
+    else
+        qToBigEndian(static_cast<Integer>(value), to);
 }
 
-unsigned int loadValue(const unsigned char* from, const Field& field)
+template <typename Integer>
+Integer loadAs(const unsigned char* from, Order order)
 {
-    unsigned int value = 0;
-    for (int i = 0; i < field.width; ++i) {
-        const int place = field.order == Order::Little ? i : field.width - 1 - i;
-        value |= static_cast<unsigned int>(from[place]) << (8 * i);
-    }
-    return value;
+    return order == Order::Little ? qFromLittleEndian<Integer>(from)
+                                  : qFromBigEndian<Integer>(from);
+}
+
+void packValue(unsigned char* to, const Field& field, unsigned int value)
+{
+    if (field.width == 1)
+        *to = static_cast<unsigned char>(value);
+    else if (field.width == 2)
+        storeAs<quint16>(to, field.order, value);
+    else
+        storeAs<quint32>(to, field.order, value);
+}
+
+void unpackValue(const unsigned char* from, const Field& field, Arguments& targets)
+{
+    if (field.width == 1)
+        *targets.pointer<unsigned char>() = *from;
+    else if (field.width == 2)
+        *targets.pointer<unsigned short>() = loadAs<quint16>(from, field.order);
+    else
+        *targets.pointer<unsigned int>() = loadAs<quint32>(from, field.order);
 }
 
 /// Copies a run and turns its elements round where the field is big-endian; the same in both
@@ -195,7 +214,7 @@ void packItem(unsigned char* to, const FormatReader& item, Arguments& values)
     else if (item.counted)
         copyRun(to, values.pointer<const unsigned char>(), item.field, item.count);
     else
-        storeValue(to, item.field, values.value());
+        packValue(to, item.field, values.value());
 }
 
 void unpackItem(const unsigned char* from, const FormatReader& item, Arguments& targets)
@@ -204,13 +223,8 @@ void unpackItem(const unsigned char* from, const FormatReader& item, Arguments& 
         return;
     if (item.counted)
         copyRun(targets.pointer<unsigned char>(), from, item.field, item.count);
-    else if (item.field.width == 1)
-        *targets.pointer<unsigned char>() = *from;
-    else if (item.field.width == 2)
-        *targets.pointer<unsigned short>() =
-            static_cast<unsigned short>(loadValue(from, item.field));
     else
-        *targets.pointer<unsigned int>() = loadValue(from, item.field);
+        unpackValue(from, item.field, targets);
 }
 
 /// The bytes that ByteArrayPack makes of a format; 0 for an empty format and for one it refuses.
