@@ -134,8 +134,8 @@ private:
     int m_end;
 };
 
-/// The caller's arguments. A va_list of its own lets helpers take it by reference, whatever kind of
-/// type va_list is.
+/// The caller's arguments. A va_list of its own lets functions take it by reference, whatever kind
+/// of type va_list is.
 class Arguments
 {
 public:

@@ -30,8 +30,8 @@ bool isDecimalDigit(QChar c)
     return c >= QLatin1Char('0') && c <= QLatin1Char('9');
 }
 
-/// The caller's connection, opened, or one that is not open. Fetching does not open it, because then
-/// Qt would complain on standard error where that fails.
+/// The caller's connection, opened, or one that is not open. Fetching does not open it, because
+/// then Qt would complain on standard error where that fails.
 QSqlDatabase openConnection(const QString& name)
 {
     QSqlDatabase connection = QSqlDatabase::database(name, false);
