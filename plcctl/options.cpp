@@ -24,6 +24,41 @@ std::vector<std::string> unitNames()
     return names;
 }
 
+void addLineOptions(CLI::App& command, BenchOptions& options)
+{
+    command
+        .add_option("-p,--port", options.port,
+                    "A serial device such as /dev/ttyUSB0; or tcp:HOST[:PORT], port 8501 if "
+                    "omitted; or sim, a simulated controller inside this program that ends with it")
+        ->default_val(BenchOptions::SimulatedPort)
+        ->type_name("PORT")
+        ->group(LineGroup);
+    command
+        .add_option("-l,--line", options.line,
+                    "Serial line, such as RS232,9600,EVEN,8,1 (default: the driver's)")
+        ->type_name("TEXT")
+        ->group(LineGroup);
+    command
+        .add_flag("--trace", options.trace,
+                  "Show every call and byte of the line on standard error")
+        ->group(LineGroup);
+}
+
+/// Numbers that the driver knows defaults for.
+void addPatienceOptions(CLI::App& command, BenchOptions& options)
+{
+    const auto add = [&](const char* names, std::optional<int>& value, int low, int high,
+                         const char* unit, const std::string& help) {
+        command.add_option(names, value, help + " (default: the driver's)")
+            ->check(between(low, high))
+            ->type_name(unit)
+            ->group(LineGroup);
+    };
+    add("-o,--timeout", options.timeoutMs, 1, MaxMs, "MS", "Longest wait for a reply, in ms");
+    add("--retry", options.retry, 0, MaxRetries, "N", "How often a failed request is repeated");
+    add("--delay", options.delayMs, 0, MaxMs, "MS", "Pause before every attempt, in ms");
+}
+
 } // namespace
 
 CLI::Validator between(int low, int high)
@@ -57,43 +92,9 @@ void addDriverOption(CLI::App& command, std::string& driverFile)
 
 void addBenchOptions(CLI::App& command, BenchOptions& options)
 {
-    options.port = BenchOptions::SimulatedPort;
     addDriverOption(command, options.driverFile);
-    command
-        .add_option(
-            "-p,--port", options.port,
-            "A serial device such as /dev/ttyUSB0; or tcp:HOST[:PORT], port 8501 if omitted; "
-            "or sim, a simulated controller inside this program that ends with it")
-        ->capture_default_str()
-        ->type_name("PORT")
-        ->group(LineGroup);
-    command
-        .add_option("-l,--line", options.line,
-                    "Serial line, such as RS232,9600,EVEN,8,1 (default: the driver's)")
-        ->type_name("TEXT")
-        ->group(LineGroup);
-    command
-        .add_option("-o,--timeout", options.timeoutMs,
-                    "Longest wait for a reply, in ms (default: the driver's)")
-        ->check(between(1, MaxMs))
-        ->type_name("MS")
-        ->group(LineGroup);
-    command
-        .add_option("--retry", options.retry,
-                    "How often a failed request is repeated (default: the driver's)")
-        ->check(between(0, MaxRetries))
-        ->type_name("N")
-        ->group(LineGroup);
-    command
-        .add_option("--delay", options.delayMs,
-                    "Pause before every attempt, in ms (default: the driver's)")
-        ->check(between(0, MaxMs))
-        ->type_name("MS")
-        ->group(LineGroup);
-    command
-        .add_flag("--trace", options.trace,
-                  "Show every call and byte of the line on standard error")
-        ->group(LineGroup);
+    addLineOptions(command, options);
+    addPatienceOptions(command, options);
     addControllerOptions(command, options.controller);
 }
 
