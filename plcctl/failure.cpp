@@ -34,8 +34,9 @@ const Meaning meanings[] = {
      "Something answered, but not as this controller does. Check --line (speed, parity), --port, "
      "and that nobody else uses the line."},
     {"invalid device address: ", WrongUsage,
-     "Nothing was sent. A device is an area and a number, such as DM100, MR515 or T5; here the "
-     "number, or the end of the run, is outside the area."},
+     "Nothing was sent. The driver knows no such device, or the run ends outside its area. A "
+     "device "
+     "is an area and a number, such as DM100."},
     {"can't read word from ", WrongUsage,
      "Nothing was sent. This area holds no numbers; relays want --type bit."},
     {"can't write word to ", WrongUsage,
