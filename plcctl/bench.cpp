@@ -3,8 +3,10 @@
 
 #include "controller.h"
 #include "failure.h"
+#include "project.h"
 
 #include "drivers/communicatorcommand.h"
+#include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
 #include "drivers/driversetting.h"
 #include "host/driverplugin.h"
@@ -99,6 +101,23 @@ CommunicatorCommand commandFor(const std::string& device, const Unit& unit, int 
     return command;
 }
 
+/// Finds the port in the project and names it in its setting.
+LinkIdStationId linkInProject(const BenchOptions& options, DeviceSetting& setting)
+{
+    const Project project(options.project);
+    const bool isTcp =
+        !isSimulatedPort(options) && addressOf(options.port).kind == host::PortAddress::Kind::Tcp;
+    if (isTcp)
+        setting.string = QStringLiteral("ETHERNET");
+    if (!options.portName.empty())
+        setting.string = QString::fromStdString(options.portName);
+    if (!isTcp)
+        return project.linkOn(setting.string);
+    const host::PortAddress address = addressOf(options.port);
+    setting.socketList = {{address.place, address.tcpPort}};
+    return project.linkOn(setting.string, address.place, address.tcpPort);
+}
+
 void printTrace(const QString& line)
 {
     std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData());
@@ -130,11 +149,28 @@ Bench::Bench(const BenchOptions& options)
     m_line = host::makePort(addressOf(port), line, exchangeOf(options, driver()));
     if (!m_line->open())
         throw Failure(CannotOpen, m_line->trouble().toStdString());
+    if (!options.project.empty())
+        tellDriverOfProject(options);
     if (options.trace)
         m_trace = std::make_unique<host::TracingPort>(*m_line, printTrace);
 }
 
 Bench::~Bench() = default;
+
+/// Tells the driver what its link and station are in a panel project, the way a panel does: by the
+/// settings of its port.
+void Bench::tellDriverOfProject(const BenchOptions& options)
+{
+    const std::unique_ptr<DeviceSetting> setting(driver().getDefaultSerialDeviceSetting());
+    const LinkIdStationId link = linkInProject(options, *setting);
+    setting->linkID = link.linkId;
+    setting->auxValue = link.stationId;
+    if (!driver().deviceSettingChanged(setting.get()))
+        throw Failure(WrongUsage, "the driver refuses link " + std::to_string(link.linkId) +
+                                      ", station " + std::to_string(link.stationId));
+    std::fprintf(stderr, "%s is link %d of the project, station %d\n",
+                 setting->string.toLocal8Bit().constData(), link.linkId, link.stationId);
+}
 
 std::string Bench::driverName() const
 {

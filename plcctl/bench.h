@@ -53,6 +53,7 @@ public:
                const std::vector<std::uint32_t>& values);
 
 private:
+    void tellDriverOfProject(const BenchOptions& options);
     [[noreturn]] void fail() const;
     DriverInterface& driver() const;
     AbstractDeviceInterface& port() const;

@@ -18,6 +18,7 @@ void addInfoCommand(CLI::App& app, ExitStatus& status);
 void addReadCommand(CLI::App& app, ExitStatus& status);
 void addWriteCommand(CLI::App& app, ExitStatus& status);
 void addWatchCommand(CLI::App& app, ExitStatus& status);
+void addLinksCommand(CLI::App& app, ExitStatus& status);
 void addSimulateCommand(CLI::App& app, ExitStatus& status);
 
 } // namespace plcctl

@@ -50,6 +50,7 @@ plcctl::ExitStatus run(int argc, char** argv)
     addReadCommand(app, status);
     addWriteCommand(app, status);
     addWatchCommand(app, status);
+    addLinksCommand(app, status);
     addSimulateCommand(app, status);
     try {
         app.parse(argc, argv);

@@ -14,6 +14,7 @@ constexpr int MaxRetries = 1000;
 constexpr int MaxCount = 65535;
 
 const char* const LineGroup = "The line";
+const char* const ProjectGroup = "The panel project";
 const char* const SimulatorGroup = "The simulated controller";
 
 std::vector<std::string> unitNames()
@@ -42,6 +43,18 @@ void addLineOptions(CLI::App& command, BenchOptions& options)
         .add_flag("--trace", options.trace,
                   "Show every call and byte of the line on standard error")
         ->group(LineGroup);
+}
+
+void addProjectOptions(CLI::App& command, BenchOptions& options)
+{
+    CLI::Option* const project = addProjectOption(command, options.project);
+    command
+        .add_option("--port-name", options.portName,
+                    "The port's name in the project, such as COM1 (default: the driver's own, or "
+                    "ETHERNET for a tcp port)")
+        ->needs(project)
+        ->type_name("NAME")
+        ->group(ProjectGroup);
 }
 
 /// Numbers that the driver knows defaults for.
@@ -95,7 +108,18 @@ void addBenchOptions(CLI::App& command, BenchOptions& options)
     addDriverOption(command, options.driverFile);
     addLineOptions(command, options);
     addPatienceOptions(command, options);
+    addProjectOptions(command, options);
     addControllerOptions(command, options.controller);
+}
+
+CLI::Option* addProjectOption(CLI::App& command, std::string& project)
+{
+    return command
+        .add_option("--project", project,
+                    "Directory of a panel program with a compiled project: link and station come "
+                    "from its database")
+        ->type_name("DIR")
+        ->group(ProjectGroup);
 }
 
 void addControllerOptions(CLI::App& command, ControllerOptions& options)

@@ -13,6 +13,7 @@
 namespace CLI
 {
 class App;
+class Option;
 class Validator;
 } // namespace CLI
 
@@ -35,6 +36,8 @@ struct BenchOptions {
     std::optional<int> retry;
     std::optional<int> delayMs;
     bool trace = false;
+    std::string project;          ///< where the panel project lies; empty for none
+    std::string portName;         ///< the port's name in that project; empty: the usual one
     ControllerOptions controller; ///< of port "sim" only
 
     /// The value of `port` that stands for a simulated controller inside this program.
@@ -51,6 +54,10 @@ void addDevicesArgument(CLI::App& command, std::vector<std::string>& devices);
 void addCountOption(CLI::App& command, int& count);
 
 void addDriverOption(CLI::App& command, std::string& driverFile);
+
+/// --project.
+CLI::Option* addProjectOption(CLI::App& command, std::string& project);
+
 void addBenchOptions(CLI::App& command, BenchOptions& options);
 void addControllerOptions(CLI::App& command, ControllerOptions& options);
 

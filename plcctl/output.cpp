@@ -89,15 +89,77 @@ void printReadingsAsCsv(const std::vector<Reading>& readings, const Unit& unit, 
 }
 
 /// An object a line, so that people can read it too.
-void printReadingsAsJson(const std::vector<Reading>& readings, const Unit& unit, Notation notation)
+void printJsonArray(const std::vector<Json>& objects)
 {
     std::string text = "[";
     const char* separator = "\n  ";
-    for (const Reading& reading : readings) {
-        text += separator + dump(jsonOf(reading, unit, notation));
+    for (const Json& object : objects) {
+        text += separator + dump(object);
         separator = ",\n  ";
     }
-    printLine(text + (readings.empty() ? "]" : "\n]"));
+    printLine(text + (objects.empty() ? "]" : "\n]"));
+}
+
+void printReadingsAsJson(const std::vector<Reading>& readings, const Unit& unit, Notation notation)
+{
+    std::vector<Json> objects;
+    for (const Reading& reading : readings)
+        objects.push_back(jsonOf(reading, unit, notation));
+    printJsonArray(objects);
+}
+
+std::string textOf(const Field& field)
+{
+    if (const int* number = std::get_if<int>(&field))
+        return std::to_string(*number);
+    const std::string* text = std::get_if<std::string>(&field);
+    return text != nullptr ? *text : std::string();
+}
+
+/// The names and every row, as texts.
+std::vector<std::vector<std::string>> linesOf(const Table& table)
+{
+    std::vector<std::vector<std::string>> lines = {table.names};
+    for (const std::vector<Field>& row : table.rows) {
+        lines.emplace_back();
+        for (const Field& field : row)
+            lines.back().push_back(textOf(field));
+    }
+    return lines;
+}
+
+void printAlignedLines(const std::vector<std::vector<std::string>>& lines)
+{
+    std::vector<std::size_t> widths(lines.front().size());
+    for (const std::vector<std::string>& line : lines)
+        for (std::size_t column = 0; column < line.size(); ++column)
+            widths[column] = std::max(widths[column], line[column].size());
+    for (const std::vector<std::string>& line : lines) {
+        std::string text;
+        for (std::size_t column = 0; column < line.size(); ++column)
+            text += line[column] + std::string(widths[column] - line[column].size() + 2, ' ');
+        printLine(text.substr(0, text.find_last_not_of(' ') + 1));
+    }
+}
+
+Json jsonOf(const Table& table, const std::vector<Field>& row)
+{
+    Json object = Json::object();
+    for (std::size_t column = 0; column < row.size(); ++column) {
+        if (const int* number = std::get_if<int>(&row[column]))
+            object[table.names[column]] = *number;
+        else if (!textOf(row[column]).empty())
+            object[table.names[column]] = textOf(row[column]);
+    }
+    return object;
+}
+
+void printTableAsJson(const Table& table)
+{
+    std::vector<Json> objects;
+    for (const std::vector<Field>& row : table.rows)
+        objects.push_back(jsonOf(table, row));
+    printJsonArray(objects);
 }
 
 void printFactsAsCsv(const std::vector<Fact>& facts)
@@ -145,6 +207,20 @@ void printFacts(const std::vector<Fact>& facts, Format format)
         return printFactsAsCsv(facts);
     case Format::Json:
         return printFactsAsJson(facts);
+    }
+}
+
+void printTable(const Table& table, Format format)
+{
+    switch (format) {
+    case Format::Table:
+        return printAlignedLines(linesOf(table));
+    case Format::Csv:
+        for (const std::vector<std::string>& line : linesOf(table))
+            printCsv(line);
+        return;
+    case Format::Json:
+        return printTableAsJson(table);
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace plcctl
@@ -29,11 +30,23 @@ struct Reading {
 /// A name and its text.
 using Fact = std::pair<std::string, std::string>;
 
+/// A number, a text, or nothing.
+using Field = std::variant<std::monostate, int, std::string>;
+
+/// Named columns.
+struct Table {
+    std::vector<std::string> names;
+    std::vector<std::vector<Field>> rows; ///< a field for each name
+};
+
 /// A line each; in CSV behind a header, in JSON as one array of objects.
 void printReadings(const std::vector<Reading>& readings, const Unit& unit, const Style& style);
 
 /// A line each; in CSV behind a header, in JSON as one object.
 void printFacts(const std::vector<Fact>& facts, Format format);
+
+/// A line each behind a header; in JSON as one array of objects, without the empty fields.
+void printTable(const Table& table, Format format);
 
 /// The local time of day, for a person to read.
 std::string clockTime();

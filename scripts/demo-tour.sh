@@ -45,6 +45,7 @@ tour() {
     show_driver
     show_values
     show_wire
+    show_project
     show_failure
 }
 
@@ -91,6 +92,25 @@ read 4 -> 4  "0030"
 read 9 -> 9  "0 00007\r\n"
 write 4 -> 4  "CQ\r\n"
 read 4 -> 4  "CF\r\n"
+END
+}
+
+show_project() {
+    echo "-- A panel project, an SQLite file, says which link and station are on a port"
+    mkdir -p panel/compile/database
+    sqlite3 panel/compile/database/database <<'END'
+CREATE TABLE LINK (LINKID INTEGER, HMIPORT INTEGER);
+CREATE TABLE NODE (LINKID INTEGER, STATIONID INTEGER, ISDEFAULT INTEGER, IP TEXT, PORT INTEGER);
+INSERT INTO LINK VALUES (3, 1001), (4, 2000);
+INSERT INTO NODE VALUES (3, 1, 1, NULL, NULL), (4, 7, 1, '192.168.0.10', 8501);
+END
+    show "plcctl links --project panel" <<'END'
+COM2      1001     3     1
+ETHERNET  2000     4     7        192.168.0.10  8501
+END
+    show "plcctl read DM100 -p ./kv --project panel" <<'END'
+COM2 is link 3 of the project, station 1
+DM100  300
 END
 }
 

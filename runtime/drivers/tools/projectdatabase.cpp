@@ -72,14 +72,24 @@ bool isPlainAddress(const QString& ip)
 
 QDir GetCompilePath()
 {
-    QDir dir(QCoreApplication::applicationDirPath());
+    return GetCompilePath(QCoreApplication::applicationDirPath());
+}
+
+QDir GetCompilePath(const QString& programDirectory)
+{
+    QDir dir(programDirectory);
     enterIfThere(dir, COMPILE_PATH);
     return dir;
 }
 
 QString GetDatabaseName()
 {
-    QDir dir = GetCompilePath();
+    return GetDatabaseName(QCoreApplication::applicationDirPath());
+}
+
+QString GetDatabaseName(const QString& programDirectory)
+{
+    QDir dir = GetCompilePath(programDirectory);
     enterIfThere(dir, DATABASE_PATH);
     return dir.absoluteFilePath(QLatin1String(DatabaseFile));
 }

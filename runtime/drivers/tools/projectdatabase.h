@@ -18,12 +18,15 @@ struct LinkIdStationId {
     quint8 stationId; ///< NODE.STATIONID
 };
 
-/// The program's directory, or COMPILE_PATH in it where that exists.
+/// The program's directory, or COMPILE_PATH in it where that exists. For a project of another
+/// program `programDirectory` says where that lies.
 DRIVER_KIT_EXPORT QDir GetCompilePath();
+DRIVER_KIT_EXPORT QDir GetCompilePath(const QString& programDirectory);
 
 /// The absolute path of the file "database" in DATABASE_PATH of the compile directory; a directory
 /// that does not exist is left out.
 DRIVER_KIT_EXPORT QString GetDatabaseName();
+DRIVER_KIT_EXPORT QString GetDatabaseName(const QString& programDirectory);
 
 /// The HMI port number of a port name: 2000 for every name that begins with ETHERNET in any case,
 /// 999 + n for a name that ends in the decimal number n, such as COM1. An n too large counts as 0.

@@ -1,0 +1,131 @@
+// plcctl with a panel project, run as a program against a real SQLite file.
+#include "program.h"
+
+#include <QDir>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace
+{
+
+/// Three links: COM1 without a station, COM2, and one over Ethernet whose station number is cut to
+/// eight bits.
+const char* const statements[] = {
+    "CREATE TABLE LINK(LINKID INTEGER, HMIPORT INTEGER)",
+    "CREATE TABLE NODE(LINKID INTEGER, STATIONID INTEGER, ISDEFAULT INTEGER, IP TEXT, PORT "
+    "INTEGER)",
+    "INSERT INTO LINK VALUES(3, 1001), (4, 2000), (5, 1000)",
+    "INSERT INTO NODE VALUES(3, 1, 1, NULL, NULL), (3, 2, 0, NULL, NULL)",
+    "INSERT INTO NODE VALUES(4, 300, 1, '127.0.0.1', 8501)",
+};
+
+class PanelProject : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(QDir(directory.path()).mkpath("compile/database"));
+        for (const char* statement : statements)
+            execute(statement);
+    }
+
+    void execute(const QString& statement)
+    {
+        {
+            QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "writer");
+            database.setDatabaseName(directory.filePath("compile/database/database"));
+            ASSERT_TRUE(database.open());
+            ASSERT_TRUE(QSqlQuery(database).exec(statement)) << statement.toStdString();
+        }
+        QSqlDatabase::removeDatabase("writer");
+    }
+
+    Result run(const std::string& arguments)
+    {
+        return plcctl(arguments + " --project " + directory.path().toStdString());
+    }
+
+    QTemporaryDir directory;
+};
+
+TEST_F(PanelProject, ListsItsLinks)
+{
+    const struct {
+        const char* format;
+        const char* out;
+    } rows[] = {
+        {"table", "port      hmiport  link  station  ip         ipport\n"
+                  "COM1      1000     5\n"
+                  "COM2      1001     3     1\n"
+                  "ETHERNET  2000     4     44       127.0.0.1  8501\n"},
+        {"csv", "port,hmiport,link,station,ip,ipport\n"
+                "COM1,1000,5,,,\n"
+                "COM2,1001,3,1,,\n"
+                "ETHERNET,2000,4,44,127.0.0.1,8501\n"},
+        {"json", "[\n"
+                 "  {\"port\":\"COM1\",\"hmiport\":1000,\"link\":5},\n"
+                 "  {\"port\":\"COM2\",\"hmiport\":1001,\"link\":3,\"station\":1},\n"
+                 "  {\"port\":\"ETHERNET\",\"hmiport\":2000,\"link\":4,\"station\":44,"
+                 "\"ip\":\"127.0.0.1\",\"ipport\":8501}\n"
+                 "]\n"},
+    };
+    for (const auto& row : rows) {
+        const Result links = run(std::string("links -f ") + row.format);
+        EXPECT_EQ(links.status, 0) << links.err;
+        EXPECT_EQ(links.out, row.out);
+    }
+}
+
+TEST_F(PanelProject, GivesLinkAndStationOfThePort)
+{
+    const struct {
+        const char* arguments;
+        int status;
+        const char* error;
+    } rows[] = {
+        {"read DM7", 0, "COM2 is link 3 of the project, station 1\n"}, // the driver's own port
+        {"read DM7 --port-name com2", 0, "com2 is link 3 of the project, station 1\n"},
+        {"read DM7 --port-name COM1", 2, "no link with a default station on COM1"},
+        {"read DM7 --port-name COM", 2, "no panel port is called 'COM'"},
+    };
+    for (const auto& row : rows) {
+        const Result read = run(row.arguments);
+        EXPECT_EQ(read.status, row.status) << row.arguments;
+        EXPECT_EQ(read.out, row.status == 0 ? "DM7  80\n" : "") << row.arguments;
+        EXPECT_NE(read.err.find(row.error), std::string::npos) << read.err;
+    }
+}
+
+TEST_F(PanelProject, FindsAnEthernetStationByItsAddress)
+{
+    const SimulatedController controller("--set DM7=12");
+    const Result unknown = run("read DM7 -p " + controller.tcp());
+    EXPECT_EQ(unknown.status, 2);
+    EXPECT_NE(unknown.err.find("station on ETHERNET to 127.0.0.1:"), std::string::npos);
+
+    const QString port = QString::fromStdString(controller.tcp()).section(':', -1);
+    execute("UPDATE NODE SET PORT = " + port + " WHERE LINKID = 4");
+    const Result known = run("read DM7 -p " + controller.tcp());
+    EXPECT_EQ(known.out, "DM7  12\n") << known.err;
+    EXPECT_EQ(known.err, "ETHERNET is link 4 of the project, station 44\n");
+}
+
+TEST_F(PanelProject, IsRefusedWhenItIsNone)
+{
+    const std::string database = directory.filePath("compile/database/database").toStdString();
+    std::ofstream(database, std::ios::trunc) << "no database at all, only a text";
+    EXPECT_NE(run("links").err.find("is no project database: "), std::string::npos);
+    EXPECT_EQ(run("read DM7").status, 3);
+
+    QFile::remove(QString::fromStdString(database));
+    const Result missing = run("links");
+    EXPECT_EQ(missing.status, 3);
+    EXPECT_NE(missing.err.find("there is no project database " + database), std::string::npos);
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(database))) << "created one by looking";
+}
+
+} // namespace
