@@ -71,10 +71,10 @@ std::unique_ptr<DriverPlugin> DriverPlugin::load(const QString& file, QString* e
 
     // Without this Qt would keep the library in memory for good.
     loader->setLoadHints(QLibrary::LoadHints());
-    QObject* const instance = loader->instance();
-    if (!instance)
+    // Only load() counts this loader among the library's users; instance() alone would not.
+    if (!loader->load() || !loader->instance())
         return refuse(loader->errorString());
-    DriverInterface* const driver = qobject_cast<DriverInterface*>(instance);
+    DriverInterface* const driver = qobject_cast<DriverInterface*>(loader->instance());
     if (!driver) {
         loader->unload();
         return refuse(QStringLiteral("its object does not implement the driver interface"));

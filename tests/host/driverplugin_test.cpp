@@ -1,0 +1,75 @@
+// The plug-in loader: what it loads, what it refuses and why, and that nothing stays behind.
+#include "host/driverplugin.h"
+
+#include "drivers/driverinterface.h"
+
+#include <QObject>
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+namespace
+{
+
+bool isInMemory(const char* library)
+{
+    void* const handle = dlopen(library, RTLD_NOW | RTLD_NOLOAD);
+    if (handle)
+        dlclose(handle);
+    return handle != nullptr;
+}
+
+TEST(DriverPlugin, RefusesWhatIsNoDriver)
+{
+    const struct {
+        const char* file;
+        const char* reason;
+    } rows[] = {
+        {"/no/such/driver.so", "no such file"},
+        {"", "no such file"},
+        {SOURCE_DIRECTORY, "not a file"},
+        {SOURCE_DIRECTORY "/CMakeLists.txt", "not a shared library"},
+        {PLAIN_LIBRARY, "not a Qt 5 plug-in"},
+        {STRANGER, "its interface is \"org.example.Stranger/1.0\", a driver's is "
+                   "\"com.talvorin.drivers.DriverInterface/1.1\""},
+        {IMPOSTOR, "its object does not implement the driver interface"},
+    };
+    for (const auto& row : rows) {
+        QString error;
+        EXPECT_FALSE(host::DriverPlugin::load(row.file, &error)) << row.file;
+        EXPECT_EQ(error, QStringLiteral("can't load driver %1: %2").arg(row.file, row.reason));
+    }
+    EXPECT_FALSE(qEnvironmentVariableIsSet("STRANGER_RAN"));
+    EXPECT_FALSE(isInMemory(IMPOSTOR));
+}
+
+TEST(DriverPlugin, LoadsAndUnloadsAgainAndAgain)
+{
+    for (int round = 0; round < 50; ++round) {
+        QString error;
+        auto plugin = host::DriverPlugin::load(DRIVER, &error);
+        ASSERT_TRUE(plugin) << qPrintable(error);
+        EXPECT_EQ(plugin->driver()->name(), "KEYENCE KV-1000");
+        bool deleted = false;
+        QObject::connect(plugin->driver()->getThisObject(), &QObject::destroyed,
+                         [&] { deleted = true; });
+        plugin.reset();
+        EXPECT_TRUE(deleted);
+        EXPECT_FALSE(isInMemory(DRIVER));
+    }
+}
+
+TEST(DriverPlugin, StaysWhileAnotherUserIsLeft)
+{
+    QString error;
+    auto first = host::DriverPlugin::load(DRIVER, &error);
+    auto second = host::DriverPlugin::load(DRIVER, &error);
+    ASSERT_TRUE(first && second) << qPrintable(error);
+    first.reset();
+    EXPECT_EQ(second->driver()->vender(), "KEYENCE");
+    second.reset();
+    EXPECT_FALSE(isInMemory(DRIVER));
+}
+
+} // namespace
