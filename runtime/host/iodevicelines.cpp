@@ -109,6 +109,14 @@ public:
 
     Reopening reopening() const override { return Reopening::KeepsLateReplies; }
 
+    qint64 transferMs(int byteCount) const override
+    {
+        const int parityBits = m_settings.parity == Parity::None ? 0 : 1;
+        const int stopBits = m_settings.stopBits == StopBits::One ? 1 : 2;
+        const qint64 bitsPerByte = 1 + m_settings.dataBits + parityBits + stopBits;
+        return byteCount * bitsPerByte * 1000 / m_settings.baud + 1;
+    }
+
 protected:
     bool connectDevice(QSerialPort& device, int) override
     {
@@ -149,6 +157,7 @@ public:
     }
 
     Reopening reopening() const override { return Reopening::ShedsLateReplies; }
+    qint64 transferMs(int) const override { return 0; }
 
 protected:
     bool connectDevice(QTcpSocket& device, int timeoutMs) override

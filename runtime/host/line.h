@@ -40,6 +40,9 @@ public:
 
     virtual Reopening reopening() const = 0;
 
+    /// How long `byteCount` bytes are on their way by the line's speed alone.
+    virtual qint64 transferMs(int byteCount) const = 0;
+
     /// A monotonic time in milliseconds.
     virtual qint64 nowMs() const = 0;
 

@@ -27,7 +27,7 @@ LinePort::~LinePort() = default;
 bool LinePort::open()
 {
     m_trouble.clear();
-    return reopen();
+    return reopen(m_line->nowMs() + m_exchange.timeoutMs);
 }
 
 int LinePort::read(char* buffer, int maxLength)
@@ -47,11 +47,11 @@ int LinePort::read(char* buffer, int maxLength)
 
 int LinePort::receive(char* buffer, int maxLength)
 {
-    const qint64 deadlineMs = m_line->nowMs() + m_exchange.timeoutMs;
+    const qint64 deadlineMs =
+        qMax(m_line->nowMs(), m_sentMs) + m_exchange.timeoutMs + m_line->transferMs(maxLength);
     int have = 0;
-    for (qint64 nowMs = m_line->nowMs(); have < maxLength; nowMs = m_line->nowMs()) {
-        const int waitMs = static_cast<int>(qMax<qint64>(0, deadlineMs - nowMs));
-        const int count = m_line->read(buffer + have, maxLength - have, waitMs);
+    while (have < maxLength) {
+        const int count = m_line->read(buffer + have, maxLength - have, remainingMs(deadlineMs));
         if (count == Line::Failed) {
             m_trouble = m_line->trouble();
             break;
@@ -59,7 +59,7 @@ int LinePort::receive(char* buffer, int maxLength)
         if (count > 0) {
             have += count;
             m_trust.bytesHeard(m_line->nowMs());
-        } else if (m_line->nowMs() >= deadlineMs) {
+        } else if (remainingMs(deadlineMs) == 0) {
             m_trouble = QStringLiteral("%1 of %2 bytes within %3 ms")
                             .arg(have)
                             .arg(maxLength)
@@ -81,7 +81,8 @@ int LinePort::write(const char* data, int length)
 
 bool LinePort::send(const char* data, int length)
 {
-    m_trust.commandSent(m_line->nowMs());
+    m_sentMs = m_line->nowMs() + m_line->transferMs(length);
+    m_trust.commandSent(m_sentMs);
     if (m_line->write(data, length, m_exchange.timeoutMs))
         return true;
     // Part of the command may have gone out and be answered.
@@ -116,47 +117,51 @@ bool LinePort::isReady() const
 bool LinePort::settle()
 {
     m_settled = true;
+    const qint64 deadlineMs = m_line->nowMs() + m_exchange.timeoutMs;
     const bool startAfresh = m_trust.isSuspected() && shedsLateReplies();
-    if ((startAfresh || !m_line->isOpen()) && !reopen())
+    if ((startAfresh || !m_line->isOpen()) && !reopen(deadlineMs))
         return false;
-    return waitForQuiet();
+    return waitForQuiet(deadlineMs);
 }
 
-bool LinePort::waitForQuiet()
+bool LinePort::waitForQuiet(qint64 deadlineMs)
 {
-    const qint64 deadlineMs = m_line->nowMs() + m_exchange.timeoutMs;
     char unread[256];
     for (;;) {
-        const qint64 waitMs = qMin(deadlineMs, m_trust.quietAtMs()) - m_line->nowMs();
-        const int count =
-            m_line->read(unread, sizeof unread, static_cast<int>(qMax<qint64>(0, waitMs)));
-        const qint64 nowMs = m_line->nowMs();
+        const int waitMs = remainingMs(qMin(deadlineMs, m_trust.quietAtMs()));
+        const int count = m_line->read(unread, sizeof unread, waitMs);
         if (count == Line::Failed)
-            return reopen() && !m_trust.needsQuiet();
+            return reopen(deadlineMs) && !m_trust.needsQuiet();
         if (count > 0) {
-            m_trust.bytesHeard(nowMs);
+            m_trust.bytesHeard(m_line->nowMs());
             m_trust.strayBytesFound();
-        } else if (nowMs >= m_trust.quietAtMs()) {
+        } else if (remainingMs(m_trust.quietAtMs()) == 0) {
             m_trust.quietReached();
             return true;
         }
-        if (nowMs >= deadlineMs) {
+        if (remainingMs(deadlineMs) == 0) {
             m_trouble =
-                QStringLiteral("replies are out of step: waiting for the line to be silent");
+                QStringLiteral("waiting for the line to be silent: late replies may still come");
             return false;
         }
     }
 }
 
-bool LinePort::reopen()
+bool LinePort::reopen(qint64 deadlineMs)
 {
-    if (!m_line->open(m_exchange.timeoutMs)) {
+    if (!m_line->open(remainingMs(deadlineMs))) {
         m_trouble = m_line->trouble();
         return false;
     }
     if (shedsLateReplies())
         m_trust = LineTrust(m_exchange.timeoutMs);
     return true;
+}
+
+/// 0 for a time that has passed.
+int LinePort::remainingMs(qint64 untilMs) const
+{
+    return static_cast<int>(qBound<qint64>(0, untilMs - m_line->nowMs(), INT_MAX));
 }
 
 bool LinePort::shedsLateReplies() const

@@ -17,7 +17,8 @@ namespace host
 class Line;
 
 /// Works without a running event loop, in the thread that made it; that thread needs a
-/// QCoreApplication or a QThread behind it. No call takes longer than the time-out.
+/// QCoreApplication or a QThread behind it. No call takes longer than the time-out; only the time
+/// that the bytes themselves take on a slow line comes on top of it.
 class LinePort : public AbstractDeviceInterface
 {
 public:
@@ -50,14 +51,16 @@ private:
     bool send(const char* data, int length);
     bool isReady() const;
     bool settle();
-    bool waitForQuiet();
-    bool reopen();
+    bool waitForQuiet(qint64 deadlineMs);
+    bool reopen(qint64 deadlineMs);
+    int remainingMs(qint64 untilMs) const;
     bool shedsLateReplies() const;
 
     std::unique_ptr<Line> m_line;
     ExchangeSettings m_exchange;
     LineTrust m_trust;
     QString m_trouble;
+    qint64 m_sentMs = 0;    ///< when the last byte of the last command was on its way
     bool m_settled = false; ///< the line was made ready since the last read
     bool m_sending = true;  ///< false from a command that did not go out to the next that does
 };

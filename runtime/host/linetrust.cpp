@@ -8,8 +8,7 @@ namespace
 
 constexpr qint64 MinMomentMs = 20;
 constexpr int MomentsPerTimeout = 10;
-constexpr int MaxLevel = 4;
-constexpr int GoodRepliesToTrust = 12;
+constexpr int CompleteRepliesToTrust = 12;
 
 } // namespace
 
@@ -19,23 +18,31 @@ LineTrust::LineTrust(int timeoutMs)
 {
 }
 
-void LineTrust::commandSent(qint64 nowMs)
+void LineTrust::commandSent(qint64 sentMs)
 {
-    m_lastActivityMs = nowMs;
+    if (!m_unanswered)
+        m_unansweredSinceMs = sentMs;
+    m_unanswered = true;
+    m_commandMs = sentMs;
+    m_lastActivityMs = sentMs;
     m_raised = false;
 }
 
 void LineTrust::bytesHeard(qint64 nowMs)
 {
+    if (m_suspected && m_unanswered)
+        m_longestLateMs = qMax(m_longestLateMs, nowMs - m_unansweredSinceMs);
     m_lastActivityMs = nowMs;
     m_alive = true;
 }
 
 void LineTrust::replyComplete()
 {
-    if (m_suspected && ++m_goodReplies >= GoodRepliesToTrust) {
+    m_unanswered = false;
+    if (++m_completeReplies >= CompleteRepliesToTrust) {
         m_suspected = false;
-        m_level = 0;
+        m_silenceMs = 0;
+        m_longestLateMs = 0;
     }
     if (m_suspected)
         needQuiet(m_momentMs);
@@ -43,12 +50,15 @@ void LineTrust::replyComplete()
 
 void LineTrust::replyFellShort()
 {
+    if (!m_unanswered)
+        m_unansweredSinceMs = m_commandMs;
+    m_unanswered = true;
     m_suspected = true;
-    m_goodReplies = 0;
+    m_completeReplies = 0;
     if (m_alive)
         raiseSuspicion();
     else
-        needQuiet(m_timeoutMs + m_momentMs);
+        needQuiet(m_timeoutMs + m_momentMs); // the time-out itself was silent already
     m_alive = false;
 }
 
@@ -67,11 +77,12 @@ void LineTrust::strayBytesFound()
 
 void LineTrust::raiseSuspicion()
 {
-    m_goodReplies = 0;
-    if (!m_raised && m_level < MaxLevel)
-        ++m_level;
+    m_completeReplies = 0;
+    if (!m_raised)
+        m_silenceMs = 2 * qMax(m_timeoutMs, m_silenceMs);
     m_raised = true;
-    needQuiet(m_timeoutMs << m_level);
+    m_silenceMs = qMin(qMax(m_silenceMs, 2 * m_longestLateMs), MaxSilenceInTimeouts * m_timeoutMs);
+    needQuiet(m_silenceMs);
 }
 
 } // namespace host

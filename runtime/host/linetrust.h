@@ -9,33 +9,46 @@ namespace host
 {
 
 /// Replies carry no mark of the command that they answer, so a late one looks like the reply to
-/// the next command. Only silence tells that no more are on their way.
+/// the next command. Nothing but silence tells that none is on its way any more.
 ///
 /// - A line in step needs no silence at all.
-/// - A failed attempt asks for a moment of it, so that the rest of a garbled reply is gone.
-/// - A reply that fell short puts the line under suspicion: it may still come. The line must have
-///   been silent for two time-outs then, and for twice as long at each further sign that replies
-///   are out of step, up to 32. Signs are a reply that falls short after others came, and bytes
-///   that nobody asked for.
-/// - A line that gives no sign of life at all has nothing to confuse: a moment will do.
+/// - A reply that falls short puts the line under suspicion: it may still come. From then on every
+///   command waits for a moment of silence, so that the tail of a reply is not left in between.
+/// - A sign of replies out of step asks for two time-outs of silence, for twice as long at each
+///   further one, and for no less than twice the longest time that a reply may have been late.
+///   Signs are a reply that falls short after others came, and bytes that nobody asked for.
+/// - A line that gives no sign of life has nothing to confuse: the moment will do.
 /// - A run of complete replies ends the suspicion.
+///
+/// A fixed silence is not enough: with replies that are always late by a little more, each command
+/// finds the reply to an earlier one, and sooner or later a whole request runs one request behind
+/// without a flaw. The silence must outgrow the lateness before that can happen.
 class LineTrust
 {
 public:
+    /// The longest silence ever asked for; a reply that is later still may be taken for another.
+    static constexpr int MaxSilenceInTimeouts = 16;
+
     explicit LineTrust(int timeoutMs);
 
-    void commandSent(qint64 nowMs);
+    /// sentMs  when its last byte was on its way
+    void commandSent(qint64 sentMs);
     void bytesHeard(qint64 nowMs);
     void replyComplete();
     void replyFellShort();
+
+    /// An attempt failed for a reason that only the driver knows.
     void attemptFailed();
+
+    /// Bytes were found that no read had asked for.
     void strayBytesFound();
 
-    /// The time at which the next command may go out, if nothing moves on the line until then; a
-    /// time in the past when the line is in step.
-    qint64 quietAtMs() const { return m_lastActivityMs + m_quietMs; }
     bool isSuspected() const { return m_suspected; }
+
+    /// Until quietReached() is called the line must be silent from its last activity, a byte or a
+    /// command, to quietAtMs(); a time in the past when it needs no silence.
     bool needsQuiet() const { return m_quietMs > 0; }
+    qint64 quietAtMs() const { return m_lastActivityMs + m_quietMs; }
     void quietReached() { m_quietMs = 0; }
 
 private:
@@ -44,13 +57,19 @@ private:
 
     qint64 m_timeoutMs;
     qint64 m_momentMs;
+
     qint64 m_lastActivityMs = 0;
-    qint64 m_quietMs = 0;  ///< silence needed since the last activity
-    int m_level = 0;       ///< how often the silence was doubled
-    int m_goodReplies = 0; ///< in a row, while suspected
+    qint64 m_commandMs = 0;         ///< when the last command went out
+    qint64 m_unansweredSinceMs = 0; ///< when the oldest command without a reply went out
+    bool m_unanswered = false;      ///< whether there is one
+    qint64 m_quietMs = 0;           ///< silence needed now
+
     bool m_suspected = false;
-    bool m_alive = false;  ///< bytes came since the last reply that fell short
-    bool m_raised = false; ///< by this command already
+    bool m_alive = false;       ///< bytes came since a reply fell short
+    bool m_raised = false;      ///< suspicion rose since the last command
+    qint64 m_silenceMs = 0;     ///< what the last sign asked for
+    qint64 m_longestLateMs = 0; ///< the longest time that a reply may have been late
+    int m_completeReplies = 0;  ///< in a row, while suspected
 };
 
 } // namespace host
