@@ -12,6 +12,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <regex>
 #include <sstream>
 
 extern "C" DriverInterface* CreateDriver();
@@ -31,22 +32,48 @@ void PrintTo(const Story& story, std::ostream* out)
     *out << story.name;
 }
 
-const std::map<std::string, std::vector<std::string>> shorthand = {
-    {"open", {"option 12 0", R"(write "CR\r\n")", R"(read 4 "CC\r\n")"}},
-    {"close", {"option 12 0", R"(write "CQ\r\n")", R"(read 4 "CF\r\n")"}},
-};
+/// The calls that one item of a story stands for; see the head of transcripts.txt.
+std::vector<std::string> callsOf(const std::string& item)
+{
+    if (item == "open")
+        return callsOf(R"(ask CR -> "CC\r\n")");
+    if (item == "close")
+        return callsOf(R"(ask CQ -> "CF\r\n")");
+    static const std::regex exchange(R"((ask|tell) (.*) -> (.*))");
+    static const std::regex reply(R"rx(("[^"]*")( as -?\d+)?(?: of (\d+))?)rx");
+    std::smatch parts;
+    if (!std::regex_match(item, parts, exchange))
+        return {item};
+
+    std::vector<std::string> calls;
+    if (parts[1] == "ask")
+        calls.push_back("option 12 0");
+    calls.push_back("write \"" + parts[2].str() + R"(\r\n")");
+    const std::string replies = parts[3];
+    for (std::sregex_iterator it(replies.begin(), replies.end(), reply), end; it != end; ++it) {
+        const std::string bytes = (*it)[1], as = (*it)[2], asked = (*it)[3];
+        const std::string length = asked.empty() ? std::to_string(unquoted(bytes).size()) : asked;
+        calls.push_back("read " + length + " " + bytes + as);
+    }
+    return calls;
+}
 
 void addLine(Story& story, const std::string& line)
 {
-    const auto calls = shorthand.find(line);
-    if (story.request.empty())
+    if (story.request.empty()) {
         story.request = line;
-    else if (line[0] == '=' || line[0] == '!')
+        return;
+    }
+    if (line[0] == '=' || line[0] == '!') {
         story.outcome = line;
-    else if (calls != shorthand.end())
-        story.calls.insert(story.calls.end(), calls->second.begin(), calls->second.end());
-    else
-        story.calls.push_back(line);
+        return;
+    }
+    static const std::regex separator("; ");
+    for (std::sregex_token_iterator item(line.begin(), line.end(), separator, -1), end; item != end;
+         ++item) {
+        const std::vector<std::string> calls = callsOf(*item);
+        story.calls.insert(story.calls.end(), calls.begin(), calls.end());
+    }
 }
 
 std::vector<Story> readStories()
@@ -197,7 +224,7 @@ std::vector<std::string> faultyAttempt(const Story& story, size_t step, const Fa
     if (fault.onlyFirstOfAReply && !ofTheLink) {
         if (whole.size() == 3)
             calls.push_back(R"(read 1 "\n")");
-        const auto& close = shorthand.at("close");
+        const std::vector<std::string> close = callsOf("close");
         calls.insert(calls.end(), close.begin(), close.end());
     }
     return calls;
