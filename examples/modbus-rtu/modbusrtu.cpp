@@ -56,7 +56,7 @@ struct Run {
 
 /// Devices are HR0 to HR65535, read and written as numbers, and C0 to C65535, read and written as
 /// bits, counted as on the line: HR0 is what some manuals call 40001. In front of a device may
-/// stand its station, as in 2:HR100; without one it is station 1.
+/// stand its station, as in 2:HR100; without one it is the station of the port's setting, or 1.
 ///
 /// Wider units take several registers, the low word first; a byte is half a register, the low half
 /// first. Beside the last byte of an odd number of them a zero is written.
@@ -88,6 +88,14 @@ public:
     bool initialize(AbstractDeviceInterface*) override { return true; }
     bool validation(const QString&) override { return false; }
     void setDebugMode(bool) override {}
+
+    /// A runtime that knows the station on this port hands it over in `auxValue`.
+    bool deviceSettingChanged(const DeviceSetting* setting) override
+    {
+        if (setting && setting->auxValue >= 1 && setting->auxValue <= LastStation)
+            m_station = setting->auxValue;
+        return true;
+    }
 
     QByteArray read(AbstractDeviceInterface* port, const CommunicatorCommand& command) override
     {
@@ -132,6 +140,7 @@ private:
         return false;
     }
 
+    int m_station = DefaultStation; ///< of devices that name none
     bool m_failed = false;
     QString m_lastError;
 
@@ -166,7 +175,7 @@ bool DriverModbusRtu::locate(const CommunicatorCommand& command, qint64 bits, Ru
     const int colon = text.indexOf(':');
     const QByteArray device = text.mid(colon + 1);
     const QByteArray symbol = ExtractPrefixSymbol(device);
-    const int station = colon < 0 ? DefaultStation : plainNumber(text.left(colon));
+    const int station = colon < 0 ? m_station : plainNumber(text.left(colon));
     const int first = plainNumber(device.mid(symbol.size()));
     const qint64 count = (bits + table.bits - 1) / table.bits;
     *run = {&table, station, first, static_cast<int>(count)};
