@@ -36,16 +36,6 @@ Background::~Background()
     m_process.waitForFinished(PatienceMs);
 }
 
-std::string Background::nextLine()
-{
-    return nextLine(QProcess::StandardOutput);
-}
-
-std::string Background::nextErrorLine()
-{
-    return nextLine(QProcess::StandardError);
-}
-
 std::string Background::nextLine(QProcess::ProcessChannel channel)
 {
     m_process.setReadChannel(channel);

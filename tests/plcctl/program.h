@@ -27,15 +27,12 @@ public:
 
     /// Waits for the next line of standard output or of standard error. Returns it without its line
     /// end; empty when none came.
-    std::string nextLine();
-    std::string nextErrorLine();
+    std::string nextLine(QProcess::ProcessChannel channel = QProcess::StandardOutput);
 
     /// Sends a signal, waits for the end and returns the exit status.
     int endWith(int signal);
 
 private:
-    std::string nextLine(QProcess::ProcessChannel channel);
-
     QProcess m_process;
 };
 
