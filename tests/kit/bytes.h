@@ -4,7 +4,6 @@
 #define TESTS_KIT_BYTES_H
 
 #include <QByteArray>
-#include <QString>
 #include <ostream>
 
 /// "12 0A" as two bytes.
@@ -18,16 +17,10 @@ inline const unsigned char* unsignedBytes(const QByteArray& array)
     return reinterpret_cast<const unsigned char*>(array.constData());
 }
 
-// How a failed comparison prints them.
-
+/// How a failed comparison prints them.
 inline void PrintTo(const QByteArray& array, std::ostream* out)
 {
     *out << '<' << array.toHex(' ').constData() << "> \"" << array.constData() << '"';
-}
-
-inline void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toUtf8().constData() << '"';
 }
 
 #endif

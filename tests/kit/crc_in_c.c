@@ -11,14 +11,6 @@ unsigned long crc32_in_c(const char* text)
     return crc ^ 0xFFFFFFFFUL;
 }
 
-unsigned short modbus_crc_in_c(const char* text)
-{
-    unsigned short crc = 0xFFFF;
-    for (; *text; ++text)
-        crc = update_crc_16(crc, *text);
-    return crc;
-}
-
 unsigned short sick_crc_in_c(const char* text)
 {
     unsigned short crc = 0;

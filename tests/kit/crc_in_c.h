@@ -8,7 +8,6 @@ extern "C" {
 
 /* The registers after a text ended by a zero byte, fed by a C program. */
 unsigned long crc32_in_c(const char* text);
-unsigned short modbus_crc_in_c(const char* text);
 unsigned short sick_crc_in_c(const char* text);
 
 #ifdef __cplusplus

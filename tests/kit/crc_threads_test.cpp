@@ -9,49 +9,32 @@
 namespace
 {
 
-const int ThreadCount = 16;
+const size_t ThreadCount = 16;
 
-/// The CRCs of "123456789" by every function, one after the other.
-std::vector<unsigned long> allCrcs()
+/// One entry of each table.
+std::vector<unsigned long> entries()
 {
-    unsigned short ccitt = 0;
-    unsigned short arc = 0;
-    unsigned short kermit = 0;
-    unsigned short dnp = 0;
-    unsigned long crc32 = 0xFFFFFFFFul;
-    unsigned short sick = 0;
-    char previous = 0;
-    for (char c = '1'; c <= '9'; previous = c++) {
-        ccitt = update_crc_ccitt(ccitt, c);
-        arc = update_crc_16(arc, c);
-        kermit = update_crc_kermit(kermit, c);
-        dnp = update_crc_dnp(dnp, c);
-        crc32 = update_crc_32(crc32, c);
-        sick = update_crc_sick(sick, c, previous);
-    }
-    return {ccitt, arc, kermit, dnp, crc32, sick};
+    return {update_crc_ccitt(0, '\xFF'), update_crc_16(0, '\xFF'), update_crc_kermit(0, '\x80'),
+            update_crc_dnp(0, '\xFF'), update_crc_32(0, '\xFF')};
 }
 
 } // namespace
 
 TEST(CrcThreads, FirstCallsFromManyThreadsAtOnce)
 {
-    std::atomic<int> waiting(0);
+    std::atomic<size_t> waiting(0);
     std::vector<std::vector<unsigned long>> results(ThreadCount);
     std::vector<std::thread> threads;
     for (auto& result : results) {
         threads.emplace_back([&] {
             // All start together: a thread that is ready goes round until the last one is.
-            ++waiting;
-            while (waiting < ThreadCount)
+            for (++waiting; waiting < ThreadCount;)
                 std::this_thread::yield();
-            result = allCrcs();
+            result = entries();
         });
     }
     for (std::thread& thread : threads)
         thread.join();
-    const std::vector<unsigned long> wanted = {
-        0x31C3, 0xBB3D, 0x2189, 0xEA82 ^ 0xFFFF, 0xCBF43926 ^ 0xFFFFFFFF, 0xA656};
     for (const auto& result : results)
-        EXPECT_EQ(result, wanted);
+        EXPECT_EQ(result, (std::vector<unsigned long>{0x1EF0, 0x4040, 0x8408, 0x1235, 0x2D02EF8D}));
 }
