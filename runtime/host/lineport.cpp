@@ -100,7 +100,7 @@ void LinePort::setOption(int option, const QVariant& value)
 int LinePort::retry()
 {
     // Drivers ask after every failed attempt, and only then.
-    m_trust.attemptFailed();
+    m_trust.leftoversExpected();
     return m_exchange.retry;
 }
 
@@ -118,7 +118,7 @@ bool LinePort::settle()
 {
     m_settled = true;
     const qint64 deadlineMs = m_line->nowMs() + m_exchange.timeoutMs;
-    const bool startAfresh = m_trust.isSuspected() && shedsLateReplies();
+    const bool startAfresh = m_trust.isReplyMissing() && shedsLateReplies();
     if ((startAfresh || !m_line->isOpen()) && !reopen(deadlineMs))
         return false;
     return waitForQuiet(deadlineMs);
@@ -134,7 +134,7 @@ bool LinePort::waitForQuiet(qint64 deadlineMs)
             return reopen(deadlineMs) && !m_trust.needsQuiet();
         if (count > 0) {
             m_trust.bytesHeard(m_line->nowMs());
-            m_trust.strayBytesFound();
+            m_trust.leftoversExpected();
         } else if (remainingMs(m_trust.quietAtMs()) == 0) {
             m_trust.quietReached();
             return true;

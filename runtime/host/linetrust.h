@@ -12,17 +12,20 @@ namespace host
 /// the next command. Nothing but silence tells that none is on its way any more.
 ///
 /// - A line in step needs no silence at all.
-/// - A reply that falls short puts the line under suspicion: it may still come. From then on every
-///   command waits for a moment of silence, so that the tail of a reply is not left in between.
-/// - A sign of replies out of step asks for two time-outs of silence, for twice as long at each
-///   further one, and for no less than twice the longest time that a reply may have been late.
-///   Signs are a reply that falls short after others came, and bytes that nobody asked for.
+/// - A failed attempt, or bytes that nobody asked for, ask for a moment of it, so that the tail of
+///   a garbled reply is gone.
+/// - A reply that falls short may still come. It asks for a silence twice as long as the longest
+///   time that a reply may have been late: the time from the oldest command whose reply is missing
+///   to the next bytes. Two time-outs are the least, and a run of complete replies forgets the
+///   lateness.
 /// - A line that gives no sign of life has nothing to confuse: the moment will do.
-/// - A run of complete replies ends the suspicion.
 ///
 /// A fixed silence is not enough: with replies that are always late by a little more, each command
 /// finds the reply to an earlier one, and sooner or later a whole request runs one request behind
-/// without a flaw. The silence must outgrow the lateness before that can happen.
+/// without a flaw. The silence must outgrow the lateness before that can happen. Requests that
+/// open and close the link around their data leave the time for it; a protocol whose first reply
+/// is data already is safe from replies up to two time-outs late, and from later ones once the
+/// first of them has been seen.
 class LineTrust
 {
 public:
@@ -37,13 +40,12 @@ public:
     void replyComplete();
     void replyFellShort();
 
-    /// An attempt failed for a reason that only the driver knows.
-    void attemptFailed();
+    /// Bytes were found that no read had asked for, or an attempt failed for a reason that only
+    /// the driver knows.
+    void leftoversExpected() { needQuiet(m_momentMs); }
 
-    /// Bytes were found that no read had asked for.
-    void strayBytesFound();
-
-    bool isSuspected() const { return m_suspected; }
+    /// A reply fell short, and none was complete since.
+    bool isReplyMissing() const { return m_replyMissing; }
 
     /// Until quietReached() is called the line must be silent from its last activity, a byte or a
     /// command, to quietAtMs(); a time in the past when it needs no silence.
@@ -52,24 +54,20 @@ public:
     void quietReached() { m_quietMs = 0; }
 
 private:
-    void raiseSuspicion();
     void needQuiet(qint64 forMs) { m_quietMs = qMax(m_quietMs, forMs); }
+    qint64 silenceMs() const;
 
     qint64 m_timeoutMs;
     qint64 m_momentMs;
 
     qint64 m_lastActivityMs = 0;
-    qint64 m_commandMs = 0;         ///< when the last command went out
-    qint64 m_unansweredSinceMs = 0; ///< when the oldest command without a reply went out
-    bool m_unanswered = false;      ///< whether there is one
-    qint64 m_quietMs = 0;           ///< silence needed now
-
-    bool m_suspected = false;
-    bool m_alive = false;       ///< bytes came since a reply fell short
-    bool m_raised = false;      ///< suspicion rose since the last command
-    qint64 m_silenceMs = 0;     ///< what the last sign asked for
-    qint64 m_longestLateMs = 0; ///< the longest time that a reply may have been late
-    int m_completeReplies = 0;  ///< in a row, while suspected
+    qint64 m_quietMs = 0;   ///< silence needed now
+    qint64 m_commandMs = 0; ///< when the last command went out
+    bool m_alive = false;   ///< bytes came since a reply fell short
+    bool m_replyMissing = false;
+    qint64 m_missingSinceMs = 0; ///< when the oldest command whose reply is missing went out
+    qint64 m_longestLateMs = 0;  ///< the longest time that a reply may have been late
+    int m_completeReplies = 0;   ///< since one fell short
 };
 
 } // namespace host

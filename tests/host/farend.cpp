@@ -110,6 +110,7 @@ public:
     void meet() override
     {
         m_line.reset(::accept(m_listener.get(), nullptr, nullptr));
+        require(m_line.get() >= 0, "accept");
         const int now = 1;
         setsockopt(m_line.get(), IPPROTO_TCP, TCP_NODELAY, &now, sizeof now);
     }
@@ -128,6 +129,8 @@ private:
         m_listener.reset(::socket(AF_INET, SOCK_STREAM, 0));
         const int again = 1;
         setsockopt(m_listener.get(), SOL_SOCKET, SO_REUSEADDR, &again, sizeof again);
+        const timeval patience = {10, 0}; // a port that never comes fails the test
+        setsockopt(m_listener.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
         sockaddr_in address = {};
         socklen_t size = sizeof address;
         address.sin_family = AF_INET;

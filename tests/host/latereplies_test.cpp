@@ -303,14 +303,13 @@ TEST_F(LinePortTiming, DeadLineCostsATimeoutAndAMomentEachTime)
 TEST_F(LinePortTiming, OneLostReplyCostsOneAttemptAndIsForgotten)
 {
     EXPECT_EQ(exchange(), "CC\r\n");
-    loseReplies();
-    EXPECT_EQ(exchange(), "");
-    session.prompt();
-    for (int i = 0; i < 12; ++i)
-        EXPECT_EQ(exchange(), "CC\r\n");
-    const qint64 inStepMs = session.clockMs;
-    EXPECT_EQ(exchange(), "CC\r\n");
-    EXPECT_EQ(session.clockMs, inStepMs + PromptMs);
+    for (int round = 0; round < 3; ++round) {
+        loseReplies();
+        EXPECT_EQ(exchange(), "");
+        session.prompt();
+        for (int i = 0; i < 12; ++i)
+            EXPECT_EQ(exchange(), "CC\r\n");
+    }
 }
 
 TEST_F(LinePortTiming, NoCallOutlastsTheTimeoutOnALineThatNeverStops)
