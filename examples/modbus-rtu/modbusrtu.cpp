@@ -92,8 +92,8 @@ public:
     /// A runtime that knows the station on this port hands it over in `auxValue`.
     bool deviceSettingChanged(const DeviceSetting* setting) override
     {
-        if (setting && setting->auxValue >= 1 && setting->auxValue <= LastStation)
-            m_station = setting->auxValue;
+        const int station = setting ? setting->auxValue : 0;
+        m_station = station >= 1 && station <= LastStation ? station : DefaultStation;
         return true;
     }
 

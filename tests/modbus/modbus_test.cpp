@@ -1,6 +1,7 @@
 // The Modbus RTU driver against a station that libmodbus plays, over a real serial port.
 #include "station.h"
 
+#include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
 #include "host/driverplugin.h"
 #include "host/lineport.h"
@@ -257,16 +258,29 @@ TEST_F(Modbus, TellsWhyTheStationRefuses)
 
 TEST_F(Modbus, ReachesOtherStations)
 {
-    openPort(ShortMs, NoRetry);
-    EXPECT_EQ(read(DataWord, "2:HR0", 1), QByteArray());
-    EXPECT_EQ(error(), "packet loss: 0 of 5 bytes");
-
     Station other(247);
     other.setRegisters(0, {0x1234});
     const auto otherPort = host::makePort({host::PortAddress::Kind::Serial, other.device(), 0},
-                                          host::LineSettings(), {LongMs, 0, 0});
+                                          host::LineSettings(), {LongMs, NoRetry, 0});
     ASSERT_TRUE(otherPort->open());
     EXPECT_EQ(driver().read(otherPort.get(), commandFor(DataWord, "247:HR0", 1)), bytes("3412"));
+
+    const std::unique_ptr<DeviceSetting> setting(driver().getDefaultSerialDeviceSetting());
+    setting->auxValue = 247;
+    EXPECT_TRUE(driver().deviceSettingChanged(setting.get()));
+    EXPECT_EQ(driver().read(otherPort.get(), commandFor(DataWord, "HR0", 1)), bytes("3412"));
+
+    for (int none : {0, 248, -1}) {
+        setting->auxValue = none;
+        EXPECT_TRUE(driver().deviceSettingChanged(setting.get()));
+        openPort(LongMs, NoRetry);
+        EXPECT_EQ(read(DataWord, "HR0", 1), bytes("0000")) << none;
+    }
+
+    // Comes last: libmodbus takes whatever follows for the other station's reply.
+    openPort(ShortMs, NoRetry);
+    EXPECT_EQ(read(DataWord, "2:HR0", 1), QByteArray());
+    EXPECT_EQ(error(), "packet loss: 0 of 5 bytes");
 }
 
 /// A reply of nine bytes, and the eight of a write's echo.
