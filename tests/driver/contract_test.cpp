@@ -7,10 +7,22 @@
 #include "drivers/driversetting.h"
 #include "drivers/kv1000/kv1000.h"
 
+#include <QThread>
+
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <memory>
+
+extern "C" DriverInterface* CreateDriver();
+
+static std::vector<unsigned long> pauses;
+
+/// Stands before Qt's own in this program: pauses are noted, not waited for.
+void QThread::msleep(unsigned long milliseconds)
+{
+    pauses.push_back(milliseconds);
+}
 
 namespace
 {
@@ -160,6 +172,26 @@ TEST_F(Driver, KeepsTheTextOfAFailureBeyondALaterSuccess)
     EXPECT_EQ(driver.getLastError(), "invalid response");
 }
 
+CommunicatorCommand wordsOf(const char* device)
+{
+    CommunicatorCommand command;
+    command.dataType = DataWord;
+    command.length = 1;
+    command.address = device;
+    return command;
+}
+
+TEST(Retry, SleepsWhatThePortSaysBeforeEveryAttempt)
+{
+    const std::unique_ptr<DriverInterface> driver(CreateDriver());
+    ScriptedPort port(
+        {"delay 30", "retry 3", "delay 70", "retry 3", "delay -1", "retry 3", "delay", "retry 3"});
+    pauses.clear();
+    driver->write(&port, wordsOf(""), QByteArray());
+    EXPECT_EQ(port.calls().size(), 8u);
+    EXPECT_EQ(pauses, (std::vector<unsigned long>{30, 70}));
+}
+
 /// A driver of somebody else's that derives from ours and judges errors by itself.
 class Forgiving : public DriverKV1000
 {
@@ -170,14 +202,10 @@ public:
 TEST(Retry, AsksAnOverriddenHasError)
 {
     Forgiving driver;
-    CommunicatorCommand command;
-    command.dataType = DataWord;
-    command.length = 1;
-    command.address = "DM0";
     const std::vector<std::string> oneAttempt = {"delay", "option 12 0", R"(write "CR\r\n")",
                                                  R"(read 4 "")"};
     ScriptedPort silent(oneAttempt);
-    EXPECT_TRUE(driver.read(&silent, command).isEmpty());
+    EXPECT_TRUE(driver.read(&silent, wordsOf("DM0")).isEmpty());
     EXPECT_EQ(silent.calls(), oneAttempt) << "the port must not be asked for its retries";
 }
 

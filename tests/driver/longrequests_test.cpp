@@ -142,6 +142,7 @@ TEST_F(LongRequests, WritesAreCutWhereACommandWouldNotFit)
         {DataWord, "TM0", 512, {"WRS TM000 256"}}, // 13 + 256 x 6 + 2 characters
         {DataWord, "VM1", 512, {"WRS VM1 256"}},   // 11 + 256 x 6 + 2 characters
         {DataWord, "VM1", 514, {"WRS VM1 256", "WRS VM257 1"}},
+        {DataWord, "VM1000", 512, {"WRS VM1000 256"}}, // 14 + 256 x 6 + 2 characters fill it
         {DataDoubleWord, "T0", 560, {"WRS T0000 139", "WRS T0139 1"}},
         {DataByte, "PCTC0", 559, {"WSS CTC0 139", "WSS CTC139 1"}},
     };

@@ -82,8 +82,8 @@ int ScriptedPort::retry()
 
 int ScriptedPort::delay()
 {
-    answerTo("delay");
-    return 0;
+    const std::string answer = answerTo("delay");
+    return answer.empty() ? 0 : std::stoi(answer);
 }
 
 std::string ScriptedPort::answerTo(const std::string& call)

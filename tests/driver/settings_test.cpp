@@ -49,7 +49,7 @@ DeviceSetting serialLine()
 
 DeviceSetting withSockets(int current)
 {
-    DeviceSetting setting(device_type(0x10), "ETH", 1, 2, 3, 4, 5, "aux");
+    DeviceSetting setting(device_type(0x80000010), "ETH", 1, 2, 3, 4, 5, "aux");
     setting.setSocketData({{"10.0.0.1", "8501"}, {"10.0.0.2", "502"}});
     setting.setCurrentIPIndex(current);
     return setting;
@@ -70,7 +70,8 @@ TEST(DriverSetting, IsSixteenBytesInAStream)
 
 TEST(DriverSetting, CopyLeavesTheFlag)
 {
-    DriverSetting target(0, 0, 0, 0);
+    DriverSetting target(0, 0, 0, 0, "text", 7);
+    EXPECT_EQ(target.auxString, "");
     EXPECT_FALSE(target.auxFlag);
     target.copy(DriverSetting(1, 2, 3, 4, "text", 7, "aux", true));
     EXPECT_EQ(stored(target), stored(DriverSetting(1, 2, 3, 4)));
@@ -84,11 +85,11 @@ TEST(DeviceSetting, StoredForm)
               "00 00 00 20 00 00 00 08 00 43 00 4f 00 4d 00 32 "  // 32, COM2
               "00 00 25 80 00 00 00 08 00 00 00 00 00 00 00 02 "  // 9600, 8, 0, 2
               "00 00 00 00 ff ff ff ff 00 00 00 00 00 00 00 00"); // aux, link, current, no entries
-    const QByteArray currentAndList =
-        "00 00 00 01 00 00 00 02 "
+    const QByteArray auxToList =
+        "00 00 00 05 ff ff ff ff 00 00 00 01 00 00 00 02 "
         "00 00 00 10 00 31 00 30 00 2e 00 30 00 2e 00 30 00 2e 00 31 21 35 " // 10.0.0.1, 8501
         "00 00 00 10 00 31 00 30 00 2e 00 30 00 2e 00 30 00 2e 00 32 01 f6"; // 10.0.0.2, 502
-    EXPECT_TRUE(stored(withSockets(1)).toHex(' ').endsWith(currentAndList));
+    EXPECT_TRUE(stored(withSockets(1)).toHex(' ').endsWith(auxToList));
 }
 
 TEST(DeviceSetting, ReadsBackWhatItStored)
@@ -168,9 +169,10 @@ TEST(DeviceSetting, CurrentIndexIsOneOfTheEntries)
 TEST(DeviceSetting, PortTextsThatAreNone)
 {
     DeviceSetting setting = serialLine();
-    setting.setSocketData({{"a", "8501"}, {"b", "x"}, {"c", "65536"}, {"d", "-1"}, {"e", "65535"}});
-    const QList<QPair<QString, quint16>> expected = {
-        {"a", 8501}, {"b", 0}, {"c", 0}, {"d", 0}, {"e", 65535}};
+    setting.setSocketData(
+        {{"a", "8501"}, {"b", "x"}, {"c", "65537"}, {"d", "-1"}, {"e", "65535"}, {"f", "0x10"}});
+    const QList<QPair<QString, quint16>> expected = {{"a", 8501}, {"b", 0},     {"c", 0},
+                                                     {"d", 0},    {"e", 65535}, {"f", 0}};
     EXPECT_EQ(setting.socketList, expected);
 }
 

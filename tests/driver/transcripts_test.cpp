@@ -140,9 +140,18 @@ std::string lines(const std::vector<std::string>& calls)
     return text;
 }
 
+/// A driver that has read before: nothing of the earlier request may show in the story's.
 class Transcript : public testing::TestWithParam<Story>
 {
 protected:
+    void SetUp() override
+    {
+        ScriptedPort port({"delay", "option 12 0", R"(write "CR\r\n")", R"(read 4 "CC\r\n")",
+                           "option 12 0", R"(write "RDS DM00000 2\r\n")", R"(read 4 "1234")",
+                           R"(read 9 "5 54321\r\n")"});
+        EXPECT_EQ(outcomeOf(*driver, port, "read word DM0 2"), "! packet loss");
+    }
+
     std::unique_ptr<DriverInterface> driver{CreateDriver()};
 };
 
@@ -195,6 +204,7 @@ struct Fault {
     const char* outcome;
     bool onlyFirstOfAReply;   ///< meant for the read that begins a reply
     bool goodEnoughForWrites; ///< what answers a write of values is only screened for errors
+    const char* count = "";   ///< what the port claims to have read, if not the number of bytes
 };
 
 const Fault faults[] = {
@@ -203,6 +213,10 @@ const Fault faults[] = {
      "! packet loss", false, false},
     {"error reply", [](const QByteArray& whole) { return QByteArray("E1\r\n").left(whole.size()); },
      "! Response During an Error:E1\\r", true, false},
+    {"more than asked for", [](const QByteArray& whole) { return whole; }, "! packet loss", false,
+     false, " as 10000"},
+    {"a negative count", [](const QByteArray& whole) { return whole; }, "! packet loss", false,
+     false, " as -1"},
     {"garbage", [](const QByteArray& whole) { return QByteArray(whole.size(), '#'); },
      "! invalid response", false, true},
     {"NUL bytes", [](const QByteArray& whole) { return QByteArray(whole.size(), '\0'); },
@@ -215,7 +229,7 @@ std::vector<std::string> faultyAttempt(const Story& story, size_t step, const Fa
     const std::string& command = story.calls[step - 1];
     const QByteArray whole = unquoted(story.calls[step]);
     std::vector<std::string> calls(story.calls.begin(), story.calls.begin() + long(step));
-    calls.push_back(answer(story.calls[step], fault.bytes(whole)));
+    calls.push_back(answer(story.calls[step], fault.bytes(whole)) + fault.count);
     const bool restFollows =
         step + 1 < story.calls.size() && beginsWith(story.calls[step + 1], "read ");
     if (fault.goodEnoughForWrites && restFollows) // the rest is fetched before the whole is judged

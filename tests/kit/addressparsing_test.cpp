@@ -15,6 +15,7 @@ TEST(AddressParsing, SplitsDeviceTexts)
         {"leading zeros belong to the number", "MR00015", 10, "MR", 15},
         {"underscore is part of the symbol", "AB_c12", 10, "AB_c", 12},
         {"letter behind the number", "DM100A", 10, "DM", 0},
+        {"blank behind the number", "DM100 ", 10, "DM", 0},
         {"a sign between symbol and number is skipped", "DM-5", 10, "DM", 5},
         {"a byte above 7F is no letter", "D\xC4\x31", 10, "D", 1},
         {"beyond int", "T2147483648", 10, "T", 0},

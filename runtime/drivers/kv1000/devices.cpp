@@ -114,16 +114,14 @@ void dropLetter(char* field, int index, int digits)
 struct CountableText {
     QByteArray symbol; ///< letters as given
     QByteArray digits;
-    bool valid;
+    bool valid; ///< nothing but digits follows the letters
 };
 
 CountableText takeApart(const QByteArray& device)
 {
     const int letters = letterCount(device.constData());
-    CountableText text = {device.left(letters), device.mid(letters), letters > 0};
-    for (int i = 0; i < text.digits.size(); ++i)
-        text.valid = text.valid && isDigit(text.digits.at(i));
-    return text;
+    const QByteArray digits = device.mid(letters);
+    return {device.left(letters), digits, digitCount(digits.constData()) == digits.size()};
 }
 
 QByteArray putTogether(const CountableText& text, qint64 number)
@@ -200,7 +198,7 @@ bool KV1000SupportWSS(const char* device)
 
 bool deviceTextFits(const QByteArray& device)
 {
-    if (device.isEmpty() || device.size() > MaxDeviceTextLength)
+    if (device.isEmpty())
         return false;
     for (int i = 0; i < device.size(); ++i)
         if (device.at(i) <= ' ' || device.at(i) > '~')
@@ -300,7 +298,7 @@ QList<DevicePart> splitRun(const QByteArray& device, qint64 count, RunUnit unit,
 
     const qint64 first = text.digits.toInt();
     const QByteArray last = putTogether(text, numberBehind(first, count - 1, numbering));
-    if (!fitsDigits(device) || !fitsDigits(last) || last.size() > MaxDeviceTextLength)
+    if (!fitsDigits(last) || last.size() > MaxDeviceTextLength)
         return parts;
 
     for (qint64 done = 0; done < count; done += parts.last().count) {

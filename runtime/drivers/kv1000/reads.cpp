@@ -160,7 +160,9 @@ bool DriverKV1000::readReply(AbstractDeviceInterface* port, const ReadForm& form
 {
     const int length = replyLength(form.reply, count);
     std::fill_n(rxBuffer.begin(), qMax(length, ShortReplyLength) + 1, '\0');
-    if (!(length < ShortReplyLength ? readSingleBit(port) : readInTwoSteps(port, length)))
+    const bool arrived =
+        length < ShortReplyLength ? readSingleBit(port) : readInTwoSteps(port, length);
+    if (!arrived)
         return false;
 
     // A NUL inside would hide what stands behind it; such a text is too short.

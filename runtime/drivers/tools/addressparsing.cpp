@@ -57,7 +57,11 @@ int ExtractPLCDeviceAddress(const QByteArray& text, int base)
     const char* const digits = digitsOf(base);
     if (!digits)
         return -1;
-    return text.mid(startOfNumber(text, digits)).toInt(nullptr, base);
+    // The conversion of Qt 5 passes over blanks at the end and stops at a NUL; neither belongs to a
+    // number.
+    const QByteArray number = text.mid(startOfNumber(text, digits));
+    const bool wholeText = !number.contains('\0') && number.trimmed().size() == number.size();
+    return wholeText ? number.toInt(nullptr, base) : 0;
 }
 
 int ExtractPLCDeviceAddress(const QString& text, int base)
