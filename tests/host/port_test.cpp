@@ -2,7 +2,6 @@
 #include "farend.h"
 #include "host/lineport.h"
 
-#include <QTemporaryFile>
 #include <QVariant>
 
 #include <gtest/gtest.h>
@@ -16,17 +15,15 @@ constexpr int LongMs = 10 * 60 * 1000; ///< a test that waits this long has fail
 constexpr int ShortMs = 30;            ///< where nothing is to come
 constexpr int AmpleMs = 500;           ///< where something comes, and then nothing more
 
-struct LineKind {
-    const char* name;
-    std::unique_ptr<FarEnd> (*farEnd)();
-};
+using MakeFarEnd = std::unique_ptr<FarEnd> (*)();
 
-void PrintTo(const LineKind& kind, std::ostream* out)
+template <class End>
+std::unique_ptr<FarEnd> make()
 {
-    *out << kind.name;
+    return std::make_unique<End>();
 }
 
-class Port : public testing::TestWithParam<LineKind>
+class Port : public testing::TestWithParam<MakeFarEnd>
 {
 protected:
     void openLine(int timeoutMs)
@@ -49,33 +46,21 @@ protected:
 
     void discardInput() { port->setOption(12, QVariant(0)); }
 
-    std::unique_ptr<FarEnd> plc = GetParam().farEnd();
+    std::unique_ptr<FarEnd> plc = GetParam()();
     std::unique_ptr<host::LinePort> port;
 };
 
-INSTANTIATE_TEST_SUITE_P(, Port,
-                         testing::Values(LineKind{"Serial", serialFarEnd},
-                                         LineKind{"Tcp", tcpFarEnd}),
-                         [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(, Port, testing::Values(make<SerialFarEnd>, make<TcpFarEnd>),
+                         [](const auto& info) { return info.index == 0 ? "Serial" : "Tcp"; });
 
 TEST_P(Port, CarriesEveryByteBothWays)
 {
     openLine(LongMs);
-    QByteArray all;
-    for (int byte = 0; byte < 256; ++byte)
-        all += static_cast<char>(byte);
+    const QByteArray all("\0\x03\x04\n\r\x11\x13\x7f\xff", 9); // what a terminal would act upon
     EXPECT_TRUE(write(all));
-    EXPECT_EQ(plc->receive(256), all);
+    EXPECT_EQ(plc->receive(9), all);
     plc->send(all);
-    EXPECT_EQ(read(256), all);
-}
-
-TEST_P(Port, TakesAReplyInParts)
-{
-    openLine(LongMs);
-    plc->send("0001 00002\r\n");
-    EXPECT_EQ(read(4), "0001");
-    EXPECT_EQ(read(8), " 00002\r\n");
+    EXPECT_EQ(read(9), all);
 }
 
 TEST_P(Port, WaitsForBytesThatTrickleIn)
@@ -109,27 +94,6 @@ TEST_P(Port, Option12DiscardsUnreadInput)
     EXPECT_EQ(read(4), "CC\r\n");
 }
 
-TEST_P(Port, IgnoresOtherOptions)
-{
-    openLine(LongMs);
-    plc->send("kept");
-    port->setOption(11, QVariant(0));
-    port->setOption(12, QVariant(1));
-    EXPECT_EQ(read(4), "kept");
-}
-
-TEST_P(Port, EmptyTransfersAreHarmless)
-{
-    char untouched = '?';
-    port = host::makePort(plc->address(), host::LineSettings(), {ShortMs, 0, 0});
-    EXPECT_EQ(port->read(&untouched, 1), 0); // not even open
-    for (int length : {0, -1, INT_MIN}) {
-        EXPECT_EQ(port->read(&untouched, length), 0);
-        EXPECT_EQ(port->write(&untouched, length), 0);
-    }
-    EXPECT_EQ(untouched, '?');
-}
-
 TEST_P(Port, BrokenLineEndsAReadAtOnce)
 {
     openLine(LongMs);
@@ -137,23 +101,18 @@ TEST_P(Port, BrokenLineEndsAReadAtOnce)
         plc->send("CC");
         plc->hangUp();
     });
-    const QByteArray reply = read(4);
+    EXPECT_LE(read(4).size(), 2); // a hang-up may swallow what was under way
     sender.join();
-    EXPECT_TRUE(QByteArray("CC").startsWith(reply)); // a hang-up may swallow what was under way
     EXPECT_NE(port->trouble(), "");
-    EXPECT_FALSE(write("CR\r\n"));
-    EXPECT_EQ(read(4), "");
 }
 
 TEST_P(Port, NextRequestOpensABrokenLineAgain)
 {
     openLine(LongMs);
     plc->hangUp();
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        discardInput();
-        EXPECT_FALSE(write("CR\r\n"));
-        EXPECT_EQ(read(4), "");
-    }
+    discardInput();
+    EXPECT_FALSE(write("CR\r\n"));
+    EXPECT_EQ(read(4), "");
     plc->comeBack();
     discardInput();
     EXPECT_TRUE(write("CR\r\n")) << qPrintable(port->trouble());
@@ -164,78 +123,17 @@ TEST_P(Port, NextRequestOpensABrokenLineAgain)
     EXPECT_EQ(port->trouble(), "");
 }
 
-TEST_P(Port, WriteAloneOpensABrokenLineAgain)
-{
-    openLine(ShortMs);
-    plc->hangUp();
-    EXPECT_EQ(read(4), "");
-    plc->comeBack();
-    // The line broke under a reply: it must be silent first.
-    bool written = write("CR\r\n");
-    for (int attempt = 0; !written && attempt < 3; ++attempt) {
-        EXPECT_EQ(read(4), "");
-        written = write("CR\r\n");
-    }
-    ASSERT_TRUE(written) << qPrintable(port->trouble());
-    plc->meet();
-    EXPECT_EQ(plc->receive(4), "CR\r\n");
-}
-
-TEST_P(Port, AnswersRetryAndDelayFromItsSettings)
-{
-    openLine(ShortMs);
-    EXPECT_EQ(port->retry(), 3);
-    EXPECT_EQ(port->delay(), 7);
-}
-
 TEST(TcpPort, LateReplyNeverReachesTheNextConnection)
 {
-    const auto plc = tcpFarEnd();
-    const auto port = host::makePort(plc->address(), host::LineSettings(), {ShortMs, 0, 0});
+    TcpFarEnd plc;
+    const auto port = host::makePort(plc.address(), host::LineSettings(), {ShortMs, 0, 0});
     char reply[4];
     for (const char* command : {"1st!", "2nd!", "3rd!"}) {
         port->setOption(12, QVariant(0)); // leaves the old connection
         ASSERT_EQ(port->write(command, 4), 4) << qPrintable(port->trouble());
-        plc->meet();
-        EXPECT_EQ(plc->receive(4), command);
+        plc.meet();
+        EXPECT_EQ(plc.receive(4), command);
         EXPECT_EQ(port->read(reply, 4), 0);
-    }
-}
-
-TEST(PortFailure, IsToldInASentence)
-{
-    const auto server = tcpFarEnd();
-    const quint16 nobodyThere = server->address().tcpPort;
-    server->hangUp();
-
-    QTemporaryFile file;
-    ASSERT_TRUE(file.open());
-    const QString noFile = file.fileName() + QStringLiteral("-gone");
-
-    using Kind = host::PortAddress::Kind;
-    const struct {
-        const char* meaning;
-        host::PortAddress address;
-        QString trouble;
-    } rows[] = {
-        {"no such device",
-         {Kind::Serial, noFile, 0},
-         QStringLiteral("can't open %1: No such file or directory").arg(noFile)},
-        {"not a serial line",
-         {Kind::Serial, file.fileName(), 0},
-         QStringLiteral("can't open %1: Inappropriate ioctl for device").arg(file.fileName())},
-        {"nobody listens",
-         {Kind::Tcp, QStringLiteral("127.0.0.1"), nobodyThere},
-         QStringLiteral("can't connect to 127.0.0.1:%1: Connection refused").arg(nobodyThere)},
-        {"IPv6 in brackets",
-         {Kind::Tcp, QStringLiteral("::1"), nobodyThere},
-         QStringLiteral("can't connect to [::1]:%1: ").arg(nobodyThere)}, // there may be no IPv6
-    };
-    for (const auto& row : rows) {
-        const auto port = host::makePort(row.address, host::LineSettings(), {LongMs, 0, 0});
-        EXPECT_FALSE(port->open()) << row.meaning;
-        EXPECT_TRUE(port->trouble().startsWith(row.trouble)) << qPrintable(port->trouble());
-        EXPECT_EQ(port->write("CR\r\n", 4), -1) << row.meaning;
     }
 }
 
