@@ -8,10 +8,8 @@
 #include "host/portaddress.h"
 
 #include <QCoreApplication>
-#include <QProcess>
-#include <QVariant>
+#include <QtEndian>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace
@@ -28,6 +26,11 @@ CommunicatorCommand commandFor(int dataType, const char* address, int length)
     command.address = QString::fromUtf8(address);
     command.length = length;
     return command;
+}
+
+bool isBits(int dataType)
+{
+    return dataType == DataBit || dataType == DataBitGroup;
 }
 
 class Modbus : public testing::Test
@@ -67,6 +70,27 @@ protected:
         return driver().hasError() ? driver().getLastError().toStdString() : "no error";
     }
 
+    std::vector<int> memory(int dataType, int first, int count)
+    {
+        return isBits(dataType) ? station.coils(first, count) : station.registers(first, count);
+    }
+    void setMemory(int dataType, int first, const std::vector<int>& values)
+    {
+        isBits(dataType) ? station.setCoils(first, values) : station.setRegisters(first, values);
+    }
+
+    /// The devices of each request that arrived, which must join seamlessly.
+    std::vector<int> countsOfRequests(int first)
+    {
+        std::vector<int> counts;
+        for (const QByteArray& request : station.takeRequests()) {
+            EXPECT_EQ(qFromBigEndian<quint16>(request.data() + 2), first);
+            counts.push_back(qFromBigEndian<quint16>(request.data() + 4));
+            first += counts.back();
+        }
+        return counts;
+    }
+
     Station station;
     std::unique_ptr<host::DriverPlugin> plugin;
     std::unique_ptr<host::LinePort> port;
@@ -82,149 +106,77 @@ struct Kind {
     std::vector<int> memory; ///< of the station: coils for bits, else registers
 };
 
-class Kinds : public Modbus, public testing::WithParamInterface<Kind>
-{
-protected:
-    bool isBits() const
-    {
-        return GetParam().dataType == DataBit || GetParam().dataType == DataBitGroup;
-    }
-    std::vector<int> memory(int first, size_t count)
-    {
-        return isBits() ? station.coils(first, int(count)) : station.registers(first, int(count));
-    }
-    void setMemory(int first, const std::vector<int>& values)
-    {
-        isBits() ? station.setCoils(first, values) : station.setRegisters(first, values);
-    }
-};
-
 QByteArray bytes(const char* hex)
 {
     return QByteArray::fromHex(hex);
 }
 
-const Kind AllKinds[] = {
+const Kind kinds[] = {
     {"Word", DataWord, "HR100", 1, bytes("3412"), 100, {0x1234}},
     {"Words", DataWord, "HR7", 3, bytes("0100 ff80 feff"), 7, {1, 0x80FF, 0xFFFE}},
-    {"LastWord", DataWord, "HR399", 1, bytes("3412"), 399, {0x1234}},
-    {"DoubleWords",
-     DataDoubleWord,
-     "HR10",
-     2,
-     bytes("78563412 01000000"),
-     10,
-     {0x5678, 0x1234, 1, 0}},
-    {"QuadWord",
-     DataQuadWord,
-     "HR10",
-     1,
-     bytes("0807060504030201"),
-     10,
-     {0x0708, 0x0506, 0x0304, 0x0102}},
-    {"Byte", DataByte, "HR1", 1, bytes("5a"), 1, {0x5A}},
+    {"DoubleWord", DataDoubleWord, "HR10", 1, bytes("78563412"), 10, {0x5678, 0x1234}},
+    {"QuadWord", DataQuadWord, "HR10", 1, bytes("0200010000000000"), 10, {2, 1, 0, 0}},
     {"OddBytes", DataByte, "HR1", 3, bytes("010203"), 1, {0x0201, 0x0003}},
     {"Block", DataBlock, "HR1", 4, bytes("01020304"), 1, {0x0201, 0x0403}},
     {"Bit", DataBit, "C5", 1, bytes("01"), 5, {1}},
-    {"BitOff", DataBit, "C5", 1, bytes("00"), 5, {0}},
     {"Bits", DataBit, "C5", 10, bytes("01000101000000000101"), 5, {1, 0, 1, 1, 0, 0, 0, 0, 1, 1}},
     {"BitGroup", DataBitGroup, "C4999", 1, bytes("01"), 4999, {1}},
-    {"StationNamed", DataWord, "1:HR100", 1, bytes("3412"), 100, {0x1234}},
-    {"LeadingZeros", DataWord, "001:HR00100", 1, bytes("3412"), 100, {0x1234}},
 };
 
-INSTANTIATE_TEST_SUITE_P(, Kinds, testing::ValuesIn(AllKinds),
-                         [](const auto& info) { return info.param.name; });
-
-TEST_P(Kinds, IsRead)
+TEST_F(Modbus, ReadsEveryKind)
 {
-    const Kind& kind = GetParam();
-    setMemory(kind.first, kind.memory);
-    EXPECT_EQ(read(kind.dataType, kind.address, kind.length).toHex(), kind.data.toHex());
-    EXPECT_EQ(error(), "no error");
+    for (const Kind& kind : kinds) {
+        SCOPED_TRACE(kind.name);
+        setMemory(kind.dataType, kind.first, kind.memory);
+        EXPECT_EQ(read(kind.dataType, kind.address, kind.length).toHex(), kind.data.toHex());
+        EXPECT_EQ(error(), "no error");
+    }
 }
 
-TEST_P(Kinds, IsWrittenAndNothingBesideIt)
+TEST_F(Modbus, WritesEveryKindAndNothingBesideIt)
 {
-    const Kind& kind = GetParam();
-    const int total = isBits() ? Station::CoilCount : Station::RegisterCount;
-    std::vector<int> expected(total, 1);
-    setMemory(0, expected);
-    std::copy(kind.memory.begin(), kind.memory.end(), expected.begin() + kind.first);
-
-    EXPECT_TRUE(write(kind.dataType, kind.address, kind.data));
-    EXPECT_EQ(error(), "no error");
-    EXPECT_EQ(memory(0, total), expected);
+    for (const Kind& kind : kinds) {
+        SCOPED_TRACE(kind.name);
+        const int total = isBits(kind.dataType) ? Station::CoilCount : Station::RegisterCount;
+        std::vector<int> expected(size_t(total), 1);
+        setMemory(kind.dataType, 0, expected);
+        std::copy(kind.memory.begin(), kind.memory.end(), expected.begin() + kind.first);
+        EXPECT_TRUE(write(kind.dataType, kind.address, kind.data)) << error();
+        EXPECT_EQ(memory(kind.dataType, 0, total), expected);
+    }
 }
 
-struct Split {
-    const char* name;
-    int dataType;
-    const char* address;
-    int length;
-    int devices;                 ///< coils or registers
-    std::vector<int> readCounts; ///< devices of each request
-    std::vector<int> writeCounts;
-};
-
-void PrintTo(const Split& split, std::ostream* out)
+TEST_F(Modbus, SplitsRequestsThatAreTooLong)
 {
-    *out << split.name;
-}
-
-class Splits : public Modbus, public testing::WithParamInterface<Split>
-{
-protected:
-    /// The devices of each request that arrived, which must join seamlessly.
-    std::vector<int> countsOfRequests(int first)
-    {
-        std::vector<int> counts;
-        for (const QByteArray& request : station.takeRequests()) {
-            const auto number = [&](int i) {
-                return (request.at(i) & 0xFF) << 8 | (request.at(i + 1) & 0xFF);
-            };
-            EXPECT_EQ(number(2), first);
-            counts.push_back(number(4));
-            first += counts.back();
+    const struct {
+        const char* name;
+        int dataType;
+        const char* address;
+        int length;
+        int devices;                 ///< coils or registers, from 9 on
+        std::vector<int> readCounts; ///< devices of each request
+        std::vector<int> writeCounts;
+    } rows[] = {
+        {"words", DataWord, "HR9", 251, 251, {125, 125, 1}, {123, 123, 5}},
+        {"double words stay whole", DataDoubleWord, "HR9", 63, 126, {124, 2}, {122, 4}},
+        {"bits", DataBit, "C9", 4001, 4001, {2000, 2000, 1}, {1968, 1968, 65}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        QByteArray data;
+        std::vector<int> values;
+        for (int i = 0; i < row.devices; ++i) {
+            values.push_back(isBits(row.dataType) ? (i * i / 3) % 2 : 257 * i % 65521);
+            data.append(char(values.back()));
+            if (!isBits(row.dataType))
+                data.append(char(values.back() >> 8));
         }
-        return counts;
+        EXPECT_TRUE(write(row.dataType, row.address, data)) << error();
+        EXPECT_EQ(countsOfRequests(9), row.writeCounts);
+        EXPECT_EQ(memory(row.dataType, 9, row.devices), values);
+        EXPECT_EQ(read(row.dataType, row.address, row.length), data) << error();
+        EXPECT_EQ(countsOfRequests(9), row.readCounts);
     }
-};
-
-INSTANTIATE_TEST_SUITE_P(
-    , Splits,
-    testing::Values(Split{"LargestWordRead", DataWord, "HR9", 125, 125, {125}, {123, 2}},
-                    Split{"LargestWordWrite", DataWord, "HR9", 123, 123, {123}, {123}},
-                    Split{"Words", DataWord, "HR9", 251, 251, {125, 125, 1}, {123, 123, 5}},
-                    Split{
-                        "DoubleWordsStayWhole", DataDoubleWord, "HR9", 63, 126, {124, 2}, {122, 4}},
-                    Split{"LargestBitRead", DataBit, "C3", 2000, 2000, {2000}, {1968, 32}},
-                    Split{"Bits", DataBit, "C3", 4001, 4001, {2000, 2000, 1}, {1968, 1968, 65}}),
-    [](const auto& info) { return info.param.name; });
-
-TEST_P(Splits, CoverTheRequestExactly)
-{
-    const Split& split = GetParam();
-    const bool isBits = split.dataType == DataBit;
-    const int first = isBits ? 3 : 9;
-    QByteArray data;
-    std::vector<int> memory;
-    for (int i = 0; i < split.devices; ++i) {
-        const int value = isBits ? (i * i / 3) % 2 : 257 * i % 65521;
-        memory.push_back(value);
-        data.append(char(value));
-        if (!isBits)
-            data.append(char(value >> 8));
-    }
-
-    EXPECT_TRUE(write(split.dataType, split.address, data)) << error();
-    EXPECT_EQ(countsOfRequests(first), split.writeCounts);
-    EXPECT_EQ(isBits ? station.coils(first, split.devices)
-                     : station.registers(first, split.devices),
-              memory);
-
-    EXPECT_EQ(read(split.dataType, split.address, split.length), data) << error();
-    EXPECT_EQ(countsOfRequests(first), split.readCounts);
 }
 
 TEST_F(Modbus, TellsWhyTheStationRefuses)
@@ -235,8 +187,6 @@ TEST_F(Modbus, TellsWhyTheStationRefuses)
     } rows[] = {
         {1, "Response During an Error: exception 1, illegal function"},
         {2, "Response During an Error: exception 2, illegal data address"},
-        {3, "Response During an Error: exception 3, illegal data value"},
-        {4, "Response During an Error: exception 4, device failure"},
         {6, "Response During an Error: exception 6, of its own"},
     };
     for (const auto& row : rows) {
@@ -252,8 +202,6 @@ TEST_F(Modbus, TellsWhyTheStationRefuses)
     openPort(LongMs, NoRetry);
     EXPECT_EQ(read(DataWord, "HR399", 2), QByteArray()) << "HR400 is none";
     EXPECT_EQ(error(), rows[1].text);
-    EXPECT_EQ(read(DataWord, "HR399", 1), bytes("0000"));
-    EXPECT_EQ(error(), "no error");
 }
 
 TEST_F(Modbus, ReachesOtherStations)
@@ -283,30 +231,27 @@ TEST_F(Modbus, ReachesOtherStations)
     EXPECT_EQ(error(), "packet loss: 0 of 5 bytes");
 }
 
-/// A reply of nine bytes, and the eight of a write's echo.
-const int ReadReplySize = 9, WriteReplySize = 8;
-
 TEST_F(Modbus, TakesNoValueFromAReplyWithAWrongBit)
 {
-    for (int bit : {0x01, 0x80}) {
-        for (int place = 0; place < ReadReplySize; ++place) {
-            station.spoilReplies({place, bit});
-            openPort(LongMs, NoRetry);
-            EXPECT_EQ(read(DataWord, "HR0", 2), QByteArray()) << "byte " << place;
-            EXPECT_EQ(error(), "invalid response: bad CRC") << "byte " << place;
-        }
-        for (int place = 0; place < WriteReplySize; ++place) {
-            station.spoilReplies({place, bit});
-            openPort(LongMs, NoRetry);
-            EXPECT_FALSE(write(DataWord, "HR0", bytes("3412"))) << "byte " << place;
-            EXPECT_EQ(error(), "invalid response: bad CRC") << "byte " << place;
-        }
+    const int writeReplySize = 8; // a read's is longer
+    for (int place = 0; place < writeReplySize; ++place) {
+        Fault flip;
+        flip.flippedByte = place;
+        flip.flippedBits = 0x80;
+        station.spoilReplies(flip);
+        openPort(LongMs, NoRetry);
+        EXPECT_EQ(read(DataWord, "HR0", 2), QByteArray()) << "byte " << place;
+        EXPECT_EQ(error(), "invalid response: bad CRC") << "byte " << place;
+        openPort(LongMs, NoRetry);
+        EXPECT_FALSE(write(DataWord, "HR0", bytes("3412"))) << "byte " << place;
+        EXPECT_EQ(error(), "invalid response: bad CRC") << "byte " << place;
     }
 }
 
 TEST_F(Modbus, TakesNoValueFromAPartOfAReply)
 {
-    for (int size = 0; size < ReadReplySize; ++size) {
+    const int replySize = 9;
+    for (int size = 0; size < replySize; ++size) {
         Fault cut;
         cut.bytesLeft = size;
         station.spoilReplies(cut);
@@ -317,38 +262,6 @@ TEST_F(Modbus, TakesNoValueFromAPartOfAReply)
     }
 }
 
-TEST_F(Modbus, TriesAgainAfterASpoiledReply)
-{
-    Fault once;
-    once.flippedByte = 4;
-    once.flippedBits = 0x10;
-    once.repliesLeft = 1;
-    station.spoilReplies(once);
-    station.setRegisters(0, {0x1234});
-    openPort(LongMs, 1);
-    EXPECT_EQ(read(DataWord, "HR0", 1), bytes("3412"));
-    EXPECT_EQ(error(), "no error");
-    EXPECT_EQ(station.takeRequests().size(), 2u);
-}
-
-/// A line that nothing may go over.
-class UntouchedPort : public AbstractDeviceInterface
-{
-public:
-    int read(char*, int) override { return touched(); }
-    int write(const char*, int) override { return touched(); }
-    void setOption(int, const QVariant&) override { touched(); }
-    int retry() override { return 0; }
-    int delay() override { return 0; }
-
-private:
-    int touched()
-    {
-        ADD_FAILURE() << "the line was used";
-        return 0;
-    }
-};
-
 TEST_F(Modbus, RefusesAddressesThatAreNone)
 {
     const struct {
@@ -356,81 +269,24 @@ TEST_F(Modbus, RefusesAddressesThatAreNone)
         const char* address;
         int length;
     } rows[] = {
-        {DataWord, "", 1},
-        {DataWord, "HR", 1},
-        {DataWord, "5", 1},
         {DataWord, "X5", 1},
         {DataWord, "C5", 1},
         {DataBit, "HR5", 1},
-        {DataWord, "hr5", 1},
         {DataWord, "HR+5", 1},
-        {DataWord, "HR-5", 1},
-        {DataWord, "HR 5", 1},
-        {DataWord, "HR5x", 1},
-        {DataWord, "HR5\xC3\xBC", 1},
         {DataWord, "HR65536", 1},
-        {DataWord, "HR000005", 1},
-        {DataWord, "HR99999999999", 1},
         {DataWord, "HR65535", 2},
         {DataDoubleWord, "HR65535", 1},
-        {DataByte, "HR65535", 3},
         {DataBit, "C65535", 2},
-        {DataBit, "C0", INT_MAX},
-        {DataQuadWord, "HR0", INT_MAX},
         {DataWord, "0:HR5", 1},
         {DataWord, "248:HR5", 1},
-        {DataWord, ":HR5", 1},
-        {DataWord, "1:", 1},
-        {DataWord, "1:2:HR5", 1},
-        {DataWord, "-1:HR5", 1},
     };
-    UntouchedPort line;
     for (const auto& row : rows) {
-        const CommunicatorCommand command = commandFor(row.dataType, row.address, row.length);
-        EXPECT_EQ(driver().read(&line, command), QByteArray());
-        EXPECT_EQ(error(), "invalid device address: " + command.address.toStdString());
+        EXPECT_EQ(read(row.dataType, row.address, row.length), QByteArray());
+        EXPECT_EQ(error(), std::string("invalid device address: ") + row.address);
     }
-    EXPECT_FALSE(driver().write(&line, commandFor(DataWord, "HR65535", 0), bytes("01020304")));
+    EXPECT_FALSE(write(DataWord, "HR65535", bytes("01020304")));
     EXPECT_EQ(error(), "invalid device address: HR65535");
-}
-
-TEST_F(Modbus, MovesNothingWhenAskedForNothing)
-{
-    UntouchedPort line;
-    for (int length : {0, -1, INT_MIN}) {
-        EXPECT_EQ(driver().read(&line, commandFor(DataWord, "HR0", length)), QByteArray());
-        EXPECT_EQ(driver().read(&line, commandFor(DataBit, "C0", length)), QByteArray());
-    }
-    EXPECT_TRUE(driver().write(&line, commandFor(DataWord, "HR0", 0), QByteArray()));
-    EXPECT_EQ(error(), "no error");
-}
-
-TEST_F(Modbus, IsReachedThroughPlcctl)
-{
-    port.reset(); // plcctl wants the device for itself
-    struct Outcome {
-        int status;
-        std::string output;
-    };
-    const auto plcctl = [&](QStringList arguments) -> Outcome {
-        arguments << "--driver" << MODBUS_DRIVER << "--port" << station.device();
-        QProcess process;
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(PLCCTL, arguments);
-        process.waitForFinished(LongMs);
-        return {process.exitCode(), process.readAll().toStdString()};
-    };
-    const Outcome write = plcctl({"write", "HR100", "4660", "2"});
-    EXPECT_EQ(write.status, 0) << write.output;
-    EXPECT_EQ(station.registers(100, 2), (std::vector<int>{0x1234, 2}));
-
-    const Outcome read = plcctl({"read", "HR100", "--format", "csv"});
-    EXPECT_EQ(read.status, 0);
-    EXPECT_EQ(read.output, "device,type,value\nHR100,word,4660\n");
-
-    const Outcome refused = plcctl({"read", "HR400", "--retry", "0"});
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_THAT(refused.output, testing::HasSubstr("exception 2, illegal data address"));
+    EXPECT_TRUE(station.takeRequests().empty());
 }
 
 } // namespace
