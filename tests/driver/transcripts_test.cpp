@@ -5,6 +5,9 @@
 #include "drivers/communicatorcommand.h"
 #include "drivers/driverinterface.h"
 
+#include <QRegularExpression>
+#include <QStringList>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +15,6 @@
 #include <iterator>
 #include <map>
 #include <memory>
-#include <regex>
 #include <sstream>
 
 extern "C" DriverInterface* CreateDriver();
@@ -33,47 +35,46 @@ void PrintTo(const Story& story, std::ostream* out)
 }
 
 /// The calls that one item of a story stands for; see the head of transcripts.txt.
-std::vector<std::string> callsOf(const std::string& item)
+QStringList callsOf(const QString& item)
 {
     if (item == "open")
         return callsOf(R"(ask CR -> "CC\r\n")");
     if (item == "close")
         return callsOf(R"(ask CQ -> "CF\r\n")");
-    static const std::regex exchange(R"((ask|tell) (.*) -> (.*))");
-    static const std::regex reply(R"rx(("[^"]*")( as -?\d+)?(?: of (\d+))?)rx");
-    std::smatch parts;
-    if (!std::regex_match(item, parts, exchange))
+    static const QRegularExpression exchange("^(ask|tell) (.*) -> (.*)$");
+    static const QRegularExpression reply(R"rx(("[^"]*")( as -?\d+)?(?: of (\d+))?)rx");
+    const QRegularExpressionMatch parts = exchange.match(item);
+    if (!parts.hasMatch())
         return {item};
 
-    std::vector<std::string> calls;
-    if (parts[1] == "ask")
-        calls.push_back("option 12 0");
-    calls.push_back("write \"" + parts[2].str() + R"(\r\n")");
-    const std::string replies = parts[3];
-    for (std::sregex_iterator it(replies.begin(), replies.end(), reply), end; it != end; ++it) {
-        const std::string bytes = (*it)[1], as = (*it)[2], asked = (*it)[3];
-        const std::string length = asked.empty() ? std::to_string(unquoted(bytes).size()) : asked;
-        calls.push_back("read " + length + " " + bytes + as);
+    QStringList calls;
+    if (parts.captured(1) == "ask")
+        calls << "option 12 0";
+    calls << "write \"" + parts.captured(2) + R"(\r\n")";
+    for (auto replies = reply.globalMatch(parts.captured(3)); replies.hasNext();) {
+        const QRegularExpressionMatch one = replies.next();
+        const int length = unquoted(one.captured(1).toStdString()).size();
+        const QString asked = one.captured(3).isEmpty() ? QString::number(length) : one.captured(3);
+        calls << "read " + asked + " " + one.captured(1) + one.captured(2);
     }
     return calls;
 }
 
+void addCalls(const QString& item, std::vector<std::string>& calls)
+{
+    for (const QString& call : callsOf(item))
+        calls.push_back(call.toStdString());
+}
+
 void addLine(Story& story, const std::string& line)
 {
-    if (story.request.empty()) {
+    if (story.request.empty())
         story.request = line;
-        return;
-    }
-    if (line[0] == '=' || line[0] == '!') {
+    else if (line[0] == '=' || line[0] == '!')
         story.outcome = line;
-        return;
-    }
-    static const std::regex separator("; ");
-    for (std::sregex_token_iterator item(line.begin(), line.end(), separator, -1), end; item != end;
-         ++item) {
-        const std::vector<std::string> calls = callsOf(*item);
-        story.calls.insert(story.calls.end(), calls.begin(), calls.end());
-    }
+    else
+        for (const QString& item : QString::fromStdString(line).split("; "))
+            addCalls(item, story.calls);
 }
 
 std::vector<Story> readStories()
@@ -238,8 +239,7 @@ std::vector<std::string> faultyAttempt(const Story& story, size_t step, const Fa
     if (fault.onlyFirstOfAReply && !ofTheLink) {
         if (whole.size() == 3)
             calls.push_back(R"(read 1 "\n")");
-        const std::vector<std::string> close = callsOf("close");
-        calls.insert(calls.end(), close.begin(), close.end());
+        addCalls("close", calls);
     }
     return calls;
 }
