@@ -18,7 +18,7 @@ extern "C" DriverInterface* CreateDriver();
 
 static std::vector<unsigned long> pauses;
 
-/// Stands before Qt's own in this program: pauses are noted, not waited for.
+/// Stands in front of Qt's own in this program: pauses are noted, not waited for.
 void QThread::msleep(unsigned long milliseconds)
 {
     pauses.push_back(milliseconds);
@@ -138,6 +138,14 @@ TEST_F(Driver, SaysWhoItIs)
     EXPECT_FALSE(driver.isSupportSessionCommand());
 }
 
+TEST_F(Driver, OverridesAnswersThatADriverNeedNotGive)
+{
+    EXPECT_EQ(object.DriverInterface::name(), "Not Assigned");
+    EXPECT_EQ(object.DriverInterface::vender(), "Not Assigned");
+    EXPECT_EQ(object.DriverInterface::getVersionNumber(), "Not Assigned");
+    EXPECT_EQ(object.DriverInterface::getStringBasedDefaultDriverSetting(), "RS232,9600,EVEN,7,1");
+}
+
 TEST_F(Driver, HandsOutDefaultsThatTheCallerOwns)
 {
     const std::unique_ptr<DeviceSetting> line(driver.getDefaultSerialDeviceSetting());
@@ -172,7 +180,7 @@ TEST_F(Driver, KeepsTheTextOfAFailureBeyondALaterSuccess)
     EXPECT_EQ(driver.getLastError(), "invalid response");
 }
 
-CommunicatorCommand wordsOf(const char* device)
+CommunicatorCommand wordOf(const char* device)
 {
     CommunicatorCommand command;
     command.dataType = DataWord;
@@ -187,7 +195,7 @@ TEST(Retry, SleepsWhatThePortSaysBeforeEveryAttempt)
     ScriptedPort port(
         {"delay 30", "retry 3", "delay 70", "retry 3", "delay -1", "retry 3", "delay", "retry 3"});
     pauses.clear();
-    driver->write(&port, wordsOf(""), QByteArray());
+    driver->write(&port, wordOf(""), QByteArray());
     EXPECT_EQ(port.calls().size(), 8u);
     EXPECT_EQ(pauses, (std::vector<unsigned long>{30, 70}));
 }
@@ -205,7 +213,7 @@ TEST(Retry, AsksAnOverriddenHasError)
     const std::vector<std::string> oneAttempt = {"delay", "option 12 0", R"(write "CR\r\n")",
                                                  R"(read 4 "")"};
     ScriptedPort silent(oneAttempt);
-    EXPECT_TRUE(driver.read(&silent, wordsOf("DM0")).isEmpty());
+    EXPECT_TRUE(driver.read(&silent, wordOf("DM0")).isEmpty());
     EXPECT_EQ(silent.calls(), oneAttempt) << "the port must not be asked for its retries";
 }
 

@@ -76,8 +76,7 @@ TEST(ReadCommand, SpellsTheDeviceAndTheCount)
         {DataBit, "X1F", "X1F 1"},
         {DataBit, "CN", "CN 1"},
         {DataBit, "TX", "TX 1"},
-        {DataBit, "MR1A",
-         "MRA00010 1"}, // zeros go in behind as many characters as there are digits
+        {DataBit, "MR1A", "MRA00010 1"}, // as many characters move as there are digits
         {DataBit, "MR-5", "MR5000-0 1"},
         {DataBit, "MRABC1", "MRABC00001 1"},
         {DataWord, "DM12345678", "DM12345678 99", 99}, // all there is room for
@@ -125,6 +124,7 @@ TEST(BitCommand, SpellsTheDevice)
         {"CTH5", "ST C0005\r\n"},     {"T1", "ST T0001\r\n"},
         {"LRX7", "ST LR00007\r\n"},   {"mr500", "ST MR00500\r\n"},
         {"R00100", "ST 00100\r\n"},   {"MR", "ST MR00000\r\n"},
+        {"M5", "ST MR00005\r\n"},     {"l5", "ST LR00005\r\n"},
         {"R123456", "ST 123456\r\n"}, {"T2147483647", "ST T2147483647\r\n"},
     };
     for (const auto& row : rows) {
@@ -161,10 +161,8 @@ TEST(Refusal, IsSaidBeforeAnythingIsSent)
         {"count beyond an int", Read, DataDoubleWord, "DM0", INT_MIN, invalid},
         {"a second command inside", Read, DataBit, "X\r\nCQ", 1, invalid},
         {"a blank inside", Read, DataWord, "DM 1", 1, invalid},
-        {"a letter that is not ASCII", Read, DataWord,
-         "D\xC4"
-         "1",
-         1, invalid},
+        {"a control character inside", Read, DataWord, "DM\x7F", 1, invalid},
+        {"a letter that is not ASCII", Read, DataWord, "D\xC4M1", 1, invalid},
         {"comparator, however long", Write, DataWord, "ctc12345678", 1, noWrite},
         {"relay read as words", Read, DataWord, "MR100", 1, noWords},
         {"relay read as bytes", Read, DataBlock, "R100", 1, noWords},
@@ -204,7 +202,7 @@ TEST(Refusal, IsSaidBeforeAnythingIsSent)
     }
 }
 
-/// Opens the link and answers the read behind it with a fixed text, cut as it is asked for.
+/// Opens the link and answers the reads behind it from a fixed text, cut as they ask for it.
 class AnsweringPort : public ScriptedPort
 {
 public:
@@ -227,6 +225,18 @@ public:
 private:
     QByteArray m_reply;
 };
+
+TEST(WriteCommand, HasRoomForWhatItsOwnNumberLeaves)
+{
+    const std::unique_ptr<DriverInterface> driver(CreateDriver());
+    AnsweringPort port("OK\r\nOK\r\nOK\r\nCF\r\n");
+    EXPECT_TRUE(driver->write(&port, request(DataWord, "VM9900"), QByteArray(1024, '\0')));
+    std::vector<std::string> heads;
+    for (const std::string& call : port.calls())
+        if (call.compare(0, 11, "write \"WRS ") == 0)
+            heads.push_back(call.substr(11, call.find(" 0") - 11));
+    EXPECT_EQ(heads, (std::vector<std::string>{"VM9900 256", "VM10156 255", "VM10411 1"}));
+}
 
 TEST(Reply, OfTheRightLengthAndTheWrongFormIsInvalid)
 {

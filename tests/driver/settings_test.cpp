@@ -144,6 +144,7 @@ TEST(DeviceSetting, SocketEntries)
         EXPECT_EQ(setting.port(row.index), row.port);
         setting.setPort(9, row.index);
         EXPECT_EQ(setting.port(row.index), row.port ? 9 : 0);
+        EXPECT_EQ(setting.socketIP(row.index), row.port ? "new" : "");
         EXPECT_EQ(setting.socketList.size(), 2);
     }
 
