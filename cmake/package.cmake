@@ -12,9 +12,7 @@ install(TARGETS kv1000 EXPORT PanelDrivers LIBRARY DESTINATION ${CMAKE_INSTALL_L
 install(DIRECTORY runtime/drivers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/paneldrivers
     FILES_MATCHING PATTERN *.h
     PATTERN kv1000 EXCLUDE
-    PATTERN byteswap.h EXCLUDE
-    PATTERN qtcompat.h EXCLUDE
-    PATTERN dumpline.h EXCLUDE)
+    PATTERN internal EXCLUDE)
 
 install(EXPORT PanelDrivers NAMESPACE PanelDrivers:: DESTINATION ${packageDir})
 configure_package_config_file(cmake/PanelDriversConfig.cmake.in PanelDriversConfig.cmake

@@ -5,6 +5,7 @@
 #include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
 #include "drivers/driversetting.h"
+#include "drivers/portoptions.h"
 #include "drivers/tools.h"
 #include "drivers/txpackage.h"
 
@@ -35,7 +36,6 @@ const int BlockAccessSize = 1024;
 const int ExceptionFlag = 0x80, ExceptionSize = 5; // no reply is shorter
 const int CrcSize = 2;
 const int SilenceMs = 5; // 3.5 characters at 9600 baud
-const int DiscardUnreadInput = 12;
 
 /// By the code of the exception.
 const char* const ExceptionTexts[] = {"of its own", "illegal function", "illegal data address",

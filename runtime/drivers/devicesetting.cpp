@@ -1,7 +1,7 @@
 // The settings record of a port. It opens nothing and knows no protocol.
 #include "drivers/devicesetting.h"
 
-#include "drivers/dumpline.h"
+#include "drivers/internal/dumpline.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // The settings record of a driver. It knows neither ports nor protocols.
 #include "drivers/driversetting.h"
 
-#include "drivers/dumpline.h"
+#include "drivers/internal/dumpline.h"
 
 DriverSetting::DriverSetting(int timeout, int retry, int stationid, int delay)
     : DriverSetting(timeout, retry, stationid, delay, QString(), 0)

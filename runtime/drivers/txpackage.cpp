@@ -1,7 +1,7 @@
 // The frame builder: bytes, section sizes and the two simple checks.
 #include "drivers/txpackage.h"
 
-#include "drivers/qtcompat.h"
+#include "drivers/internal/qtcompat.h"
 #include "drivers/tools/dataconvert.h"
 #include "drivers/tools/framecheck.h"
 #include "drivers/tools/hextext.h"

@@ -1,5 +1,6 @@
 #include "host/lineport.h"
 
+#include "drivers/portoptions.h"
 #include "host/line.h"
 
 #include <QVariant>
@@ -10,7 +11,6 @@ namespace host
 namespace
 {
 
-constexpr int DiscardInputOption = 12;
 constexpr int MaxTimeoutMs = 60 * 60 * 1000;
 
 } // namespace
@@ -93,7 +93,7 @@ bool LinePort::send(const char* data, int length)
 
 void LinePort::setOption(int option, const QVariant& value)
 {
-    if (option == DiscardInputOption && value.toInt() == 0)
+    if (option == DiscardUnreadInput && value.toInt() == 0)
         m_sending = settle();
 }
 

@@ -1,6 +1,6 @@
 // Ports over real lines: a pseudo-terminal and a loopback socket, the same stories for both.
-#include "farend.h"
 #include "host/lineport.h"
+#include "support/farend.h"
 
 #include <QVariant>
 

@@ -3,6 +3,7 @@
 
 #include "drivers/abstractdeviceinterface.h"
 #include "drivers/kv1000/devices.h"
+#include "drivers/portoptions.h"
 #include "drivers/tools.h"
 
 #include <QVariant>
@@ -13,8 +14,6 @@
 
 namespace
 {
-
-const int DiscardUnreadOption = 12;
 
 /// The longest "RDS" command and its NUL.
 const int ReadCommandSize = 20;
@@ -102,7 +101,7 @@ int packWriteCommand(char* buffer, int size, const char* device, const QByteArra
 
 void discardUnreadInput(AbstractDeviceInterface* port)
 {
-    port->setOption(DiscardUnreadOption, QVariant(0));
+    port->setOption(DiscardUnreadInput, QVariant(0));
 }
 
 void sendCommand(AbstractDeviceInterface* port, const char* text, int length)

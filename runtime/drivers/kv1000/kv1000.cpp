@@ -5,7 +5,7 @@
 #include "drivers/abstractdeviceinterface.h"
 #include "drivers/devicesetting.h"
 #include "drivers/driversetting.h"
-#include "drivers/qtcompat.h"
+#include "drivers/internal/qtcompat.h"
 
 static QString VERSION_STRING("1.0.0");
 

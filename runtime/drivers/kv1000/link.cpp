@@ -1,11 +1,11 @@
 // The link session: every request opens the host link, exchanges its commands and closes it again.
 // Nothing here knows devices or data.
 #include "drivers/abstractdeviceinterface.h"
+#include "drivers/errortexts.h"
+#include "drivers/internal/qtcompat.h"
 #include "drivers/kv1000/commands.h"
-#include "drivers/kv1000/errortexts.h"
 #include "drivers/kv1000/kv1000.h"
 #include "drivers/kv1000/replies.h"
-#include "drivers/qtcompat.h"
 
 #include <cstring>
 

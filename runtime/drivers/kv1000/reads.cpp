@@ -1,12 +1,12 @@
 // Reads of every width: one "RDS" command, or several where one reply would not fit, in one link
 // session. How commands are spelled and replies laid out stands in commands.cpp and replies.cpp.
 #include "drivers/abstractdeviceinterface.h"
+#include "drivers/errortexts.h"
+#include "drivers/internal/qtcompat.h"
 #include "drivers/kv1000/commands.h"
 #include "drivers/kv1000/devices.h"
-#include "drivers/kv1000/errortexts.h"
 #include "drivers/kv1000/kv1000.h"
 #include "drivers/kv1000/replies.h"
-#include "drivers/qtcompat.h"
 
 #include <algorithm>
 
@@ -30,11 +30,16 @@ struct ReadRequest {
 namespace
 {
 
+// What the texts add to "invalid response" depends on width and area alone.
+const char InvalidResponse1[] = "invalid response1";
+const char InvalidResponse2[] = "invalid response2";
+const char InvalidResponse3[] = "invalid response3";
+const char InvalidResponseColon[] = "invalid response:";
+
 enum UnitBytes { ByteUnit = 1, WordUnit = 2, DWordUnit = 4 };
 
-const ReadForm BitRead = {BitsReply, 1, errortext::InvalidResponse2, KV1000ConvertReadBitsRsp};
-const ReadForm ContactRead = {TriplesReply, 1, errortext::InvalidResponse3,
-                              KV1000ConvertReadContactsRsp};
+const ReadForm BitRead = {BitsReply, 1, InvalidResponse2, KV1000ConvertReadBitsRsp};
+const ReadForm ContactRead = {TriplesReply, 1, InvalidResponse3, KV1000ConvertReadContactsRsp};
 
 /// Each width meets each area in the area's own form; what is asked for is cut from that.
 // clang-format off
@@ -46,10 +51,10 @@ const struct ValueRead {
     {WordUnit,  WordArea,         {WordsReply,   2, errortext::InvalidResponse,      KV1000ConvertReadUInt16sRsp}},
     {WordUnit,  Value32Area,      {Value32Reply, 4, errortext::InvalidResponse,      KV1000ConvertReadUInt32sRsp}},
     {WordUnit,  TimerCounterArea, {TriplesReply, 4, errortext::InvalidResponse,      KV1000ExtractT_C_CTC_CTH_CurrentValue}},
-    {DWordUnit, WordArea,         {WordsReply,   2, errortext::InvalidResponse1,     KV1000ConvertReadUInt16sRsp}},
-    {DWordUnit, Value32Area,      {Value32Reply, 4, errortext::InvalidResponse2,     KV1000ConvertReadUInt32sRsp}},
-    {DWordUnit, TimerCounterArea, {TriplesReply, 4, errortext::InvalidResponse3,     KV1000ExtractT_C_CTC_CTH_CurrentValue}},
-    {ByteUnit,  WordArea,         {WordsReply,   2, errortext::InvalidResponseColon, KV1000ConvertReadUInt16sRsp}},
+    {DWordUnit, WordArea,         {WordsReply,   2, InvalidResponse1,     KV1000ConvertReadUInt16sRsp}},
+    {DWordUnit, Value32Area,      {Value32Reply, 4, InvalidResponse2,     KV1000ConvertReadUInt32sRsp}},
+    {DWordUnit, TimerCounterArea, {TriplesReply, 4, InvalidResponse3,     KV1000ExtractT_C_CTC_CTH_CurrentValue}},
+    {ByteUnit,  WordArea,         {WordsReply,   2, InvalidResponseColon, KV1000ConvertReadUInt16sRsp}},
     {ByteUnit,  Value32Area,      {Value32Reply, 4, errortext::InvalidResponse,      KV1000ConvertReadUInt32sRsp}},
     {ByteUnit,  TimerCounterArea, {TriplesReply, 4, errortext::InvalidResponse,      KV1000ExtractT_C_CTC_CTH_CurrentValue}},
 };

@@ -1,11 +1,11 @@
 // Writes: bits one by one, each in a link session of its own; values in one "WRS" or "WSS" command,
 // or several where one would not fit its buffer, in one session.
+#include "drivers/errortexts.h"
+#include "drivers/internal/qtcompat.h"
 #include "drivers/kv1000/commands.h"
 #include "drivers/kv1000/devices.h"
-#include "drivers/kv1000/errortexts.h"
 #include "drivers/kv1000/kv1000.h"
 #include "drivers/kv1000/replies.h"
-#include "drivers/qtcompat.h"
 #include "drivers/tools.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Symbol and number of a device text. Neither looks at where the other ends.
 #include "drivers/tools/addressparsing.h"
 
-#include "drivers/qtcompat.h"
+#include "drivers/internal/qtcompat.h"
 
 #include <cctype>
 

@@ -1,7 +1,7 @@
 // Widths and byte orders of byte arrays.
 #include "drivers/tools/dataconvert.h"
 
-#include "drivers/tools/byteswap.h"
+#include "drivers/internal/byteswap.h"
 
 #include <QtGlobal>
 #include <climits>

@@ -1,7 +1,7 @@
 // One reader of formats, and the two engines that follow it over a buffer.
 #include "drivers/tools/datapack.h"
 
-#include "drivers/tools/byteswap.h"
+#include "drivers/internal/byteswap.h"
 
 #include <QtEndian>
 #include <QtGlobal>

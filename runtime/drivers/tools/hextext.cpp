@@ -1,7 +1,7 @@
 // Hexadecimal texts, read and written.
 #include "drivers/tools/hextext.h"
 
-#include "drivers/qtcompat.h"
+#include "drivers/internal/qtcompat.h"
 
 namespace
 {

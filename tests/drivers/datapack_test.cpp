@@ -1,5 +1,5 @@
-#include "bytes.h"
 #include "drivers/tools.h"
+#include "support/bytes.h"
 
 #include <algorithm>
 #include <array>

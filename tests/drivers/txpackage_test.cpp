@@ -1,5 +1,5 @@
-#include "bytes.h"
 #include "drivers/txpackage.h"
+#include "support/bytes.h"
 
 #include <climits>
 #include <gtest/gtest.h>

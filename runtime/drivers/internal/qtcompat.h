@@ -1,7 +1,7 @@
 // What differs between Qt 4.8 on the panel and Qt 5.15 on a desktop, for the library's own sources.
 // Nothing here is part of the kit that other drivers see.
-#ifndef DRIVERS_QTCOMPAT_H
-#define DRIVERS_QTCOMPAT_H
+#ifndef DRIVERS_INTERNAL_QTCOMPAT_H
+#define DRIVERS_INTERNAL_QTCOMPAT_H
 
 #include <QByteArray>
 #include <QString>

@@ -1,7 +1,7 @@
 // Byte arrays as tests write and read them: in hexadecimal.
 // It knows nothing of the kit.
-#ifndef TESTS_KIT_BYTES_H
-#define TESTS_KIT_BYTES_H
+#ifndef TESTS_SUPPORT_BYTES_H
+#define TESTS_SUPPORT_BYTES_H
 
 #include <QByteArray>
 #include <ostream>

@@ -1,7 +1,7 @@
 // One line of labelled values for the debug channel, the same whichever Qt builds it.
 // It knows no record.
-#ifndef DRIVERS_DUMPLINE_H
-#define DRIVERS_DUMPLINE_H
+#ifndef DRIVERS_INTERNAL_DUMPLINE_H
+#define DRIVERS_INTERNAL_DUMPLINE_H
 
 #include <QDebug>
 #include <QString>

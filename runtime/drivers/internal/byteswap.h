@@ -1,7 +1,7 @@
 // Turns round the bytes of every element of a block, for the library's own sources.
 // It knows neither formats nor byte arrays. Nothing here is part of the kit that other drivers see.
-#ifndef DRIVERS_TOOLS_BYTESWAP_H
-#define DRIVERS_TOOLS_BYTESWAP_H
+#ifndef DRIVERS_INTERNAL_BYTESWAP_H
+#define DRIVERS_INTERNAL_BYTESWAP_H
 
 #include <QtGlobal>
 #include <cstring>

@@ -1,6 +1,6 @@
 // Plays the stories of transcripts.txt against a driver from CreateDriver, through the interface
 // alone.
-#include "portcalls.h"
+#include "support/portcalls.h"
 
 #include "drivers/communicatorcommand.h"
 #include "drivers/driverinterface.h"

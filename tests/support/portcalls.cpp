@@ -1,5 +1,5 @@
 // Port calls as lines of text, and a port that follows a script of them.
-#include "portcalls.h"
+#include "support/portcalls.h"
 
 #include <algorithm>
 #include <cstdio>

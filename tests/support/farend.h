@@ -1,7 +1,7 @@
 // The other end of a real line, for tests: a pseudo-terminal or a loopback socket.
 // It knows no protocol and nothing of the port under test.
-#ifndef TESTS_HOST_FAREND_H
-#define TESTS_HOST_FAREND_H
+#ifndef TESTS_SUPPORT_FAREND_H
+#define TESTS_SUPPORT_FAREND_H
 
 #include "host/portaddress.h"
 

@@ -1,0 +1,12 @@
+// The port options that drivers set, by the numbers that the runtime gave them.
+#ifndef DRIVERS_PORTOPTIONS_H
+#define DRIVERS_PORTOPTIONS_H
+
+/// For AbstractDeviceInterface::setOption.
+enum PortOption {
+    /// With the integer 0: drop the bytes that were received and that nobody has read. A driver
+    /// sets it before a command, so that a late reply to an earlier one is not taken for the next.
+    DiscardUnreadInput = 12
+};
+
+#endif
