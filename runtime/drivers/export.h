@@ -5,4 +5,7 @@
 
 #define DRIVER_KIT_EXPORT __attribute__((visibility("default")))
 
+/// Members of an exported class that are its own business.
+#define DRIVER_KIT_HIDDEN __attribute__((visibility("hidden")))
+
 #endif

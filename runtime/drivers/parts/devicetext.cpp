@@ -1,0 +1,69 @@
+#include "drivers/parts/devicetext.h"
+
+#include "drivers/internal/qtcompat.h"
+
+#include <cstring>
+
+namespace driverkit
+{
+
+namespace
+{
+
+const int MaxDigits = 18; // what a qint64 holds for certain
+
+bool isLetter(char c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+/// The number that the whole text is; -1 for a text of anything but digits.
+qint64 plainNumber(const char* text, int length)
+{
+    qint64 number = 0;
+    for (int i = 0; i < length; ++i) {
+        if (text[i] < '0' || text[i] > '9')
+            return -1;
+        number = number * 10 + (text[i] - '0');
+    }
+    return length <= MaxDigits ? number : -1;
+}
+
+} // namespace
+
+DeviceText::DeviceText(const QByteArray& text)
+{
+    takeApart(text.constData(), text.size());
+}
+
+DeviceText::DeviceText(const QString& text)
+{
+    const QByteArray bytes = qtcompat::toAscii(text);
+    takeApart(bytes.constData(), bytes.size());
+}
+
+bool DeviceText::hasSymbol(const char* symbol) const
+{
+    return static_cast<int>(qstrlen(symbol)) == m_symbolLength &&
+           qstrnicmp(m_text, symbol, static_cast<uint>(m_symbolLength)) == 0;
+}
+
+QByteArray DeviceText::at(qint64 number) const
+{
+    return QByteArray(m_text, m_symbolLength) +
+           QByteArray::number(number).rightJustified(digitCount(), '0');
+}
+
+void DeviceText::takeApart(const char* text, int length)
+{
+    m_length = length <= MaxLength ? length : 0;
+    std::memcpy(m_text, text, static_cast<size_t>(m_length));
+    m_text[m_length] = '\0';
+    m_symbolLength = 0;
+    while (isLetter(m_text[m_symbolLength]))
+        ++m_symbolLength;
+    m_number =
+        length <= MaxLength ? plainNumber(m_text + m_symbolLength, m_length - m_symbolLength) : -1;
+}
+
+} // namespace driverkit

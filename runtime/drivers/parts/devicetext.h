@@ -1,0 +1,54 @@
+// A device text such as "DM100", taken apart once: a symbol of letters and a decimal number.
+#ifndef DRIVERS_PARTS_DEVICETEXT_H
+#define DRIVERS_PARTS_DEVICETEXT_H
+
+#include "drivers/export.h"
+
+#include <QByteArray>
+#include <QString>
+
+namespace driverkit
+{
+
+/// A small value: it allocates nothing until a text is asked of it.
+class DRIVER_KIT_EXPORT DeviceText
+{
+public:
+    enum { MaxLength = 31 };
+
+    /// Takes apart a text of up to MaxLength characters; a longer one has no symbol and no number.
+    explicit DeviceText(const QByteArray& text);
+    explicit DeviceText(const QString& text);
+
+    /// The whole text as given, ended by a NUL.
+    const char* text() const { return m_text; }
+    int length() const { return m_length; }
+
+    /// The letters A to Z and a to z that the text begins with.
+    int symbolLength() const { return m_symbolLength; }
+    bool hasSymbol(const char* symbol) const; ///< these letters and no others, ignoring case
+
+    /// Whether nothing but digits follows the symbol, perhaps none at all.
+    bool isPlain() const { return m_number >= 0; }
+
+    /// Whether at least one digit follows it, and nothing else.
+    bool hasNumber() const { return isPlain() && digitCount() > 0; }
+
+    int digitCount() const { return m_length - m_symbolLength; } ///< of a plain text
+    qint64 number() const { return m_number; } ///< 0 without digits, -1 when not plain
+
+    /// The text of another device of the same symbol, with no fewer digits than this one has.
+    QByteArray at(qint64 number) const;
+
+private:
+    DRIVER_KIT_HIDDEN void takeApart(const char* text, int length);
+
+    char m_text[MaxLength + 1];
+    int m_length;
+    int m_symbolLength;
+    qint64 m_number;
+};
+
+} // namespace driverkit
+
+#endif

@@ -1,0 +1,74 @@
+// One command and its reply over a port: what goes out, and the three ways in which a reply ends:
+// after a known length, after a length that its first bytes tell, or at a delimiter.
+#ifndef DRIVERS_PARTS_EXCHANGE_H
+#define DRIVERS_PARTS_EXCHANGE_H
+
+#include "drivers/export.h"
+
+#include <QByteArray>
+
+class AbstractDeviceInterface;
+
+namespace driverkit
+{
+
+class ErrorState;
+
+/// What returns false has set the error state.
+class DRIVER_KIT_EXPORT Exchange
+{
+public:
+    enum { NoLimit = 0, DefaultReplyLimitMs = 10000 };
+
+    /// Each read waits as long as the port's own time-out. A reply that comes in several reads is
+    /// given up when replyLimitMs have passed since its command; NoLimit leaves it to the port.
+    ///
+    /// port, error  must outlive the exchange
+    Exchange(AbstractDeviceInterface* port, ErrorState& error,
+             int replyLimitMs = DefaultReplyLimitMs);
+
+    /// Drops what was received and not read, then sends a command. Nothing tells whether it went
+    /// out: a lost command shows up as a missing reply.
+    void ask(const char* command, int length);
+    void ask(const QByteArray& command) { ask(command.constData(), command.size()); }
+
+    /// Sends a command without dropping anything.
+    void send(const char* command, int length);
+
+    /// Reads exactly `length` bytes. Any other count that the port returns is "packet loss".
+    bool receive(char* buffer, int length);
+
+    /// Reads the shortest reply that there is, asks how much follows, and reads that. Asking a port
+    /// for more than comes costs a whole time-out.
+    ///
+    /// buffer    room for the longest reply
+    /// shortest  bytes that every reply has
+    /// restOf    int(const char* buffer): bytes that follow the first `shortest`, 0 or more; less
+    ///           when the reply is an error, which restOf has set
+    template <typename RestOf>
+    bool receiveProbed(char* buffer, int shortest, RestOf restOf)
+    {
+        if (!receive(buffer, shortest))
+            return false;
+        const int rest = restOf(static_cast<const char*>(buffer));
+        return rest == 0 || (rest > 0 && receive(buffer + shortest, rest));
+    }
+
+    /// Reads up to a delimiter, byte by byte.
+    ///
+    /// reply      receives what stands before the delimiter
+    /// maxLength  the longest reply without its delimiter; a longer one is "invalid response"
+    bool receiveUntil(char delimiter, int maxLength, QByteArray* reply);
+
+private:
+    DRIVER_KIT_HIDDEN bool isOverdue() const;
+
+    AbstractDeviceInterface* m_port;
+    ErrorState& m_error;
+    int m_replyLimitMs;
+    qint64 m_sentMs;
+};
+
+} // namespace driverkit
+
+#endif
