@@ -1,16 +1,13 @@
-// Every text that goes out to the controller. It knows no reply and keeps no state.
 #include "drivers/kv1000/commands.h"
 
-#include "drivers/abstractdeviceinterface.h"
 #include "drivers/kv1000/devices.h"
-#include "drivers/portoptions.h"
-#include "drivers/tools.h"
+#include "drivers/kv1000/digits.h"
+#include "drivers/parts/exchange.h"
 
-#include <QVariant>
-
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
+
+namespace kv1000
+{
 
 namespace
 {
@@ -20,156 +17,173 @@ const int ReadCommandSize = 20;
 
 const char LineEnd[] = "\r\n";
 
-/// A device text as the host link spells it.
-struct DeviceField {
-    char text[MaxDeviceTextLength + 1];
-
-    explicit DeviceField(const char* device)
-        : text()
-    {
-        KV1000GetSafeDeviceTypeNo(text, device);
-    }
-};
-
-/// Returns the length that the whole command needs, which may be more than `size` has room for.
-int formatReadCommand(char* buffer, int size, const QByteArray& address, int count)
+int lengthOfNumber(int number)
 {
-    const DeviceField field(address.constData());
-    return std::snprintf(buffer, static_cast<size_t>(size), "RDS %s %d\r\n", field.text, count);
+    int length = number < 0 ? 2 : 1;
+    for (; number > 9 || number < -9; number /= 10)
+        ++length;
+    return length;
 }
 
-/// A command text that grows step by step and never beyond its buffer.
+/// A command text that grows step by step and never beyond its buffer: what has no room is left
+/// out whole.
 class CommandText
 {
 public:
     CommandText(char* buffer, int size)
-        : m_buffer(buffer)
-        , m_size(size)
-        , m_length(0)
+        : m_begin(buffer)
+        , m_end(buffer + size)
+        , m_at(buffer)
     {
     }
 
-    __attribute__((format(printf, 2, 3))) void append(const char* format, ...)
+    int length() const { return static_cast<int>(m_at - m_begin); }
+
+    CommandText& append(const char* text, int length)
     {
-        va_list values;
-        va_start(values, format);
-        const int room = m_size - m_length;
-        const int needed =
-            std::vsnprintf(m_buffer + m_length, static_cast<size_t>(room), format, values);
-        va_end(values);
-        m_length += qBound(0, needed, room - 1);
+        if (hasRoom(length)) {
+            std::memcpy(m_at, text, static_cast<size_t>(length));
+            m_at += length;
+        }
+        return *this;
     }
 
-    int length() const { return m_length; }
+    CommandText& append(const char* text)
+    {
+        return append(text, static_cast<int>(std::strlen(text)));
+    }
+
+    /// In decimal with at least `width` characters, the sign among them, zeros before the digits.
+    CommandText& appendNumber(int number, int width = 1)
+    {
+        const int length = qMax(width, lengthOfNumber(number));
+        if (!hasRoom(length))
+            return *this;
+        char* place = m_at + length;
+        for (int rest = number; place > m_at; rest /= 10)
+            *--place = static_cast<char>('0' + qAbs(rest % 10));
+        if (number < 0)
+            *m_at = '-';
+        m_at += length;
+        return *this;
+    }
+
+    /// A blank and five digits.
+    void appendWord(quint32 word)
+    {
+        if (!hasRoom(6))
+            return;
+        m_at[0] = ' ';
+        m_at[1] = static_cast<char>('0' + word / 10000);
+        putFourDigits(m_at + 2, word % 10000);
+        m_at += 6;
+    }
+
+    /// A blank and ten digits.
+    void appendValue32(quint32 value)
+    {
+        if (!hasRoom(11))
+            return;
+        const quint32 upper = value / 10000;
+        const quint32 top = upper / 10000;
+        m_at[0] = ' ';
+        m_at[1] = static_cast<char>('0' + top / 10);
+        m_at[2] = static_cast<char>('0' + top % 10);
+        putFourDigits(m_at + 3, upper % 10000);
+        putFourDigits(m_at + 7, value % 10000);
+        m_at += 11;
+    }
 
 private:
-    char* m_buffer;
-    int m_size;
-    int m_length;
+    bool hasRoom(int length) const { return m_end - m_at >= length; }
+
+    char* m_begin;
+    char* m_end;
+    char* m_at;
 };
 
-int digitsOfValue(int valueBytes)
-{
-    return valueBytes == 2 ? 5 : 10;
-}
-
-unsigned valueAt(const QByteArray& data, int offset, int valueBytes)
-{
-    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(data.constData()) + offset;
-    unsigned short word = 0;
-    unsigned int doubleWord = 0;
-    if (valueBytes == 2)
-        DataUnpack(bytes, "v", &word);
-    else
-        DataUnpack(bytes, "V", &doubleWord);
-    return word | doubleWord;
-}
-
-int packWriteCommand(char* buffer, int size, const char* device, const QByteArray& data,
-                     int valueBytes)
+CommandText writeCommand(char* buffer, int size, const Device& first, int count)
 {
     CommandText command(buffer, size);
-    command.append("%s %s %u", KV1000SupportWSS(device) ? "WSS" : "WRS", DeviceField(device).text,
-                   static_cast<unsigned>(data.size() / valueBytes));
-    for (int offset = 0; offset < data.size(); offset += valueBytes)
-        command.append(" %0*u", digitsOfValue(valueBytes), valueAt(data, offset, valueBytes));
-    command.append("%s", LineEnd);
-    return command.length();
+    command.append(first.area->command)
+        .append(" ", 1)
+        .append(first.wire, first.wireLength)
+        .append(" ", 1)
+        .appendNumber(count);
+    return command;
 }
 
 } // namespace
 
-void discardUnreadInput(AbstractDeviceInterface* port)
+bool readCommandFits(const Device& first, int count)
 {
-    port->setOption(DiscardUnreadInput, QVariant(0));
+    const int fixed =
+        static_cast<int>(std::strlen("RDS ") + std::strlen(" ") + std::strlen(LineEnd));
+    return fixed + first.wireLength + lengthOfNumber(count) < ReadCommandSize;
 }
 
-void sendCommand(AbstractDeviceInterface* port, const char* text, int length)
+int formatBitCommand(char* buffer, int size, const char* symbol, int number, bool value)
 {
-    port->write(text, length);
+    const Area& area = areaOf(symbol);
+    if (area.bits == NoBits)
+        return 0;
+    CommandText command(buffer, size);
+    command.append(value ? "ST " : "RS ", 3)
+        .append(area.bitSymbol)
+        .appendNumber(number, area.bitDigits)
+        .append(LineEnd, 2);
+    return command.length();
 }
 
-void KV1000SendContinuousReadDataCmd(AbstractDeviceInterface* port, const QByteArray& address,
-                                     int count)
+int writeCapacity(int size, const Device& first, int valueBytes)
 {
-    char command[ReadCommandSize];
-    const int length = formatReadCommand(command, ReadCommandSize, address, count);
-    discardUnreadInput(port);
-    sendCommand(port, command, length);
-}
-
-bool readCommandFits(const QByteArray& address, int count)
-{
-    char command[ReadCommandSize];
-    return formatReadCommand(command, ReadCommandSize, address, count) < ReadCommandSize;
-}
-
-int formatBitCommand(char* buffer, int size, const QByteArray& symbol, int number, bool value)
-{
-    // The first row whose letters the symbol begins with holds.
-    static const struct {
-        const char* letters;
-        const char* spelling;
-        int digits;
-    } bitDevices[] = {
-        {"CTC", "CTC", 1}, {"CR", "CR", 4}, {"C", "C", 4}, {"L", "LR", 5},
-        {"M", "MR", 5},    {"R", "", 5},    {"T", "T", 4},
-    };
-
-    for (const auto& device : bitDevices) {
-        if (qstrnicmp(symbol.constData(), device.letters,
-                      static_cast<uint>(qstrlen(device.letters))))
-            continue;
-        CommandText command(buffer, size);
-        command.append("%s %s%0*d\r\n", value ? "ST" : "RS", device.spelling, device.digits,
-                       number);
-        return command.length();
-    }
-    return 0;
-}
-
-int KV1000PackWriteContinuousUInt16sCmd(char* buffer, int size, const char* device,
-                                        const QByteArray& data)
-{
-    return packWriteCommand(buffer, size, device, data, 2);
-}
-
-int KV1000PackWriteContinuousUInt32sCmd(char* buffer, int size, const char* device,
-                                        const QByteArray& data)
-{
-    return packWriteCommand(buffer, size, device, data, 4);
-}
-
-int writeCapacity(int size, const QByteArray& device, int valueBytes)
-{
-    const int valueLength = 1 + digitsOfValue(valueBytes);
-    const size_t fixedLength = std::strlen("WRS ") +
-                               std::strlen(DeviceField(device.constData()).text) +
-                               std::strlen(" ") + std::strlen(LineEnd);
-    const int room = size - 1 - static_cast<int>(fixedLength);
+    const int valueLength = valueBytes == 2 ? 6 : 11; // blank and digits
+    const int fixed =
+        static_cast<int>(std::strlen("WRS ") + std::strlen(" ") + std::strlen(LineEnd));
+    const int room = size - 1 - fixed - first.wireLength;
     // The count takes room of its own: a digit more of it may cost a value.
     int count = room / valueLength;
-    while (QByteArray::number(count).size() + count * valueLength > room)
+    while (lengthOfNumber(count) + count * valueLength > room)
         --count;
     return count;
+}
+
+} // namespace kv1000
+
+using kv1000::CommandText;
+
+void KV1000SendContinuousReadDataCmd(driverkit::Exchange& exchange, const kv1000::Device& first,
+                                     int count)
+{
+    char buffer[kv1000::ReadCommandSize];
+    CommandText command(buffer, sizeof buffer);
+    command.append("RDS ", 4)
+        .append(first.wire, first.wireLength)
+        .append(" ", 1)
+        .appendNumber(count)
+        .append(kv1000::LineEnd, 2);
+    exchange.ask(buffer, command.length());
+}
+
+int KV1000PackWriteContinuousUInt16sCmd(char* buffer, int size, const kv1000::Device& first,
+                                        const char* values, int count)
+{
+    CommandText command = kv1000::writeCommand(buffer, size, first, count);
+    for (int i = 0; i < count; ++i) {
+        const unsigned char* bytes = reinterpret_cast<const unsigned char*>(values) + 2 * i;
+        command.appendWord(static_cast<quint32>(bytes[0] | bytes[1] << 8));
+    }
+    return command.append(kv1000::LineEnd, 2).length();
+}
+
+int KV1000PackWriteContinuousUInt32sCmd(char* buffer, int size, const kv1000::Device& first,
+                                        const char* values, int count)
+{
+    CommandText command = kv1000::writeCommand(buffer, size, first, count);
+    for (int i = 0; i < count; ++i) {
+        const unsigned char* bytes = reinterpret_cast<const unsigned char*>(values) + 4 * i;
+        command.appendValue32(bytes[0] | quint32(bytes[1]) << 8 | quint32(bytes[2]) << 16 |
+                              quint32(bytes[3]) << 24);
+    }
+    return command.append(kv1000::LineEnd, 2).length();
 }

@@ -1,17 +1,55 @@
-// Device texts of the KV-1000. It knows no port and no command.
 #include "drivers/kv1000/devices.h"
 
-#include "drivers/tools.h"
+#include "drivers/tools/rotatearray.h"
 
-#include <climits>
 #include <cstring>
+
+namespace kv1000
+{
 
 namespace
 {
 
-const int NoWidth = 0; // the number of such an area stays as it is
-const int BitsPerChannel = 16;
-const int ChannelStep = 100;
+const char Wrs[] = "WRS";
+const char Wss[] = "WSS";
+
+const bool BeforeDigit = true, Always = false;
+const bool SetValue = true, OwnValue = false;
+
+// clang-format off
+/// A letter after the symbol makes timers, counters and relays an unknown area (CTX5, MRX5); areas
+/// of words and AT are known by their first letters alone.
+const Area Areas[] = {
+    // text               digits  spelling                   holds    value     write  bits         symbol digits
+    {"PCTC", Always,      0,      WithoutFirstLetter,        Counter, SetValue, Wss,   NoBits,      "",    0},
+    {"CTC",  Always,      1,      AsGiven,                   Counter, OwnValue, Wss,   ContactBits, "CTC", 1},
+    {"CTH",  Always,      1,      AsGiven,                   Counter, OwnValue, Wrs,   RelayBits,   "C",   4},
+    {"CT",   Always,      1,      AsGiven,                   Unknown, OwnValue, Wrs,   RelayBits,   "C",   4},
+    {"CM",   Always,      5,      AsGiven,                   Word,    OwnValue, Wrs,   RelayBits,   "C",   4},
+    {"CR",   Always,      4,      AsGiven,                   Relay,   OwnValue, Wrs,   RelayBits,   "CR",  4},
+    {"CS",   Always,      4,      DigitsWithoutSecondLetter, Counter, SetValue, Wss,   RelayBits,   "C",   4},
+    {"C",    BeforeDigit, 4,      AsGiven,                   Counter, OwnValue, Wrs,   ContactBits, "C",   4},
+    {"C",    Always,      0,      AsGiven,                   Counter, OwnValue, Wrs,   RelayBits,   "C",   4},
+    {"D",    Always,      5,      AsGiven,                   Word,    OwnValue, Wrs,   NoBits,      "",    0},
+    {"E",    Always,      5,      AsGiven,                   Word,    OwnValue, Wrs,   NoBits,      "",    0},
+    {"F",    Always,      5,      AsGiven,                   Word,    OwnValue, Wrs,   NoBits,      "",    0},
+    {"MR",   Always,      5,      AsGiven,                   Relay,   OwnValue, Wrs,   RelayBits,   "MR",  5},
+    {"M",    Always,      5,      AsGiven,                   Unknown, OwnValue, Wrs,   RelayBits,   "MR",  5},
+    {"LR",   Always,      5,      AsGiven,                   Relay,   OwnValue, Wrs,   RelayBits,   "LR",  5},
+    {"L",    Always,      5,      AsGiven,                   Unknown, OwnValue, Wrs,   RelayBits,   "LR",  5},
+    {"R",    Always,      5,      DigitsWithoutFirstLetter,  Relay,   OwnValue, Wrs,   RelayBits,   "",    5},
+    {"TM",   Always,      3,      AsGiven,                   Word,    OwnValue, Wrs,   RelayBits,   "T",   4},
+    {"TS",   Always,      4,      DigitsWithoutSecondLetter, Counter, SetValue, Wss,   RelayBits,   "T",   4},
+    {"TTC",  Always,      0,      AsGiven,                   Unknown, OwnValue, Wss,   RelayBits,   "T",   4},
+    {"T",    BeforeDigit, 4,      AsGiven,                   Counter, OwnValue, Wrs,   ContactBits, "T",   4},
+    {"T",    Always,      0,      AsGiven,                   Counter, OwnValue, Wrs,   RelayBits,   "T",   4},
+    {"AT",   Always,      1,      AsGiven,                   Value32, OwnValue, Wrs,   NoBits,      "",    0},
+    {"A",    Always,      1,      AsGiven,                   Unknown, OwnValue, Wrs,   NoBits,      "",    0},
+    {"VM",   Always,      0,      AsGiven,                   Word,    OwnValue, Wrs,   NoBits,      "",    0},
+    {"Z",    Always,      2,      AsGiven,                   Word,    OwnValue, Wrs,   NoBits,      "",    0},
+    {"",     Always,      0,      AsGiven,                   Unknown, OwnValue, Wrs,   NoBits,      "",    0},
+};
+// clang-format on
 
 bool isDigit(char c)
 {
@@ -26,30 +64,19 @@ bool isLetter(char c)
     return upper(c) >= 'A' && upper(c) <= 'Z';
 }
 
-/// Whether a NUL-terminated text begins with `capitals`, ignoring case.
-bool startsWith(const char* text, const char* capitals)
+bool matches(const Area& area, const char* text)
 {
-    for (; *capitals != '\0'; ++text, ++capitals)
-        if (upper(*text) != *capitals)
+    const char* symbol = area.symbol;
+    for (; *symbol != '\0'; ++text, ++symbol)
+        if (upper(*text) != *symbol)
             return false;
-    return true;
+    return !area.beforeDigit || isDigit(*text);
 }
 
-/// The letters at the start of the text, in capitals.
-QByteArray symbolOf(const QByteArray& device)
+Holds holdsOf(const Area& area, const driverkit::DeviceText& text)
 {
-    int letters = 0;
-    while (letters < device.size() && isLetter(device.at(letters)))
-        ++letters;
-    return device.left(letters).toUpper();
-}
-
-int digitCount(const char* text)
-{
-    int digits = 0;
-    for (; *text != '\0'; ++text)
-        digits += isDigit(*text);
-    return digits;
+    const bool anyLetters = area.holds == Word || area.holds == Value32;
+    return anyLetters || text.hasSymbol(area.symbol) ? area.holds : Unknown;
 }
 
 int letterCount(const char* text)
@@ -60,40 +87,25 @@ int letterCount(const char* text)
     return letters;
 }
 
-/// How many digits the host link wants of the device's number.
-int digitWidth(const char* device)
+int digitCount(const char* text)
 {
-    const char second = device[0] == '\0' ? '\0' : upper(device[1]);
-    switch (upper(device[0])) {
-    case 'A':
-        return 1;
-    case 'C':
-        if (second == 'M')
-            return 5;
-        if (second == 'T')
-            return 1;
-        return isDigit(second) || second == 'R' || second == 'S' ? 4 : NoWidth;
-    case 'D':
-    case 'E':
-    case 'F':
-    case 'L':
-    case 'M':
-    case 'R':
-        return 5;
-    case 'T':
-        if (second == 'M')
-            return 3;
-        return isDigit(second) || second == 'S' ? 4 : NoWidth;
-    case 'Z':
-        return 2;
-    default:
-        return NoWidth;
-    }
+    int digits = 0;
+    for (; *text != '\0'; ++text)
+        digits += isDigit(*text);
+    return digits;
 }
 
-int missingZeros(const char* device)
+int missingZeros(const Area& area, const char* text)
 {
-    return qMax(0, digitWidth(device) - digitCount(device));
+    return qMax(0, area.digits - digitCount(text));
+}
+
+bool isPrintable(const QByteArray& text)
+{
+    for (int i = 0; i < text.size(); ++i)
+        if (text.at(i) <= ' ' || text.at(i) > '~')
+            return false;
+    return true;
 }
 
 /// Moves zeros between the letters and the digits, in place; the field has room for them.
@@ -103,207 +115,134 @@ void insertZeros(char* field, int zeros)
     RotateArray(field + letterCount(field), digitCount(field) - zeros, zeros);
 }
 
-/// Drops the letter at `index`, and whatever stands behind the `digits` characters after it.
+/// Drops the letter at `index`, and whatever stands after the `digits` characters that follow it.
 void dropLetter(char* field, int index, int digits)
 {
     RotateArray(field + index, 1, digits);
     field[index + digits] = '\0';
 }
 
-/// A device text taken apart for counting.
-struct CountableText {
-    QByteArray symbol; ///< letters as given
-    QByteArray digits;
-    bool valid; ///< nothing but digits follows the letters
-};
-
-CountableText takeApart(const QByteArray& device)
+/// dst  a zero-filled field that has room for the text and its missing zeros
+void spell(char* dst, const char* src, const Area& area)
 {
-    const int letters = letterCount(device.constData());
-    const QByteArray digits = device.mid(letters);
-    return {device.left(letters), digits, digitCount(digits.constData()) == digits.size()};
-}
-
-QByteArray putTogether(const CountableText& text, qint64 number)
-{
-    return text.symbol + QByteArray::number(number).rightJustified(text.digits.size(), '0');
-}
-
-DeviceNumbering runNumbering(const QByteArray& device, RunUnit unit)
-{
-    switch (areaOf(device)) {
-    case WordArea:
-    case Value32Area:
-    case TimerCounterArea:
-        return CountsByOne;
-    case RelayArea:
-        return unit == RunOfBits ? CountsByChannel : Uncountable;
-    case OtherArea:
-        break;
-    }
-    return Uncountable;
-}
-
-/// Whether a number can be told apart from all others in the digits that the area has. Areas that
-/// are padded to one digit, or not at all, take numbers of any length.
-bool fitsDigits(const QByteArray& device)
-{
-    const int width = digitWidth(device.constData());
-    return width <= 1 || digitCount(device.constData()) <= width;
-}
-
-} // namespace
-
-void KV1000GetSafeDeviceTypeNo(char* dst, const char* src)
-{
-    if (startsWith(src, "PCTC")) {
+    if (area.spelling == WithoutFirstLetter) {
         std::strcpy(dst, src + 1);
         return;
     }
     std::strcpy(dst, src);
-    insertZeros(dst, missingZeros(src));
-    if (startsWith(src, "TS") || startsWith(src, "CS"))
-        dropLetter(dst, 1, digitWidth(src));
-    else if (startsWith(src, "R"))
-        dropLetter(dst, 0, digitWidth(src));
+    insertZeros(dst, missingZeros(area, src));
+    if (area.spelling == DigitsWithoutFirstLetter)
+        dropLetter(dst, 0, area.digits);
+    else if (area.spelling == DigitsWithoutSecondLetter)
+        dropLetter(dst, 1, area.digits);
+}
+
+} // namespace
+
+const Area& areaOf(const char* text)
+{
+    const Area* area = Areas;
+    while (!matches(*area, text))
+        ++area;
+    return *area;
+}
+
+Device::Device(const QByteArray& deviceText)
+    : text(deviceText)
+    , area(&areaOf(text.text()))
+    , holds(holdsOf(*area, text))
+    , wireLength(0)
+    , wire()
+{
+    if (!isPrintable(deviceText) ||
+        deviceText.size() + missingZeros(*area, text.text()) > MaxDeviceTextLength)
+        return;
+    spell(wire, text.text(), *area);
+    wireLength = static_cast<int>(std::strlen(wire));
+}
+
+bool Device::readsContacts() const
+{
+    if (area->bits != ContactBits)
+        return false;
+    const bool isCtc = text.symbolLength() > 1;
+    return !isCtc || std::memcmp(text.text() + 1, "TC", 2) == 0;
+}
+
+Device valueDevice(const QByteArray& deviceText)
+{
+    const bool isPctc = areaOf(deviceText.constData()).spelling == WithoutFirstLetter;
+    return Device(isPctc ? deviceText.mid(1) : deviceText);
+}
+
+DeviceRun::DeviceRun(const Device& first, qint64 count, RunUnit unit)
+    : m_first(first)
+    , m_count(count)
+    , m_unit(unit)
+{
+}
+
+bool DeviceRun::canBeCut() const
+{
+    const bool counts = m_first.holds != Unknown && (m_first.holds != Relay || m_unit == RunOfBits);
+    if (!counts || !m_first.text.isPlain())
+        return false;
+    const QByteArray last = m_first.text.at(numberAt(m_count - 1));
+    const int digits = last.size() - m_first.text.symbolLength();
+    // Areas that are padded to one digit, or not at all, take numbers of any length.
+    const bool fitsDigits = m_first.area->digits <= 1 || digits <= m_first.area->digits;
+    return fitsDigits && last.size() <= MaxDeviceTextLength;
+}
+
+Device DeviceRun::at(qint64 offset) const
+{
+    return offset == 0 ? m_first : Device(m_first.text.at(numberAt(offset)));
+}
+
+qint64 DeviceRun::numberAt(qint64 offset) const
+{
+    const bool byChannel = m_first.holds == Relay && m_unit == RunOfBits;
+    return driverkit::numberAfter(m_first.text.number(), offset,
+                                  byChannel ? driverkit::CountsByChannel : driverkit::CountsByOne);
+}
+
+bool isHighSpeedComparator(const char* text)
+{
+    return std::strcmp(areaOf(text).symbol, "CTC") == 0;
+}
+
+driverkit::Numbering bitWriteNumbering(const char* text)
+{
+    return areaOf(text).bits == ContactBits ? driverkit::CountsByOne : driverkit::CountsByChannel;
+}
+
+bool hasPlainNumber(const QByteArray& text)
+{
+    int start = 0;
+    while (start < text.size() && !isDigit(text.at(start)))
+        ++start;
+    for (int i = start; i < text.size(); ++i)
+        if (!isDigit(text.at(i)))
+            return false;
+    bool isInt = true;
+    if (start < text.size())
+        text.mid(start).toInt(&isInt);
+    return isInt;
+}
+
+} // namespace kv1000
+
+void KV1000GetSafeDeviceTypeNo(char* dst, const char* src)
+{
+    kv1000::spell(dst, src, kv1000::areaOf(src));
 }
 
 bool KV1000UInt16DeviceType(const QByteArray& device)
 {
-    const char* text = device.constData();
-    switch (upper(text[0])) {
-    case 'D':
-    case 'E':
-    case 'F':
-    case 'Z':
-        return true;
-    case 'C':
-    case 'T':
-    case 'V':
-        return upper(text[1]) == 'M';
-    default:
-        return false;
-    }
+    return kv1000::areaOf(device.constData()).holds == kv1000::Word;
 }
 
 bool KV1000SupportWSS(const char* device)
 {
-    const char first = upper(device[0]);
-    if (first == 'P')
-        return startsWith(device + 1, "CTC");
-    if (first == 'T' || first == 'C')
-        return startsWith(device + 1, "S") || startsWith(device + 1, "TC");
-    return false;
-}
-
-bool deviceTextFits(const QByteArray& device)
-{
-    if (device.isEmpty())
-        return false;
-    for (int i = 0; i < device.size(); ++i)
-        if (device.at(i) <= ' ' || device.at(i) > '~')
-            return false;
-    return device.size() + missingZeros(device.constData()) <= MaxDeviceTextLength;
-}
-
-DeviceArea areaOf(const QByteArray& device)
-{
-    static const struct {
-        const char* symbol;
-        DeviceArea area;
-    } areas[] = {
-        {"T", TimerCounterArea},    {"C", TimerCounterArea},  {"CTC", TimerCounterArea},
-        {"CTH", TimerCounterArea},  {"TS", TimerCounterArea}, {"CS", TimerCounterArea},
-        {"PCTC", TimerCounterArea}, {"R", RelayArea},         {"MR", RelayArea},
-        {"LR", RelayArea},          {"CR", RelayArea},
-    };
-
-    if (KV1000UInt16DeviceType(device))
-        return WordArea;
-    if (startsWith(device.constData(), "AT"))
-        return Value32Area;
-    const QByteArray symbol = symbolOf(device);
-    for (size_t i = 0; i < sizeof areas / sizeof areas[0]; ++i)
-        if (symbol == areas[i].symbol)
-            return areas[i].area;
-    return OtherArea;
-}
-
-bool isSetValueDevice(const QByteArray& device)
-{
-    const char* text = device.constData();
-    return startsWith(text, "PCTC") || startsWith(text, "TS") || startsWith(text, "CS");
-}
-
-bool isContactDevice(const QByteArray& device)
-{
-    const char* text = device.constData();
-    const char first = upper(text[0]);
-    if (first == 'C' && std::strncmp(text + 1, "TC", 2) == 0)
-        return true;
-    return (first == 'C' || first == 'T') && isDigit(text[1]);
-}
-
-bool isHighSpeedComparator(const QByteArray& device)
-{
-    return startsWith(device.constData(), "CTC");
-}
-
-QByteArray wordCommandDevice(const QByteArray& device)
-{
-    return startsWith(device.constData(), "PCTC") ? device.mid(1) : device;
-}
-
-bool hasPlainNumber(const QByteArray& device)
-{
-    int start = 0;
-    while (start < device.size() && !isDigit(device.at(start)))
-        ++start;
-    const QByteArray number = device.mid(start);
-    bool isInt = false;
-    number.toInt(&isInt);
-    return number.isEmpty() || (isInt && digitCount(number.constData()) == number.size());
-}
-
-DeviceNumbering bitWriteNumbering(const QByteArray& device)
-{
-    const char* text = device.constData();
-    const char first = upper(text[0]);
-    const bool timerOrCounter = (first == 'T' || first == 'C') && isDigit(text[1]);
-    return timerOrCounter || isHighSpeedComparator(device) ? CountsByOne : CountsByChannel;
-}
-
-qint64 numberBehind(qint64 number, qint64 steps, DeviceNumbering numbering)
-{
-    if (numbering == CountsByOne || steps == 0)
-        return number + steps;
-    const qint64 channel = number / ChannelStep;
-    const qint64 bit = qMin<qint64>(number % ChannelStep, BitsPerChannel - 1) + steps;
-    return (channel + bit / BitsPerChannel) * ChannelStep + bit % BitsPerChannel;
-}
-
-QList<DevicePart> splitRun(const QByteArray& device, qint64 count, RunUnit unit,
-                           const std::function<int(const QByteArray&)>& capacity)
-{
-    QList<DevicePart> parts;
-    if (count <= capacity(device)) {
-        parts.append({device, static_cast<int>(qMax<qint64>(count, INT_MIN))});
-        return parts;
-    }
-
-    const DeviceNumbering numbering = runNumbering(device, unit);
-    const CountableText text = takeApart(device);
-    if (numbering == Uncountable || !text.valid)
-        return parts;
-
-    const qint64 first = text.digits.toInt();
-    const QByteArray last = putTogether(text, numberBehind(first, count - 1, numbering));
-    if (!fitsDigits(last) || last.size() > MaxDeviceTextLength)
-        return parts;
-
-    for (qint64 done = 0; done < count; done += parts.last().count) {
-        const QByteArray start = putTogether(text, numberBehind(first, done, numbering));
-        parts.append({start, static_cast<int>(qMin<qint64>(count - done, capacity(start)))});
-    }
-    return parts;
+    return kv1000::areaOf(device).command == kv1000::Wss;
 }

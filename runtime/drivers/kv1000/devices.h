@@ -1,89 +1,132 @@
-// Device texts of the KV-1000: how the host link spells them, what their areas hold, and how a run
-// of neighbours is counted and cut. It knows no port and no command.
+// What is known of the KV-1000's device areas, in one table, and device texts taken apart by it.
 #ifndef DRIVERS_KV1000_DEVICES_H
 #define DRIVERS_KV1000_DEVICES_H
 
+#include "drivers/parts/devicetext.h"
+#include "drivers/parts/runs.h"
+
 #include <QByteArray>
-#include <QList>
 
-#include <functional>
+namespace kv1000
+{
 
-/// Longest device text, before and after conversion; fields for it have one byte more.
-const int MaxDeviceTextLength = 10;
+/// Longest device text, before and after it is spelled for the host link.
+enum { MaxDeviceTextLength = 10 };
 
-/// Turns a device text of the runtime into the host link's spelling: DM100 into DM00100, R5 into
-/// 00005, TS12 into T0012. Texts of unknown areas are copied unchanged.
-///
-/// dst  a zero-filled field of MaxDeviceTextLength + 1 bytes
-/// src  a text for which deviceTextFits
-void KV1000GetSafeDeviceTypeNo(char* dst, const char* src);
-
-/// Whether the area holds 16-bit words, read and written as five decimal digits.
-bool KV1000UInt16DeviceType(const QByteArray& device);
-
-/// Whether a write to the device is a "WSS", which sets set values, and not a "WRS".
-bool KV1000SupportWSS(const char* device);
-
-/// Whether a text can be sent: not empty, printable without blanks, at most MaxDeviceTextLength
-/// characters long, and no longer than that while it is converted.
-bool deviceTextFits(const QByteArray& device);
-
-/// What the elements of an area are to the host link.
-enum DeviceArea {
-    WordArea,         ///< 16-bit words
-    Value32Area,      ///< AT: 32-bit values
-    TimerCounterArea, ///< T, C, CTC, CTH and their set values TS, CS, PCTC
-    RelayArea,        ///< R, MR, LR, CR
-    OtherArea
-};
-DeviceArea areaOf(const QByteArray& device);
-
-/// TS, CS and PCTC: of a timer or counter the set value is meant, not the current one.
-bool isSetValueDevice(const QByteArray& device);
-
-/// Whether a bit read of the device is answered by timer and counter triples: T or C and a digit,
-/// or CTC. The letters behind the first count as they stand, lower case is something else.
-bool isContactDevice(const QByteArray& device);
-
-/// CTC without the P in front: its current value can't be written.
-bool isHighSpeedComparator(const QByteArray& device);
-
-/// The text that a word command is built from: PCTC loses its P, all others stay.
-QByteArray wordCommandDevice(const QByteArray& device);
-
-/// How the numbers of neighbouring elements follow each other.
-enum DeviceNumbering {
-    CountsByOne,
-    CountsByChannel, ///< channel x 100 + bit, bits 00 to 15
-    Uncountable
+/// What a device is to the host link.
+enum Holds {
+    Unknown,
+    Word,    ///< 16 bits, five digits on the wire
+    Value32, ///< 32 bits, ten digits
+    Counter, ///< a timer or counter: contact, current value and set value
+    Relay    ///< one bit
 };
 
-/// Whether nothing but digits follows the first digit, and they make an int. A text that fails this
-/// would be taken for bit 0.
-bool hasPlainNumber(const QByteArray& device);
-
-/// The numbering that a bit write walks along.
-DeviceNumbering bitWriteNumbering(const QByteArray& device);
-
-/// The number of the element `steps` behind `number`. A bit above 15 counts as the last of its
-/// channel.
-qint64 numberBehind(qint64 number, qint64 steps, DeviceNumbering numbering);
-
-/// Neighbouring elements that one command covers.
-struct DevicePart {
-    QByteArray device; ///< the first element, spelled like the device texts of the runtime
-    int count;
+/// How a device text becomes that of the host link, beside the zeros that the number gets.
+enum Spelling {
+    AsGiven,
+    WithoutFirstLetter,        ///< PCTC3 is CTC3; no zeros
+    DigitsWithoutFirstLetter,  ///< R100 is 00100, cut to the area's digits
+    DigitsWithoutSecondLetter, ///< TS12 is T0012, cut to the letter and the area's digits
 };
+
+/// How bits are read and written.
+enum BitAccess {
+    NoBits,      ///< no command writes them
+    RelayBits,   ///< counted by channel
+    ContactBits, ///< contacts of timers and counters: counted by one, read as triples
+};
+
+/// A row of the table.
+struct Area {
+    const char* symbol; ///< how a text begins, ignoring case
+    bool beforeDigit;   ///< only where a digit follows the symbol
+    int digits;         ///< that the host link wants of a number; 0: any, as given
+    Spelling spelling;
+    Holds holds;
+    bool isSetValue;     ///< of a timer or counter the set value is meant, not the current one
+    const char* command; ///< that writes values: "WRS", or "WSS" for set values
+    BitAccess bits;
+    const char* bitSymbol; ///< in the commands that write bits
+    int bitDigits;
+};
+
+/// The first row that matches the text, which NUL ends; the last row matches every text.
+const Area& areaOf(const char* text);
+
+/// A device text taken apart, with what the table says of it.
+struct Device {
+    driverkit::DeviceText text;
+    const Area* area;
+    Holds holds;
+    int wireLength;
+    char wire[MaxDeviceTextLength + 1]; ///< as the host link spells it, ended by a NUL
+
+    explicit Device(const QByteArray& deviceText);
+
+    /// Whether the text can be sent: not empty, printable without blanks, and no longer than
+    /// MaxDeviceTextLength before and after it is spelled. `wire` is empty when it can't.
+    bool fits() const { return wireLength > 0; }
+
+    /// Whether bits are read as contacts. The letters of CTC must be capitals but for the first:
+    /// the bits of "cTC3" are contacts, those of "ctc3" are not.
+    bool readsContacts() const;
+};
+
+/// The device that commands for values name: PCTC3 is the set value of CTC3, all others are as they
+/// are.
+Device valueDevice(const QByteArray& deviceText);
 
 enum RunUnit { RunOfBits, RunOfValues };
 
-/// Cuts a run of elements into parts that one command each can carry, as few as possible.
+/// Consecutive devices from one on.
+class DeviceRun
+{
+public:
+    DeviceRun(const Device& first, qint64 count, RunUnit unit);
+
+    qint64 count() const { return m_count; }
+
+    /// Whether the run can be cut: its devices count in a known way and none leaves the digits of
+    /// its area.
+    bool canBeCut() const;
+
+    /// The device that stands `offset` devices after the first.
+    Device at(qint64 offset) const;
+
+private:
+    qint64 numberAt(qint64 offset) const;
+
+    Device m_first;
+    qint64 m_count;
+    RunUnit m_unit;
+};
+
+/// CTC without the P before it: its current value can't be written.
+bool isHighSpeedComparator(const char* text);
+
+/// The numbering that a bit write walks along.
+driverkit::Numbering bitWriteNumbering(const char* text);
+
+/// Whether nothing but digits follows the first digit of a text, and they make an int. A text that
+/// fails this would be taken for bit 0.
+bool hasPlainNumber(const QByteArray& text);
+
+} // namespace kv1000
+
+// Conversions and classifications of device texts by the same table.
+
+/// Turns a device text into the host link's spelling: DM100 into DM00100, R5 into 00005, TS12 into
+/// T0012. Texts of unknown areas are copied unchanged.
 ///
-/// count     elements asked for; what one command can carry, 0 or less included, is one part
-/// capacity  elements that a command starting at the given device can carry, 1 or more
-/// Returns no part when the run needs several commands but its elements can't be counted, or when
-///         it would leave the digits of its area.
-QList<DevicePart> splitRun(const QByteArray& device, qint64 count, RunUnit unit,
-                           const std::function<int(const QByteArray&)>& capacity);
+/// dst  a zero-filled field of MaxDeviceTextLength + 1 bytes
+/// src  a text that fits it, with the zeros added
+void KV1000GetSafeDeviceTypeNo(char* dst, const char* src);
+
+/// Whether the area holds 16-bit words.
+bool KV1000UInt16DeviceType(const QByteArray& device);
+
+/// Whether a write to the device is a "WSS", which writes set values, and not a "WRS".
+bool KV1000SupportWSS(const char* device);
 
 #endif

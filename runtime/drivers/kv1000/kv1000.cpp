@@ -1,18 +1,15 @@
-// The driver object: who it is, what it remembers of a failure, and the retry loop of read and
-// write. The link session is in link.cpp, what goes over it in reads.cpp and writes.cpp.
+// The driver object: who it is, what it remembers of a failure, and the attempts at a request. The
+// link session is in link.cpp, what goes over it in reads.cpp and writes.cpp.
 #include "drivers/kv1000/kv1000.h"
 
-#include "drivers/abstractdeviceinterface.h"
 #include "drivers/devicesetting.h"
-#include "drivers/driversetting.h"
-#include "drivers/internal/qtcompat.h"
+#include "drivers/parts/attempts.h"
+#include "drivers/parts/identity.h"
 
 static QString VERSION_STRING("1.0.0");
 
 namespace
 {
-
-const int BlockAccessSize = 1024;
 
 // The longest reply and the longest write command, each with its NUL.
 const int RxBufferSize = 1538;
@@ -21,27 +18,24 @@ const int TxBufferSize = 1553;
 /// The port kinds that the driver can talk through, SerialPortDevice among them.
 const int SupportedPortKinds = 0x70;
 
-// Codes of the port layer.
-const int OneStopBit = 0;
-const int EvenParity = 2;
+const int ServedWidths =
+    driverkit::Bits | driverkit::Bytes | driverkit::Words | driverkit::DoubleWords;
 
-QRegExp pattern(const char* text)
-{
-    return QRegExp(QString::fromLatin1(text), Qt::CaseSensitive, QRegExp::RegExp);
-}
+const driverkit::Identity Identity = {
+    "KEYENCE KV-1000",
+    "KEYENCE",
+    "1.0.0",
+    {"COM2", 9600, 8, driverkit::EvenParity, driverkit::OneStopBit},
+    {500 /* ms */, 3 /* retries */, 0 /* station */, 0 /* ms pause */},
+    SupportedPortKinds,
+    {1024 /* units */, 1024 /* bits */},
+    {ServedWidths, ServedWidths},
+};
 
 } // namespace
 
 DriverKV1000::DriverKV1000()
-    : errorFlag(false)
-    , debugMode(false)
-    , lastError(QString::fromLatin1(""))
-    , bitsRspRegExp(pattern("[01](?: [01])*\\x0D\\x0A"))
-    , uint16sRspRegExp(pattern("\\d{5}(?: \\d{5})*\\x0D\\x0A"))
-    , uint32sRspRegExp(pattern("\\d{10}(?: \\d{10})*\\x0D\\x0A"))
-    , timerCounterRspRegExp(pattern("[01],\\d{10},\\d{10}(?: [01],\\d{10},\\d{10})*\\x0D\\x0A"))
-    , errorRspRegExp(pattern("E\\d\\x0D\\x0A"))
-    , shortErrorRspRegExp(pattern("E\\d\\x0D"))
+    : m_debugMode(false)
     , rxBuffer(RxBufferSize, '\0')
     , txBuffer(TxBufferSize, '\0')
 {
@@ -49,22 +43,63 @@ DriverKV1000::DriverKV1000()
 
 DriverKV1000::~DriverKV1000() {}
 
-int DriverKV1000::totalSize()
+QByteArray DriverKV1000::read(AbstractDeviceInterface* port, const CommunicatorCommand& command)
 {
-    return BlockAccessSize;
+    driverkit::Attempts attempts(*this, m_error, port);
+    QByteArray data;
+    do {
+        attempts.begin();
+        switch (command.dataType) {
+        case DataBit:
+        case DataBitGroup:
+            data = readBits(port, command);
+            break;
+        case DataByte:
+        case DataBlock:
+            data = readBytes(port, command);
+            break;
+        case DataWord:
+            data = readWords(port, command);
+            break;
+        case DataDoubleWord:
+            data = readDWords(port, command);
+            break;
+        default:
+            return QByteArray();
+        }
+    } while (attempts.again());
+    return data;
 }
 
 bool DriverKV1000::write(AbstractDeviceInterface* port, const CommunicatorCommand& command,
                          const QByteArray& data)
 {
-    return tryRepeatedly(port, [&] { return writeOnce(port, command, data); });
+    driverkit::Attempts attempts(*this, m_error, port);
+    bool written = false;
+    do {
+        attempts.begin();
+        switch (command.dataType) {
+        case DataBit:
+        case DataBitGroup:
+            written = writeBits(port, command, data);
+            break;
+        case DataByte:
+        case DataBlock:
+        case DataWord:
+        case DataDoubleWord:
+            written = writeBytes(port, command, data);
+            break;
+        default:
+            return false;
+        }
+    } while (attempts.again());
+    return written;
 }
 
-QByteArray DriverKV1000::read(AbstractDeviceInterface* port, const CommunicatorCommand& command)
+int DriverKV1000::totalSize()
 {
-    return tryRepeatedly(port, [&] { return readOnce(port, command); });
+    return Identity.blocks.units;
 }
-
 bool DriverKV1000::initialize(AbstractDeviceInterface*)
 {
     return true;
@@ -75,11 +110,11 @@ bool DriverKV1000::validation(const QString&)
 }
 QString DriverKV1000::name()
 {
-    return QString::fromLatin1("KEYENCE KV-1000");
+    return QString::fromLatin1(Identity.name);
 }
 QString DriverKV1000::vender()
 {
-    return QString::fromLatin1("KEYENCE");
+    return QString::fromLatin1(Identity.vendor);
 }
 QString DriverKV1000::getVersionNumber()
 {
@@ -87,45 +122,40 @@ QString DriverKV1000::getVersionNumber()
 }
 int DriverKV1000::supportedCommunicationFlags()
 {
-    return SupportedPortKinds;
+    return Identity.portKinds;
 }
-
 DeviceSetting* DriverKV1000::getDefaultSerialDeviceSetting()
 {
-    return new DeviceSetting(SerialPortDevice, QString::fromLatin1("COM2"), 9600, 8, OneStopBit,
-                             EvenParity);
+    return driverkit::newDeviceSetting(Identity.line);
 }
-
 DriverSetting* DriverKV1000::getDefaultDriverSetting()
 {
-    return new DriverSetting(500, 3, 0, 0);
+    return driverkit::newDriverSetting(Identity.exchange);
 }
 void DriverKV1000::setDebugMode(bool on)
 {
-    debugMode = on;
+    m_debugMode = on;
 }
 int DriverKV1000::getBlockAccessSize()
 {
-    return BlockAccessSize;
+    return Identity.blocks.units;
 }
 int DriverKV1000::getBitBlockAccessSize()
 {
-    return BlockAccessSize;
+    return Identity.blocks.bits;
 }
 QString DriverKV1000::getLastError()
 {
-    return lastError;
+    return m_error.text();
 }
 bool DriverKV1000::hasError()
 {
-    return errorFlag;
+    return m_error.isSet();
 }
-
 QString DriverKV1000::getStringBasedDefaultDriverSetting()
 {
-    return QString::fromLatin1("RS232,9600,EVEN,8,1");
+    return driverkit::lineText(Identity.line);
 }
-
 QObject* DriverKV1000::getThisObject()
 {
     return qobject_cast<QObject*>(this);
@@ -133,69 +163,9 @@ QObject* DriverKV1000::getThisObject()
 
 void DriverKV1000::clearError()
 {
-    errorFlag = false;
+    m_error.clear();
 }
-
 void DriverKV1000::setCommError(const QString& text)
 {
-    errorFlag = true;
-    lastError = text;
-}
-
-bool DriverKV1000::fail(const char* text, const QString& detail)
-{
-    setCommError(QString::fromLatin1(text) + detail);
-    return false;
-}
-
-/// Makes one attempt after the other until one leaves no error or the port allows no more. Every
-/// attempt starts the request anew.
-template <typename Attempt>
-auto DriverKV1000::tryRepeatedly(AbstractDeviceInterface* port, Attempt attempt)
-    -> decltype(attempt())
-{
-    for (int repeats = 0;; ++repeats) {
-        qtcompat::sleepMs(port->delay());
-        clearError();
-        const auto result = attempt();
-        if (!hasError() || repeats >= port->retry())
-            return result;
-    }
-}
-
-/// A width that the driver does not serve gives an empty result without an error, so that it is not
-/// tried again.
-QByteArray DriverKV1000::readOnce(AbstractDeviceInterface* port, const CommunicatorCommand& command)
-{
-    switch (command.dataType) {
-    case DataBit:
-    case DataBitGroup:
-        return readBits(port, command);
-    case DataByte:
-    case DataBlock:
-        return readBytes(port, command);
-    case DataWord:
-        return readWords(port, command);
-    case DataDoubleWord:
-        return readDWords(port, command);
-    default:
-        return QByteArray();
-    }
-}
-
-bool DriverKV1000::writeOnce(AbstractDeviceInterface* port, const CommunicatorCommand& command,
-                             const QByteArray& data)
-{
-    switch (command.dataType) {
-    case DataBit:
-    case DataBitGroup:
-        return writeBits(port, command, data);
-    case DataByte:
-    case DataBlock:
-    case DataWord:
-    case DataDoubleWord:
-        return writeBytes(port, command, data);
-    default:
-        return false;
-    }
+    m_error.set(text);
 }

@@ -5,16 +5,18 @@
 
 #include "drivers/driverinterface.h"
 #include "drivers/export.h"
-#include "drivers/kv1000/replies.h"
+#include "drivers/parts/errorstate.h"
 
 #include <QObject>
-#include <QRegExp>
 #include <QString>
 
 #include <vector>
 
-struct ReadForm;
+namespace kv1000
+{
 struct ReadRequest;
+struct ReplyForm;
+} // namespace kv1000
 
 class DRIVER_KIT_EXPORT DriverKV1000 : public QObject, public DriverInterface
 {
@@ -78,43 +80,25 @@ public:
                     const QByteArray& data);
 
 private:
-    template <typename Attempt>
-    auto tryRepeatedly(AbstractDeviceInterface* port, Attempt attempt) -> decltype(attempt());
+    DRIVER_KIT_HIDDEN bool writeBits(AbstractDeviceInterface* port,
+                                     const CommunicatorCommand& command, const QByteArray& data);
+    DRIVER_KIT_HIDDEN bool sendWrite(AbstractDeviceInterface* port, int length);
 
-    QByteArray readOnce(AbstractDeviceInterface* port, const CommunicatorCommand& command);
-    bool writeOnce(AbstractDeviceInterface* port, const CommunicatorCommand& command,
-                   const QByteArray& data);
-    bool writeBits(AbstractDeviceInterface* port, const CommunicatorCommand& command,
-                   const QByteArray& data);
-    bool sendWrite(AbstractDeviceInterface* port, int length);
+    DRIVER_KIT_HIDDEN bool exchangeAcknowledge(AbstractDeviceInterface* port, const char* command,
+                                               const char* expected);
+    DRIVER_KIT_HIDDEN bool failWithReply(const char* reply);
 
-    /// Sets the error to `text` followed by `detail`. Returns false, for the caller to hand on.
-    bool fail(const char* text, const QString& detail = QString());
+    DRIVER_KIT_HIDDEN QByteArray readValues(AbstractDeviceInterface* port,
+                                            const CommunicatorCommand& command, int unitBytes);
+    DRIVER_KIT_HIDDEN QByteArray readRun(AbstractDeviceInterface* port,
+                                         const kv1000::ReadRequest& request);
+    DRIVER_KIT_HIDDEN bool readReply(AbstractDeviceInterface* port, int length);
+    DRIVER_KIT_HIDDEN bool readSingleBit(AbstractDeviceInterface* port);
+    DRIVER_KIT_HIDDEN QByteArray nothingRead(const char* text, const QString& address);
 
-    bool exchangeAcknowledge(AbstractDeviceInterface* port, const char* command,
-                             const char* expected);
-    bool passesAsNoError(const char* reply, const QRegExp& errorPattern);
-    bool readExactly(AbstractDeviceInterface* port, char* buffer, int length);
-
-    QByteArray readValues(AbstractDeviceInterface* port, const CommunicatorCommand& command,
-                          int unitBytes);
-    QByteArray readRun(AbstractDeviceInterface* port, const ReadRequest& request);
-    bool readReply(AbstractDeviceInterface* port, const ReadForm& form, int count);
-    bool readInTwoSteps(AbstractDeviceInterface* port, int length);
-    bool readSingleBit(AbstractDeviceInterface* port);
-    const QRegExp& patternOf(ReplyKind kind) const;
-    QByteArray nothingRead(const char* text, const QString& address);
-
-    bool errorFlag;
-    bool debugMode;
-    QString lastError;
-    QRegExp bitsRspRegExp;
-    QRegExp uint16sRspRegExp;
-    QRegExp uint32sRspRegExp;
-    QRegExp timerCounterRspRegExp;
-    QRegExp errorRspRegExp;
-    QRegExp shortErrorRspRegExp;
-    std::vector<char> rxBuffer; ///< a reply and the NUL behind it
+    driverkit::ErrorState m_error;
+    bool m_debugMode;
+    std::vector<char> rxBuffer; ///< a reply and the NUL after it
     std::vector<char> txBuffer; ///< the text of a write command
 };
 

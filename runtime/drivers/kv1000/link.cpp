@@ -1,13 +1,15 @@
 // The link session: every request opens the host link, exchanges its commands and closes it again.
-// Nothing here knows devices or data.
 #include "drivers/abstractdeviceinterface.h"
 #include "drivers/errortexts.h"
 #include "drivers/internal/qtcompat.h"
 #include "drivers/kv1000/commands.h"
 #include "drivers/kv1000/kv1000.h"
 #include "drivers/kv1000/replies.h"
+#include "drivers/parts/exchange.h"
 
 #include <cstring>
+
+using namespace kv1000;
 
 bool DriverKV1000::startComm(AbstractDeviceInterface* port)
 {
@@ -22,13 +24,16 @@ bool DriverKV1000::endComm(AbstractDeviceInterface* port)
 bool DriverKV1000::exchangeAcknowledge(AbstractDeviceInterface* port, const char* command,
                                        const char* expected)
 {
-    discardUnreadInput(port);
-    sendCommand(port, command, static_cast<int>(std::strlen(command)));
+    driverkit::Exchange exchange(port, m_error, driverkit::Exchange::NoLimit);
+    exchange.ask(command, static_cast<int>(std::strlen(command)));
 
     char reply[ShortReplyLength + 1] = {};
-    if (!readExactly(port, reply, ShortReplyLength) || !passesAsNoError(reply, errorRspRegExp))
+    if (!exchange.receive(reply, ShortReplyLength))
         return false;
-    return std::memcmp(reply, expected, ShortReplyLength) == 0 || fail(errortext::InvalidResponse);
+    if (isErrorReply(reply))
+        return failWithReply(reply);
+    return std::memcmp(reply, expected, ShortReplyLength) == 0 ||
+           m_error.fail(errortext::InvalidResponse);
 }
 
 bool DriverKV1000::readMinRsp(AbstractDeviceInterface* port, char*, int& count)
@@ -36,23 +41,18 @@ bool DriverKV1000::readMinRsp(AbstractDeviceInterface* port, char*, int& count)
     char* reply = rxBuffer.data();
     count = port->read(reply, ShortReplyLength);
     if (count != ShortReplyLength)
-        return fail(errortext::PacketLoss);
-    if (passesAsNoError(reply, errorRspRegExp))
+        return m_error.fail(errortext::PacketLoss);
+    if (!isErrorReply(reply))
         return true;
-    // The controller is in step, it only refuses: leave the link closed. A failure of the close
+    failWithReply(reply);
+    // The controller is in sync, it only refuses: leave the link closed. A failure of the close
     // replaces the refusal's text.
     endComm(port);
     return false;
 }
 
-/// Whether `reply`, ended by a NUL, is no error reply; one that is becomes the error text.
-bool DriverKV1000::passesAsNoError(const char* reply, const QRegExp& errorPattern)
+/// reply  ended by a NUL
+bool DriverKV1000::failWithReply(const char* reply)
 {
-    const QString text = qtcompat::fromAscii(reply);
-    return !errorPattern.exactMatch(text) || fail(errortext::ErrorReply, text);
-}
-
-bool DriverKV1000::readExactly(AbstractDeviceInterface* port, char* buffer, int length)
-{
-    return port->read(buffer, length) == length || fail(errortext::PacketLoss);
+    return m_error.fail(errortext::ErrorReply, qtcompat::fromAscii(reply));
 }

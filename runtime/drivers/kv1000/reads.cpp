@@ -7,24 +7,20 @@
 #include "drivers/kv1000/devices.h"
 #include "drivers/kv1000/kv1000.h"
 #include "drivers/kv1000/replies.h"
+#include "drivers/parts/exchange.h"
 
 #include <algorithm>
 
-/// How a read is answered and what becomes of the answer.
-struct ReadForm {
-    ReplyKind reply;
-    int itemBytes; ///< what one item of the reply gives
-    const char* mismatchText;
-    QByteArray (*convert)(char* reply, int count);
-};
+namespace kv1000
+{
 
-/// A read that nothing speaks against yet.
+/// A read that passed all checks that need no port but those of its commands.
 struct ReadRequest {
-    QString address;   ///< as the request gave it
-    QByteArray device; ///< what the commands name
-    qint64 bytes;      ///< what the caller wants of the converted items
-    RunUnit unit;
-    ReadForm form;
+    const QString& address; ///< as the request gave it
+    DeviceRun run;
+    const ReplyForm* form;
+    const char* mismatchText; ///< for a reply that is not of this form
+    qint64 bytes;             ///< that the caller wants of the converted items
 };
 
 namespace
@@ -38,32 +34,31 @@ const char InvalidResponseColon[] = "invalid response:";
 
 enum UnitBytes { ByteUnit = 1, WordUnit = 2, DWordUnit = 4 };
 
-const ReadForm BitRead = {BitsReply, 1, InvalidResponse2, KV1000ConvertReadBitsRsp};
-const ReadForm ContactRead = {TriplesReply, 1, InvalidResponse3, KV1000ConvertReadContactsRsp};
-
-/// Each width meets each area in the area's own form; what is asked for is cut from that.
+/// Each width meets each kind of device in the device's own form; what is asked for is cut from
+/// that.
 // clang-format off
 const struct ValueRead {
     int unitBytes;
-    DeviceArea area;
-    ReadForm form;
+    Holds holds;
+    const ReplyForm* form;
+    const char* mismatchText;
 } ValueReads[] = {
-    {WordUnit,  WordArea,         {WordsReply,   2, errortext::InvalidResponse,      KV1000ConvertReadUInt16sRsp}},
-    {WordUnit,  Value32Area,      {Value32Reply, 4, errortext::InvalidResponse,      KV1000ConvertReadUInt32sRsp}},
-    {WordUnit,  TimerCounterArea, {TriplesReply, 4, errortext::InvalidResponse,      KV1000ExtractT_C_CTC_CTH_CurrentValue}},
-    {DWordUnit, WordArea,         {WordsReply,   2, InvalidResponse1,     KV1000ConvertReadUInt16sRsp}},
-    {DWordUnit, Value32Area,      {Value32Reply, 4, InvalidResponse2,     KV1000ConvertReadUInt32sRsp}},
-    {DWordUnit, TimerCounterArea, {TriplesReply, 4, InvalidResponse3,     KV1000ExtractT_C_CTC_CTH_CurrentValue}},
-    {ByteUnit,  WordArea,         {WordsReply,   2, InvalidResponseColon, KV1000ConvertReadUInt16sRsp}},
-    {ByteUnit,  Value32Area,      {Value32Reply, 4, errortext::InvalidResponse,      KV1000ConvertReadUInt32sRsp}},
-    {ByteUnit,  TimerCounterArea, {TriplesReply, 4, errortext::InvalidResponse,      KV1000ExtractT_C_CTC_CTH_CurrentValue}},
+    {WordUnit,  Word,    &WordReply,         errortext::InvalidResponse},
+    {WordUnit,  Value32, &Value32Reply,      errortext::InvalidResponse},
+    {WordUnit,  Counter, &CurrentValueReply, errortext::InvalidResponse},
+    {DWordUnit, Word,    &WordReply,         InvalidResponse1},
+    {DWordUnit, Value32, &Value32Reply,      InvalidResponse2},
+    {DWordUnit, Counter, &CurrentValueReply, InvalidResponse3},
+    {ByteUnit,  Word,    &WordReply,         InvalidResponseColon},
+    {ByteUnit,  Value32, &Value32Reply,      errortext::InvalidResponse},
+    {ByteUnit,  Counter, &CurrentValueReply, errortext::InvalidResponse},
 };
 // clang-format on
 
-const ValueRead* findValueRead(int unitBytes, DeviceArea area)
+const ValueRead* findValueRead(int unitBytes, Holds holds)
 {
     for (const ValueRead& row : ValueReads)
-        if (row.unitBytes == unitBytes && row.area == area)
+        if (row.unitBytes == unitBytes && row.holds == holds)
             return &row;
     return nullptr;
 }
@@ -74,29 +69,33 @@ qint64 quotientRoundedUp(qint64 value, qint64 divisor)
     return value / divisor + (value % divisor > 0 ? 1 : 0);
 }
 
-/// The parts that the commands of a request ask for; none when it can't be read.
-QList<DevicePart> planRead(const ReadRequest& request, int bufferSize)
+/// Whether each part of the run can be asked for.
+bool canBeAsked(const DeviceRun& run, int capacity)
 {
-    const QList<DevicePart> nothing;
-    if (!deviceTextFits(request.device))
-        return nothing;
-    const int capacity = replyCapacity(request.form.reply, bufferSize);
-    const QList<DevicePart> parts =
-        splitRun(request.device, quotientRoundedUp(request.bytes, request.form.itemBytes),
-                 request.unit, [capacity](const QByteArray&) { return capacity; });
-    for (const DevicePart& part : parts)
-        if (!readCommandFits(part.device, part.count))
-            return nothing;
-    return parts;
+    if (!run.at(0).fits() || (run.count() > capacity && !run.canBeCut()))
+        return false;
+    driverkit::RunParts parts(run.count());
+    while (parts.more()) {
+        parts.next(capacity);
+        if (!readCommandFits(run.at(parts.offset()), parts.count()))
+            return false;
+    }
+    return true;
 }
 
 } // namespace
 
+} // namespace kv1000
+
+using namespace kv1000;
+
 QByteArray DriverKV1000::readBits(AbstractDeviceInterface* port, const CommunicatorCommand& command)
 {
-    const QByteArray device = qtcompat::toAscii(command.address);
-    const ReadForm& form = isContactDevice(device) ? ContactRead : BitRead;
-    return readRun(port, {command.address, device, command.length, RunOfBits, form});
+    const Device device(qtcompat::toAscii(command.address));
+    const bool contacts = device.readsContacts();
+    return readRun(port, {command.address, DeviceRun(device, command.length, RunOfBits),
+                          contacts ? &ContactReply : &BitReply,
+                          contacts ? InvalidResponse3 : InvalidResponse2, command.length});
 }
 
 QByteArray DriverKV1000::readWords(AbstractDeviceInterface* port,
@@ -120,36 +119,45 @@ QByteArray DriverKV1000::readBytes(AbstractDeviceInterface* port,
 QByteArray DriverKV1000::readValues(AbstractDeviceInterface* port,
                                     const CommunicatorCommand& command, int unitBytes)
 {
-    const QByteArray device = qtcompat::toAscii(command.address);
-    if (!deviceTextFits(device))
+    const QByteArray text = qtcompat::toAscii(command.address);
+    const Device device(text);
+    if (!device.fits())
         return nothingRead(errortext::InvalidAddress, command.address);
-    const ValueRead* row = findValueRead(unitBytes, areaOf(device));
+    const ValueRead* row = findValueRead(unitBytes, device.holds);
     if (!row)
         return nothingRead(errortext::CantReadWord, command.address);
 
-    ReadRequest request = {command.address, wordCommandDevice(device),
-                           qint64(command.length) * unitBytes, RunOfValues, row->form};
-    if (isSetValueDevice(device))
-        request.form.convert = KV1000ExtractTS_CS_PCTC;
-    return readRun(port, request);
+    const ReplyForm* form = device.area->isSetValue ? &SetValueReply : row->form;
+    const qint64 bytes = qint64(command.length) * unitBytes;
+    return readRun(
+        port, {command.address,
+               DeviceRun(valueDevice(text), quotientRoundedUp(bytes, form->itemBytes), RunOfValues),
+               form, row->mismatchText, bytes});
 }
 
 /// The one way of every read: open, ask for part after part, close, and only then hand out what
 /// came.
 QByteArray DriverKV1000::readRun(AbstractDeviceInterface* port, const ReadRequest& request)
 {
-    const QList<DevicePart> parts = planRead(request, static_cast<int>(rxBuffer.size()));
-    if (parts.isEmpty())
+    const ReplyForm& form = *request.form;
+    const int capacity = form.capacity(static_cast<int>(rxBuffer.size()));
+    if (!canBeAsked(request.run, capacity))
         return nothingRead(errortext::InvalidAddress, request.address);
 
     if (!startComm(port))
         return QByteArray();
+    driverkit::Exchange exchange(port, m_error, driverkit::Exchange::NoLimit);
     QByteArray data;
-    for (const DevicePart& part : parts) {
-        KV1000SendContinuousReadDataCmd(port, part.device, part.count);
-        if (!readReply(port, request.form, part.count))
+    driverkit::RunParts parts(request.run.count());
+    while (parts.more()) {
+        parts.next(capacity);
+        KV1000SendContinuousReadDataCmd(exchange, request.run.at(parts.offset()), parts.count());
+        if (!readReply(port, form.length(parts.count())))
             return QByteArray();
-        data += request.form.convert(rxBuffer.data(), part.count);
+        const int had = data.size();
+        data.resize(had + qMax(1, parts.count()) * form.itemBytes);
+        if (!form.convert(rxBuffer.data(), parts.count(), data.data() + had))
+            return nothingRead(request.mismatchText, QString());
     }
     if (!endComm(port))
         return QByteArray();
@@ -158,63 +166,37 @@ QByteArray DriverKV1000::readRun(AbstractDeviceInterface* port, const ReadReques
     return data;
 }
 
-/// Reads one data reply into `rxBuffer` and tests it. After a lost or misshapen reply the link
-/// stays as it is: nobody knows where the controller stands, and the next open brings it back in
-/// step.
-bool DriverKV1000::readReply(AbstractDeviceInterface* port, const ReadForm& form, int count)
+/// Reads one data reply into `rxBuffer`. After a lost reply the link stays as it is: the state of
+/// the controller is unknown, and the next open brings it back in sync.
+bool DriverKV1000::readReply(AbstractDeviceInterface* port, int length)
 {
-    const int length = replyLength(form.reply, count);
-    std::fill_n(rxBuffer.begin(), qMax(length, ShortReplyLength) + 1, '\0');
-    const bool arrived =
-        length < ShortReplyLength ? readSingleBit(port) : readInTwoSteps(port, length);
-    if (!arrived)
-        return false;
-
-    // A NUL inside would hide what stands behind it; such a text is too short.
-    const QString reply = qtcompat::fromAscii(rxBuffer.data());
-    return (reply.size() == length && patternOf(form.reply).exactMatch(reply)) ||
-           fail(form.mismatchText);
-}
-
-bool DriverKV1000::readInTwoSteps(AbstractDeviceInterface* port, int length)
-{
+    std::fill_n(rxBuffer.begin(), qMax<int>(length, ShortReplyLength) + 1, '\0');
+    if (length < ShortReplyLength)
+        return readSingleBit(port);
     int count = 0;
+    driverkit::Exchange exchange(port, m_error, driverkit::Exchange::NoLimit);
     return readMinRsp(port, rxBuffer.data(), count) &&
-           readExactly(port, rxBuffer.data() + count, length - count);
+           exchange.receive(rxBuffer.data() + count, length - count);
 }
 
 /// The reply of a single bit is shorter than an error reply, which is then known by its first three
 /// bytes; its line feed is fetched so that it is not taken for the start of the next reply.
 bool DriverKV1000::readSingleBit(AbstractDeviceInterface* port)
 {
-    const int length = replyLength(BitsReply, 1);
+    const int length = BitReply.length(1);
     char* reply = rxBuffer.data();
-    if (!readExactly(port, reply, length))
+    if (!driverkit::Exchange(port, m_error, driverkit::Exchange::NoLimit).receive(reply, length))
         return false;
-    if (passesAsNoError(reply, shortErrorRspRegExp))
+    if (!beginsErrorReply(reply))
         return true;
+    failWithReply(reply);
     port->read(reply + length, ShortReplyLength - length);
     endComm(port);
     return false;
 }
 
-const QRegExp& DriverKV1000::patternOf(ReplyKind kind) const
-{
-    switch (kind) {
-    case BitsReply:
-        return bitsRspRegExp;
-    case WordsReply:
-        return uint16sRspRegExp;
-    case Value32Reply:
-        return uint32sRspRegExp;
-    case TriplesReply:
-        break;
-    }
-    return timerCounterRspRegExp;
-}
-
 QByteArray DriverKV1000::nothingRead(const char* text, const QString& address)
 {
-    fail(text, address);
+    m_error.fail(text, address);
     return QByteArray();
 }

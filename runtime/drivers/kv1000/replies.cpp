@@ -1,97 +1,153 @@
-// Every text that comes back from the controller. It knows no port.
 #include "drivers/kv1000/replies.h"
 
+#include "drivers/kv1000/digits.h"
+
 #include <QtGlobal>
+
+namespace kv1000
+{
 
 namespace
 {
 
 const int LineEndLength = 2;
 
-/// Item length by ReplyKind.
-const int ItemLengths[] = {1, 5, 10, 23};
-
-/// From the start of one item to the start of the next: the item and its blank.
-int stride(ReplyKind kind)
+quint32 bitAt(const char* text, quint32* bad)
 {
-    return ItemLengths[kind] + 1;
+    const quint32 bit = static_cast<unsigned char>(*text) ^ 0x30u;
+    *bad |= bit & ~1u;
+    return bit;
 }
 
-/// A decimal number inside an item.
-struct Field {
-    int offset;
-    int digits;
-    int bytes; ///< how many bytes the value takes in the result
-};
-
-const Field Bit = {0, 1, 1};
-const Field Word = {0, 5, 2};
-const Field Value32 = {0, 10, 4};
-const Field Contact = {0, 1, 1};
-const Field CurrentValue = {2, 10, 4};
-const Field SetValue = {13, 10, 4};
-
-/// Ten digits may say more than 32 bits hold; the panel's own conversion stops at the largest
-/// value.
-quint32 decimal(const char* text, int digits)
+quint32 wordAt(const char* text, quint32* bad)
 {
-    quint64 value = 0;
-    for (int i = 0; i < digits; ++i)
-        value = value * 10 + static_cast<quint64>(text[i] - '0');
+    return fourDigits(text, bad) * 10 + oneDigit(text + 4, bad);
+}
+
+quint32 value32At(const char* text, quint32* bad)
+{
+    const quint64 value = quint64(fourDigits(text, bad)) * 1000000 +
+                          fourDigits(text + 4, bad) * 100 + oneDigit(text + 8, bad) * 10 +
+                          oneDigit(text + 9, bad);
     return static_cast<quint32>(qMin<quint64>(value, 0xFFFFFFFFu));
 }
 
-QByteArray collect(const char* reply, int count, ReplyKind kind, const Field& field)
-{
-    QByteArray data;
-    data.reserve(qMax(0, count) * field.bytes);
-    for (int i = 0; i < count; ++i) {
-        const quint32 value = decimal(reply + i * stride(kind) + field.offset, field.digits);
-        for (int byte = 0; byte < field.bytes; ++byte)
-            data.append(static_cast<char>(value >> (8 * byte)));
+// The items of the replies. Each checks all of its characters and gives one value.
+
+struct BitItem {
+    enum { Length = 1, Bytes = 1 };
+    static quint32 valueAt(const char* item, quint32* bad) { return bitAt(item, bad); }
+};
+
+struct WordItem {
+    enum { Length = 5, Bytes = 2 };
+    static quint32 valueAt(const char* item, quint32* bad) { return wordAt(item, bad); }
+};
+
+struct Value32Item {
+    enum { Length = 10, Bytes = 4 };
+    static quint32 valueAt(const char* item, quint32* bad) { return value32At(item, bad); }
+};
+
+enum TripleField { Contact, CurrentValue, SetValue };
+
+template <TripleField Field>
+struct TripleItem {
+    enum { Length = 23, Bytes = Field == Contact ? 1 : 4 };
+    static quint32 valueAt(const char* item, quint32* bad)
+    {
+        const quint32 contact = bitAt(item, bad);
+        const quint32 current = value32At(item + 2, bad);
+        const quint32 set = value32At(item + 13, bad);
+        *bad |= (item[1] ^ ',') | (item[12] ^ ',');
+        return Field == Contact ? contact : Field == CurrentValue ? current : set;
     }
-    return data;
+};
+
+template <int Bytes>
+char* put(quint32 value, char* to)
+{
+    for (int byte = 0; byte < Bytes; ++byte)
+        to[byte] = static_cast<char>(value >> (8 * byte));
+    return to + Bytes;
+}
+
+/// The one loop over a reply.
+template <typename Item>
+bool convert(const char* reply, int count, char* values)
+{
+    quint32 bad = 0;
+    const char* item = reply;
+    for (int left = count; left > 1; --left) {
+        values = put<Item::Bytes>(Item::valueAt(item, &bad), values);
+        bad |= item[Item::Length] ^ ' ';
+        item += Item::Length + 1;
+    }
+    put<Item::Bytes>(Item::valueAt(item, &bad), values);
+    bad |= (item[Item::Length] ^ '\r') | (item[Item::Length + 1] ^ '\n');
+    return bad == 0;
+}
+
+typedef TripleItem<Contact> ContactItem;
+typedef TripleItem<CurrentValue> CurrentValueItem;
+typedef TripleItem<SetValue> SetValueItem;
+
+bool KV1000ConvertReadUInt16sRsp(const char* reply, int count, char* values)
+{
+    return convert<WordItem>(reply, count, values);
+}
+
+bool KV1000ConvertReadUInt32sRsp(const char* reply, int count, char* values)
+{
+    return convert<Value32Item>(reply, count, values);
+}
+
+bool KV1000ExtractT_C_CTC_CTH_CurrentValue(const char* reply, int count, char* values)
+{
+    return convert<CurrentValueItem>(reply, count, values);
+}
+
+bool KV1000ExtractTS_CS_PCTC(const char* reply, int count, char* values)
+{
+    return convert<SetValueItem>(reply, count, values);
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
 }
 
 } // namespace
 
-int replyLength(ReplyKind kind, int count)
+const ReplyForm BitReply = {BitItem::Length, BitItem::Bytes, convert<BitItem>};
+const ReplyForm WordReply = {WordItem::Length, WordItem::Bytes, KV1000ConvertReadUInt16sRsp};
+const ReplyForm Value32Reply = {Value32Item::Length, Value32Item::Bytes,
+                                KV1000ConvertReadUInt32sRsp};
+const ReplyForm ContactReply = {ContactItem::Length, ContactItem::Bytes, convert<ContactItem>};
+const ReplyForm CurrentValueReply = {CurrentValueItem::Length, CurrentValueItem::Bytes,
+                                     KV1000ExtractT_C_CTC_CTH_CurrentValue};
+const ReplyForm SetValueReply = {SetValueItem::Length, SetValueItem::Bytes,
+                                 KV1000ExtractTS_CS_PCTC};
+
+bool isErrorReply(const char* reply)
 {
-    return qMax(1, count) * stride(kind) - 1 + LineEndLength;
+    return beginsErrorReply(reply) && reply[3] == '\n';
 }
 
-int replyCapacity(ReplyKind kind, int size)
+bool beginsErrorReply(const char* reply)
+{
+    return reply[0] == 'E' && isDigit(reply[1]) && reply[2] == '\r';
+}
+
+int ReplyForm::length(int count) const
+{
+    return qMax(1, count) * (itemLength + 1) - 1 + LineEndLength;
+}
+
+int ReplyForm::capacity(int size) const
 {
     const int room = size - 1 - LineEndLength;
-    return (room + 1) / stride(kind);
+    return (room + 1) / (itemLength + 1);
 }
 
-QByteArray KV1000ConvertReadBitsRsp(char* reply, int count)
-{
-    return collect(reply, count, BitsReply, Bit);
-}
-
-QByteArray KV1000ConvertReadContactsRsp(char* reply, int count)
-{
-    return collect(reply, count, TriplesReply, Contact);
-}
-
-QByteArray KV1000ConvertReadUInt16sRsp(char* reply, int count)
-{
-    return collect(reply, count, WordsReply, Word);
-}
-
-QByteArray KV1000ConvertReadUInt32sRsp(char* reply, int count)
-{
-    return collect(reply, count, Value32Reply, Value32);
-}
-
-QByteArray KV1000ExtractTS_CS_PCTC(char* reply, int count)
-{
-    return collect(reply, count, TriplesReply, SetValue);
-}
-
-QByteArray KV1000ExtractT_C_CTC_CTH_CurrentValue(char* reply, int count)
-{
-    return collect(reply, count, TriplesReply, CurrentValue);
-}
+} // namespace kv1000

@@ -6,24 +6,19 @@
 #include "drivers/kv1000/devices.h"
 #include "drivers/kv1000/kv1000.h"
 #include "drivers/kv1000/replies.h"
+#include "drivers/parts/exchange.h"
 #include "drivers/tools.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
 
+using namespace kv1000;
+
 namespace
 {
 
-/// What a write makes of the width of an area's values.
-struct ValueWrite {
-    int valueBytes;
-    QByteArray (*padded)(const QByteArray& data);
-    int (*pack)(char* buffer, int size, const char* device, const QByteArray& data);
-};
-
-const ValueWrite WordWrite = {2, To16bitsData, KV1000PackWriteContinuousUInt16sCmd};
-const ValueWrite Value32Write = {4, To32bitsData, KV1000PackWriteContinuousUInt32sCmd};
+enum ValueBytes { WordBytes = 2, Value32Bytes = 4 };
 
 } // namespace
 
@@ -36,12 +31,13 @@ bool DriverKV1000::writeBits(AbstractDeviceInterface* port, const CommunicatorCo
     const QByteArray address = qtcompat::toAscii(command.address);
     const QByteArray symbol = ExtractPrefixSymbol(address);
     const int first = ExtractPLCDeviceAddress(address, 10);
-    const DeviceNumbering numbering = bitWriteNumbering(address);
-    if (!hasPlainNumber(address) || numberBehind(first, data.size() - 1, numbering) > INT_MAX)
-        return fail(errortext::InvalidAddress, command.address);
+    const driverkit::Numbering numbering = bitWriteNumbering(address.constData());
+    if (!hasPlainNumber(address) ||
+        driverkit::numberAfter(first, data.size() - 1, numbering) > INT_MAX)
+        return m_error.fail(errortext::InvalidAddress, command.address);
 
     for (int i = 0; i < data.size(); ++i) {
-        const int number = static_cast<int>(numberBehind(first, i, numbering));
+        const int number = static_cast<int>(driverkit::numberAfter(first, i, numbering));
         if (!writeBit(port, symbol, number, data.at(i) != 0))
             return false;
     }
@@ -53,16 +49,16 @@ bool DriverKV1000::writeBit(AbstractDeviceInterface* port, const QByteArray& sym
 {
     if (!startComm(port))
         return false;
-    const int length =
-        formatBitCommand(txBuffer.data(), static_cast<int>(txBuffer.size()), symbol, number, value);
+    const int length = formatBitCommand(txBuffer.data(), static_cast<int>(txBuffer.size()),
+                                        symbol.constData(), number, value);
     if (length == 0)
-        return fail(errortext::CantWriteBit,
-                    qtcompat::fromAscii(symbol.constData()) + QString::number(number));
+        return m_error.fail(errortext::CantWriteBit,
+                            qtcompat::fromAscii(symbol.constData()) + QString::number(number));
     if (!sendWrite(port, length))
         return false;
     // Setting a bit is believed only when the controller says so.
     if (std::memcmp(rxBuffer.data(), DoneReply, ShortReplyLength) != 0)
-        return fail(errortext::InvalidResponse);
+        return m_error.fail(errortext::InvalidResponse);
     return endComm(port);
 }
 
@@ -70,29 +66,33 @@ bool DriverKV1000::writeBytes(AbstractDeviceInterface* port, const CommunicatorC
                               const QByteArray& data)
 {
     const QByteArray address = qtcompat::toAscii(command.address);
-    if (isHighSpeedComparator(address))
-        return fail(errortext::CantWriteWord, command.address);
-    if (!deviceTextFits(address))
-        return fail(errortext::InvalidAddress, command.address);
+    if (isHighSpeedComparator(address.constData()))
+        return m_error.fail(errortext::CantWriteWord, command.address);
+    if (!Device(address).fits())
+        return m_error.fail(errortext::InvalidAddress, command.address);
 
-    const ValueWrite& form = KV1000UInt16DeviceType(address) ? WordWrite : Value32Write;
-    const QByteArray values = form.padded(data);
+    const Device first = valueDevice(address);
+    const int valueBytes = first.holds == Word ? WordBytes : Value32Bytes;
+    const QByteArray values = valueBytes == WordBytes ? To16bitsData(data) : To32bitsData(data);
+    const DeviceRun run(first, values.size() / valueBytes, RunOfValues);
     const int bufferSize = static_cast<int>(txBuffer.size());
-    const QList<DevicePart> parts = splitRun(
-        wordCommandDevice(address), values.size() / form.valueBytes, RunOfValues,
-        [&](const QByteArray& start) { return writeCapacity(bufferSize, start, form.valueBytes); });
-    if (parts.isEmpty())
-        return fail(errortext::InvalidAddress, command.address);
+    if (run.count() > writeCapacity(bufferSize, first, valueBytes) && !run.canBeCut())
+        return m_error.fail(errortext::InvalidAddress, command.address);
 
     if (!startComm(port))
         return false;
-    int done = 0;
-    for (const DevicePart& part : parts) {
-        const int size = part.count * form.valueBytes;
-        if (!sendWrite(port, form.pack(txBuffer.data(), bufferSize, part.device.constData(),
-                                       values.mid(done, size))))
+    driverkit::RunParts parts(run.count());
+    while (parts.more()) {
+        const Device start = run.at(parts.end());
+        parts.next(writeCapacity(bufferSize, start, valueBytes));
+        const char* from = values.constData() + parts.offset() * valueBytes;
+        const int length = valueBytes == WordBytes
+                               ? KV1000PackWriteContinuousUInt16sCmd(txBuffer.data(), bufferSize,
+                                                                     start, from, parts.count())
+                               : KV1000PackWriteContinuousUInt32sCmd(txBuffer.data(), bufferSize,
+                                                                     start, from, parts.count());
+        if (!sendWrite(port, length))
             return false;
-        done += size;
     }
     return endComm(port);
 }
@@ -101,7 +101,7 @@ bool DriverKV1000::writeBytes(AbstractDeviceInterface* port, const CommunicatorC
 /// reported and the link closed.
 bool DriverKV1000::sendWrite(AbstractDeviceInterface* port, int length)
 {
-    sendCommand(port, txBuffer.data(), length);
+    driverkit::Exchange(port, m_error, driverkit::Exchange::NoLimit).send(txBuffer.data(), length);
     std::fill_n(rxBuffer.begin(), ShortReplyLength + 1, '\0');
     int count = 0;
     return readMinRsp(port, rxBuffer.data(), count);
