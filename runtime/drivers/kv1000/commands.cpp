@@ -68,30 +68,13 @@ public:
         return *this;
     }
 
-    /// A blank and five digits.
-    void appendWord(quint32 word)
+    /// Lengthens the text, for the caller to fill in. Returns where; null without room for it.
+    char* grow(int length)
     {
-        if (!hasRoom(6))
-            return;
-        m_at[0] = ' ';
-        m_at[1] = static_cast<char>('0' + word / 10000);
-        putFourDigits(m_at + 2, word % 10000);
-        m_at += 6;
-    }
-
-    /// A blank and ten digits.
-    void appendValue32(quint32 value)
-    {
-        if (!hasRoom(11))
-            return;
-        const quint32 upper = value / 10000;
-        const quint32 top = upper / 10000;
-        m_at[0] = ' ';
-        m_at[1] = static_cast<char>('0' + top / 10);
-        m_at[2] = static_cast<char>('0' + top % 10);
-        putFourDigits(m_at + 3, upper % 10000);
-        putFourDigits(m_at + 7, value % 10000);
-        m_at += 11;
+        if (!hasRoom(length))
+            return nullptr;
+        m_at += length;
+        return m_at - length;
     }
 
 private:
@@ -101,6 +84,28 @@ private:
     char* m_end;
     char* m_at;
 };
+
+enum { WordLength = 6, Value32Length = 11 }; // a blank and the digits
+
+/// Writes a blank and five digits.
+void putWord(char* to, quint32 word)
+{
+    to[0] = ' ';
+    to[1] = static_cast<char>('0' + word / 10000);
+    putFourDigits(to + 2, word % 10000);
+}
+
+/// Writes a blank and ten digits.
+void putValue32(char* to, quint32 value)
+{
+    const quint32 upper = value / 10000;
+    const quint32 top = upper / 10000;
+    to[0] = ' ';
+    to[1] = static_cast<char>('0' + top / 10);
+    to[2] = static_cast<char>('0' + top % 10);
+    putFourDigits(to + 3, upper % 10000);
+    putFourDigits(to + 7, value % 10000);
+}
 
 CommandText writeCommand(char* buffer, int size, const Device& first, int count)
 {
@@ -137,7 +142,7 @@ int formatBitCommand(char* buffer, int size, const char* symbol, int number, boo
 
 int writeCapacity(int size, const Device& first, int valueBytes)
 {
-    const int valueLength = valueBytes == 2 ? 6 : 11; // blank and digits
+    const int valueLength = valueBytes == 2 ? WordLength : Value32Length;
     const int fixed =
         static_cast<int>(std::strlen("WRS ") + std::strlen(" ") + std::strlen(LineEnd));
     const int room = size - 1 - fixed - first.wireLength;
@@ -169,10 +174,10 @@ int KV1000PackWriteContinuousUInt16sCmd(char* buffer, int size, const kv1000::De
                                         const char* values, int count)
 {
     CommandText command = kv1000::writeCommand(buffer, size, first, count);
-    for (int i = 0; i < count; ++i) {
-        const unsigned char* bytes = reinterpret_cast<const unsigned char*>(values) + 2 * i;
-        command.appendWord(static_cast<quint32>(bytes[0] | bytes[1] << 8));
-    }
+    const unsigned char* from = reinterpret_cast<const unsigned char*>(values);
+    char* to = command.grow(kv1000::WordLength * count);
+    for (int i = 0; to && i < count; ++i, to += kv1000::WordLength, from += 2)
+        kv1000::putWord(to, static_cast<quint32>(from[0] | from[1] << 8));
     return command.append(kv1000::LineEnd, 2).length();
 }
 
@@ -180,10 +185,10 @@ int KV1000PackWriteContinuousUInt32sCmd(char* buffer, int size, const kv1000::De
                                         const char* values, int count)
 {
     CommandText command = kv1000::writeCommand(buffer, size, first, count);
-    for (int i = 0; i < count; ++i) {
-        const unsigned char* bytes = reinterpret_cast<const unsigned char*>(values) + 4 * i;
-        command.appendValue32(bytes[0] | quint32(bytes[1]) << 8 | quint32(bytes[2]) << 16 |
-                              quint32(bytes[3]) << 24);
-    }
+    const unsigned char* from = reinterpret_cast<const unsigned char*>(values);
+    char* to = command.grow(kv1000::Value32Length * count);
+    for (int i = 0; to && i < count; ++i, to += kv1000::Value32Length, from += 4)
+        kv1000::putValue32(to, from[0] | quint32(from[1]) << 8 | quint32(from[2]) << 16 |
+                                   quint32(from[3]) << 24);
     return command.append(kv1000::LineEnd, 2).length();
 }

@@ -2,6 +2,7 @@
 
 #include "drivers/tools/rotatearray.h"
 
+#include <climits>
 #include <cstring>
 
 namespace kv1000
@@ -149,7 +150,7 @@ const Area& areaOf(const char* text)
 
 Device::Device(const QByteArray& deviceText)
     : text(deviceText)
-    , area(&areaOf(text.text()))
+    , area(&areaOf(deviceText.constData()))
     , holds(holdsOf(*area, text))
     , wireLength(0)
     , wire()
@@ -169,10 +170,10 @@ bool Device::readsContacts() const
     return !isCtc || std::memcmp(text.text() + 1, "TC", 2) == 0;
 }
 
-Device valueDevice(const QByteArray& deviceText)
+Device valueDevice(const Device& device)
 {
-    const bool isPctc = areaOf(deviceText.constData()).spelling == WithoutFirstLetter;
-    return Device(isPctc ? deviceText.mid(1) : deviceText);
+    const bool isPctc = device.area->spelling == WithoutFirstLetter;
+    return isPctc ? Device(QByteArray(device.text.text() + 1)) : device;
 }
 
 DeviceRun::DeviceRun(const Device& first, qint64 count, RunUnit unit)
@@ -206,9 +207,9 @@ qint64 DeviceRun::numberAt(qint64 offset) const
                                   byChannel ? driverkit::CountsByChannel : driverkit::CountsByOne);
 }
 
-bool isHighSpeedComparator(const char* text)
+bool isHighSpeedComparator(const Area& area)
 {
-    return std::strcmp(areaOf(text).symbol, "CTC") == 0;
+    return std::strcmp(area.symbol, "CTC") == 0;
 }
 
 driverkit::Numbering bitWriteNumbering(const char* text)
@@ -218,16 +219,16 @@ driverkit::Numbering bitWriteNumbering(const char* text)
 
 bool hasPlainNumber(const QByteArray& text)
 {
-    int start = 0;
-    while (start < text.size() && !isDigit(text.at(start)))
-        ++start;
-    for (int i = start; i < text.size(); ++i)
-        if (!isDigit(text.at(i)))
+    int place = 0;
+    while (place < text.size() && !isDigit(text.at(place)))
+        ++place;
+    qint64 number = 0;
+    for (; place < text.size(); ++place) {
+        if (!isDigit(text.at(place)))
             return false;
-    bool isInt = true;
-    if (start < text.size())
-        text.mid(start).toInt(&isInt);
-    return isInt;
+        number = qMin<qint64>(number * 10 + (text.at(place) - '0'), qint64(INT_MAX) + 1);
+    }
+    return number <= INT_MAX;
 }
 
 } // namespace kv1000

@@ -54,7 +54,8 @@ struct Area {
 /// The first row that matches the text, which NUL ends; the last row matches every text.
 const Area& areaOf(const char* text);
 
-/// A device text taken apart, with what the table says of it.
+/// A device text taken apart, with what the table says of it. Of a text that does not fit, only the
+/// area is known.
 struct Device {
     driverkit::DeviceText text;
     const Area* area;
@@ -73,9 +74,9 @@ struct Device {
     bool readsContacts() const;
 };
 
-/// The device that commands for values name: PCTC3 is the set value of CTC3, all others are as they
-/// are.
-Device valueDevice(const QByteArray& deviceText);
+/// The device that commands for values name: for PCTC3, the set value of CTC3, that is CTC3; all
+/// others are named as they are.
+Device valueDevice(const Device& device);
 
 enum RunUnit { RunOfBits, RunOfValues };
 
@@ -103,7 +104,7 @@ private:
 };
 
 /// CTC without the P before it: its current value can't be written.
-bool isHighSpeedComparator(const char* text);
+bool isHighSpeedComparator(const Area& area);
 
 /// The numbering that a bit write walks along.
 driverkit::Numbering bitWriteNumbering(const char* text);

@@ -119,8 +119,7 @@ QByteArray DriverKV1000::readBytes(AbstractDeviceInterface* port,
 QByteArray DriverKV1000::readValues(AbstractDeviceInterface* port,
                                     const CommunicatorCommand& command, int unitBytes)
 {
-    const QByteArray text = qtcompat::toAscii(command.address);
-    const Device device(text);
+    const Device device(qtcompat::toAscii(command.address));
     if (!device.fits())
         return nothingRead(errortext::InvalidAddress, command.address);
     const ValueRead* row = findValueRead(unitBytes, device.holds);
@@ -129,10 +128,10 @@ QByteArray DriverKV1000::readValues(AbstractDeviceInterface* port,
 
     const ReplyForm* form = device.area->isSetValue ? &SetValueReply : row->form;
     const qint64 bytes = qint64(command.length) * unitBytes;
-    return readRun(
-        port, {command.address,
-               DeviceRun(valueDevice(text), quotientRoundedUp(bytes, form->itemBytes), RunOfValues),
-               form, row->mismatchText, bytes});
+    return readRun(port, {command.address,
+                          DeviceRun(valueDevice(device), quotientRoundedUp(bytes, form->itemBytes),
+                                    RunOfValues),
+                          form, row->mismatchText, bytes});
 }
 
 /// The one way of every read: open, ask for part after part, close, and only then hand out what

@@ -65,13 +65,13 @@ bool DriverKV1000::writeBit(AbstractDeviceInterface* port, const QByteArray& sym
 bool DriverKV1000::writeBytes(AbstractDeviceInterface* port, const CommunicatorCommand& command,
                               const QByteArray& data)
 {
-    const QByteArray address = qtcompat::toAscii(command.address);
-    if (isHighSpeedComparator(address.constData()))
+    const Device device(qtcompat::toAscii(command.address));
+    if (isHighSpeedComparator(*device.area))
         return m_error.fail(errortext::CantWriteWord, command.address);
-    if (!Device(address).fits())
+    if (!device.fits())
         return m_error.fail(errortext::InvalidAddress, command.address);
 
-    const Device first = valueDevice(address);
+    const Device first = valueDevice(device);
     const int valueBytes = first.holds == Word ? WordBytes : Value32Bytes;
     const QByteArray values = valueBytes == WordBytes ? To16bitsData(data) : To32bitsData(data);
     const DeviceRun run(first, values.size() / valueBytes, RunOfValues);
