@@ -23,6 +23,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/PanelDriversConfigVersion
 install(FILES
     ${PROJECT_BINARY_DIR}/PanelDriversConfig.cmake
     ${PROJECT_BINARY_DIR}/PanelDriversConfigVersion.cmake
+    cmake/PanelDriver.cmake
     DESTINATION ${packageDir})
 
 # Relative to the file itself, so that an installed tree can be moved.

@@ -104,3 +104,8 @@ bool BasicDriver::fail(const char* text, const QString& detail)
 {
     return m_error.fail(text, detail);
 }
+
+bool BasicDriver::failAddress(const CommunicatorCommand& command)
+{
+    return fail(errortext::InvalidAddress, command.address);
+}

@@ -3,6 +3,7 @@
 #ifndef DRIVERS_BASICDRIVER_H
 #define DRIVERS_BASICDRIVER_H
 
+#include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
 #include "drivers/errortexts.h"
 #include "drivers/parts/attempts.h"
@@ -66,6 +67,9 @@ protected:
     /// Sets the error to `text`, which begins like one of errortexts.h, followed by `detail`.
     /// Returns false, for the caller to hand on.
     bool fail(const char* text, const QString& detail = QString());
+
+    /// Says that the command names no device, or more than there are. Returns false.
+    bool failAddress(const CommunicatorCommand& command);
 
 private:
     const driverkit::Identity& m_identity;

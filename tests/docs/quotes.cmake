@@ -1,9 +1,12 @@
-# Looks for every quote of the guide, a block fenced as cpp or cmake, in the files of the example.
+# Looks for every quote of the guide, a block fenced as cpp or cmake, in the files of the examples.
 cmake_minimum_required(VERSION 3.16)
 
 file(READ ${guide} rest)
-file(READ ${example}/modbusrtu.cpp code)
-file(READ ${example}/CMakeLists.txt build)
+set(sources "")
+foreach(name minimal/minimal.cpp minimal/CMakeLists.txt modbus-rtu/modbusrtu.cpp)
+    file(READ ${examples}/${name} source)
+    string(APPEND sources "${source}\n")
+endforeach()
 string(REGEX REPLACE "```(cpp|cmake)\n" "<quote>" rest "${rest}")
 
 set(quotes 0)
@@ -16,9 +19,9 @@ while(TRUE)
     string(SUBSTRING "${rest}" ${begin} -1 rest)
     string(FIND "${rest}" "```\n" end)
     string(SUBSTRING "${rest}" 0 ${end} quote)
-    string(FIND "${code}\n${build}" "${quote}" place)
+    string(FIND "${sources}" "${quote}" place)
     if(place LESS 0)
-        message(SEND_ERROR "not in the example:\n${quote}")
+        message(SEND_ERROR "not in the examples:\n${quote}")
     endif()
     math(EXPR quotes "${quotes} + 1")
 endwhile()

@@ -26,8 +26,8 @@ const driverkit::Identity Identity = {
     "KEYENCE",
     "1.0.0",
     {"COM2", 9600, 8, driverkit::EvenParity, driverkit::OneStopBit},
-    {500 /* ms */, 3 /* retries */, 0 /* station */, 0 /* ms pause */},
     SupportedPortKinds,
+    {500 /* ms */, 3 /* retries */, 0 /* station */, 0 /* ms pause */},
     {1024 /* units */, 1024 /* bits */},
     {ServedWidths, ServedWidths},
 };

@@ -31,6 +31,11 @@ qint64 plainNumber(const char* text, int length)
 
 } // namespace
 
+qint64 plainNumber(const QByteArray& text)
+{
+    return text.isEmpty() ? -1 : plainNumber(text.constData(), text.size());
+}
+
 DeviceText::DeviceText(const QByteArray& text)
 {
     takeApart(text.constData(), text.size());
@@ -46,6 +51,11 @@ bool DeviceText::hasSymbol(const char* symbol) const
 {
     return static_cast<int>(qstrlen(symbol)) == m_symbolLength &&
            qstrnicmp(m_text, symbol, static_cast<uint>(m_symbolLength)) == 0;
+}
+
+bool DeviceText::hasDevices(const char* symbol, qint64 count, qint64 size) const
+{
+    return hasSymbol(symbol) && hasNumber() && m_number < size && count <= size - m_number;
 }
 
 QByteArray DeviceText::at(qint64 number) const

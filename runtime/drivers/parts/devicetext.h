@@ -10,6 +10,9 @@
 namespace driverkit
 {
 
+/// The number that a text of 1 to 18 decimal digits and nothing else is; -1 for any other text.
+DRIVER_KIT_EXPORT qint64 plainNumber(const QByteArray& text);
+
 /// A small value: it allocates nothing until a text is asked of it.
 class DRIVER_KIT_EXPORT DeviceText
 {
@@ -33,6 +36,10 @@ public:
 
     /// Whether at least one digit follows it, and nothing else.
     bool hasNumber() const { return isPlain() && digitCount() > 0; }
+
+    /// Whether the text is of this symbol and `count` devices exist from it on, where the symbol has
+    /// `size` devices, numbered from 0.
+    bool hasDevices(const char* symbol, qint64 count, qint64 size) const;
 
     int digitCount() const { return m_length - m_symbolLength; } ///< of a plain text
     qint64 number() const { return m_number; } ///< 0 without digits, -1 when not plain

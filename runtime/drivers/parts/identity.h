@@ -63,8 +63,8 @@ struct Identity {
     const char* vendor;
     const char* version;
     DefaultLine line;
-    DefaultExchange exchange;
     int portKinds; ///< device_type codes or'ed together, SerialPortDevice among them
+    DefaultExchange exchange;
     BlockLimits blocks;
     ServedWidths widths;
 };

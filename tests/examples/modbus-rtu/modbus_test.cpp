@@ -228,7 +228,7 @@ TEST_F(Modbus, ReachesOtherStations)
     // Comes last: libmodbus takes whatever follows for the other station's reply.
     openPort(ShortMs, NoRetry);
     EXPECT_EQ(read(DataWord, "2:HR0", 1), QByteArray());
-    EXPECT_EQ(error(), "packet loss: 0 of 5 bytes");
+    EXPECT_EQ(error(), "packet loss");
 }
 
 TEST_F(Modbus, TakesNoValueFromAReplyWithAWrongBit)
@@ -257,8 +257,7 @@ TEST_F(Modbus, TakesNoValueFromAPartOfAReply)
         station.spoilReplies(cut);
         openPort(ShortMs, NoRetry);
         EXPECT_EQ(read(DataWord, "HR0", 2), QByteArray()) << size;
-        EXPECT_EQ(error(), "packet loss: " + (size < 5 ? std::to_string(size) + " of 5 bytes"
-                                                       : std::to_string(size - 5) + " of 4 bytes"));
+        EXPECT_EQ(error(), "packet loss") << size;
     }
 }
 
