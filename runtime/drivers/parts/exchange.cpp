@@ -15,7 +15,7 @@ Exchange::Exchange(AbstractDeviceInterface* port, ErrorState& error, int replyLi
     : m_port(port)
     , m_error(error)
     , m_replyLimitMs(replyLimitMs)
-    , m_sentMs(0)
+    , m_sentMs(replyLimitMs != NoLimit ? CurrentMSecsSinceBoot() : 0)
 {
 }
 
