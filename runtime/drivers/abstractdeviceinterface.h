@@ -1,5 +1,5 @@
-// The runtime's port object, a serial line or a socket, as a driver sees it.
-// It knows nothing of any protocol, and a driver never opens, closes, keeps or deletes it.
+// The runtime's port object, a serial line or a socket, as a driver sees it. A driver never opens,
+// closes, keeps or deletes it.
 #ifndef DRIVERS_ABSTRACTDEVICEINTERFACE_H
 #define DRIVERS_ABSTRACTDEVICEINTERFACE_H
 
@@ -15,7 +15,7 @@ public:
 
     /// Waits until `maxLength` bytes have arrived or the port's own time-out has run out.
     ///
-    /// buffer     receives the bytes; no terminator is added, nothing behind `maxLength` is touched
+    /// buffer     receives the bytes; no terminator is added, nothing beyond `maxLength` is touched
     /// maxLength  how many bytes the expected reply has
     /// Returns the number of bytes placed in `buffer`; any other count than `maxLength` is a lost
     ///         packet to the driver.
@@ -25,8 +25,8 @@ public:
     /// missing reply.
     virtual int write(const char* data, int length) = 0;
 
-    /// Sets a port option. Option 12 with the integer 0 discards the bytes that have been received
-    /// and that nobody has read yet.
+    /// Sets a port option. Option 12 with the integer 0 drops the bytes that were received and not
+    /// read.
     virtual void setOption(int option, const QVariant& value) = 0;
 
     /// How many times a failed request is tried again; 0 or less means a single attempt.

@@ -1,5 +1,4 @@
 // The request record that the runtime hands to a driver's read and write.
-// It knows neither ports nor protocols.
 #ifndef DRIVERS_COMMUNICATORCOMMAND_H
 #define DRIVERS_COMMUNICATORCOMMAND_H
 
@@ -23,7 +22,7 @@ struct CommunicatorCommand {
     qint32 firstRuntimeWord;
     qint32 secondRuntimeWord;
 
-    /// A DriverDataType; kept as a number because the runtime may send codes that have no name.
+    /// A DriverDataType; kept as a number because the runtime may send codes without a name.
     qint32 dataType;
 
     /// Units to read. Writes take their count from the size of the data instead.

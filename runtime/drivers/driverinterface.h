@@ -1,5 +1,5 @@
-// The abstract driver: what the runtime asks of every PLC driver plug-in.
-// It knows no controller and no line; ports, requests and settings pass through by reference.
+// The abstract driver: what the runtime asks of every PLC driver plug-in. Ports, requests and
+// settings pass through by reference.
 #ifndef DRIVERS_DRIVERINTERFACE_H
 #define DRIVERS_DRIVERINTERFACE_H
 
