@@ -1,4 +1,4 @@
-// CRCs over a block, byte by byte through the library, beside zlib and Boost.CRC.
+// CRCs over a block, byte by byte and at once through the library, beside zlib and Boost.CRC.
 #include "drivers/crc.h"
 #include "drivers/tools.h"
 #include "randomblock.h"
@@ -29,6 +29,13 @@ void perByte(benchmark::State& state)
             crc = update(crc, c);
         return crc;
     });
+}
+
+template <typename Register, Register update(Register, const void*, int)>
+void perBlock(benchmark::State& state)
+{
+    overBlock(state,
+              [](const QByteArray& block) { return update(0, block.constData(), block.size()); });
 }
 
 template <typename Crc>
@@ -63,14 +70,18 @@ using BoostKermit = boost::crc_optimal<16, 0x1021, 0, 0, true, true>;
 } // namespace
 
 BENCHMARK(perByte<unsigned long, update_crc_32>)->Name("crc32/kit");
+BENCHMARK(perBlock<unsigned long, update_crc_32_block>)->Name("crc32/kit block");
 BENCHMARK(zlibCrc32)->Name("crc32/zlib");
 BENCHMARK(boostCrc<boost::crc_32_type>)->Name("crc32/boost");
 BENCHMARK(perByte<unsigned short, update_crc_16>)->Name("crc16/kit");
 BENCHMARK(kitCrc16Calculate)->Name("crc16/kit CRC16Calculate");
 BENCHMARK(boostCrc<boost::crc_16_type>)->Name("crc16/boost");
 BENCHMARK(perByte<unsigned short, update_crc_ccitt>)->Name("ccitt/kit");
+BENCHMARK(perBlock<unsigned short, update_crc_ccitt_block>)->Name("ccitt/kit block");
 BENCHMARK(boostCrc<boost::crc_xmodem_type>)->Name("ccitt/boost");
 BENCHMARK(perByte<unsigned short, update_crc_kermit>)->Name("kermit/kit");
+BENCHMARK(perBlock<unsigned short, update_crc_kermit_block>)->Name("kermit/kit block");
 BENCHMARK(boostCrc<BoostKermit>)->Name("kermit/boost");
 BENCHMARK(perByte<unsigned short, update_crc_dnp>)->Name("dnp/kit");
+BENCHMARK(perBlock<unsigned short, update_crc_dnp_block>)->Name("dnp/kit block");
 BENCHMARK(boostCrc<BoostDnp>)->Name("dnp/boost");

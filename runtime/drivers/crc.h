@@ -1,8 +1,8 @@
-/* Six CRCs, a byte at a time, for drivers whose frames carry one. Plain C reads this too.
- * It knows no protocol: where a register starts and what is done to it at the end is the caller's.
+/* Six CRCs for drivers whose frames carry one. Plain C reads this too. Where a register starts and
+ * what is done to it at the end is the caller's.
  *
- * Each function takes the register and the next byte and returns the new register. A byte counts as
- * 0 to 255 whatever the sign of char. All may be called from several threads at once.
+ * Each function takes the register and the next byte or bytes and returns the new register. A byte
+ * counts as 0 to 255 whatever the sign of char. All may be called from several threads at once.
  *
  *   function           start        at the end      gives                  of "123456789"
  *   update_crc_ccitt   0x0000                       CRC-16/XMODEM          0x31C3
@@ -33,6 +33,25 @@ DRIVER_KIT_EXPORT unsigned long update_crc_32(unsigned long crc, char c);
 
 /* prev: the byte before c in the data, 0 for the first. */
 DRIVER_KIT_EXPORT unsigned short update_crc_sick(unsigned short crc, char c, char prev);
+
+/* The same over `length` bytes at `data`, several times as fast from some 8 bytes on. A length of 0
+ * or less leaves the register as it is. The first call of each of the first five fills a table of 4
+ * or 8 KB. */
+
+DRIVER_KIT_EXPORT unsigned short update_crc_ccitt_block(unsigned short crc, const void* data,
+                                                        int length);
+DRIVER_KIT_EXPORT unsigned short update_crc_16_block(unsigned short crc, const void* data,
+                                                     int length);
+DRIVER_KIT_EXPORT unsigned short update_crc_kermit_block(unsigned short crc, const void* data,
+                                                         int length);
+DRIVER_KIT_EXPORT unsigned short update_crc_dnp_block(unsigned short crc, const void* data,
+                                                      int length);
+DRIVER_KIT_EXPORT unsigned long update_crc_32_block(unsigned long crc, const void* data,
+                                                    int length);
+
+/* prev: the byte before the block, 0 at the start of the data. */
+DRIVER_KIT_EXPORT unsigned short update_crc_sick_block(unsigned short crc, const void* data,
+                                                       int length, char prev);
 
 #ifdef __cplusplus
 }

@@ -1,21 +1,9 @@
-/* Feeds the CRC functions as a driver written in C does. */
-#include "crc_in_c.h"
-
+/* A driver written in C calls the CRC functions. */
 #include "drivers/crc.h"
 
-unsigned long crc32_in_c(const char* text)
-{
-    unsigned long crc = 0xFFFFFFFFUL;
-    for (; *text; ++text)
-        crc = update_crc_32(crc, *text);
-    return crc ^ 0xFFFFFFFFUL;
-}
+unsigned long crc32_in_c(const char* text, int length);
 
-unsigned short sick_crc_in_c(const char* text)
+unsigned long crc32_in_c(const char* text, int length)
 {
-    unsigned short crc = 0;
-    char previous = 0;
-    for (; *text; previous = *text++)
-        crc = update_crc_sick(crc, *text, previous);
-    return crc;
+    return update_crc_32_block(update_crc_32(0xFFFFFFFFUL, text[0]), text + 1, length - 1);
 }

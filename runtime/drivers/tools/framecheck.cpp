@@ -26,10 +26,7 @@ unsigned char XorUInt8CheckSum(const unsigned char* data, int len)
 
 unsigned short CRC16Calculate(const unsigned char* data, int len)
 {
-    unsigned short crc = 0;
-    for (int i = 0; i < len; ++i)
-        crc = update_crc_16(crc, static_cast<char>(data[i]));
-    return crc;
+    return update_crc_16_block(0, data, len);
 }
 
 QList<int> EmptyPackageSizeList()

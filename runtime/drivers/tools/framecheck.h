@@ -1,5 +1,4 @@
 // What drivers put around their frames: checksums over a block, and the sections of an empty frame.
-// It knows no protocol.
 //
 // Each checksum covers `len` bytes at `data` and is 0 when len is 0 or less.
 #ifndef DRIVERS_TOOLS_FRAMECHECK_H
@@ -16,7 +15,7 @@ DRIVER_KIT_EXPORT unsigned short UShortCheckSum(const unsigned char* data, int l
 /// The exclusive or of the bytes.
 DRIVER_KIT_EXPORT unsigned char XorUInt8CheckSum(const unsigned char* data, int len);
 
-/// CRC-16/ARC: update_crc_16 over the bytes, starting from 0.
+/// CRC-16/ARC: update_crc_16_block over the bytes, starting from 0.
 DRIVER_KIT_EXPORT unsigned short CRC16Calculate(const unsigned char* data, int len);
 
 /// No sections, for TxPackage::setSectionSize.
