@@ -6,6 +6,7 @@
 #include "drivers/tools/framecheck.h"
 #include "drivers/tools/hextext.h"
 
+#include <QtEndian>
 #include <QtGlobal>
 #include <climits>
 #include <cstring>
@@ -28,17 +29,35 @@ const unsigned char* bytesOf(const QByteArray& bytes)
     return reinterpret_cast<const unsigned char*>(bytes.constData());
 }
 
-qint64 sumOfFirst(const QList<int>& sizes, int count)
+unsigned char sumOf(const QByteArray& bytes)
 {
-    qint64 sum = 0;
-    for (int i = 0; i < count; ++i)
-        sum += sizes.at(i);
-    return sum;
+    return UInt8CheckSum(bytesOf(bytes), bytes.size());
+}
+
+/// Where each section starts, and after the last of them the sum of all entries.
+std::vector<qint64> startsOf(const QList<int>& entries)
+{
+    std::vector<qint64> starts(1, 0);
+    starts.reserve(static_cast<size_t>(entries.size()) + 1);
+    for (int i = 0; i < entries.size(); ++i)
+        starts.push_back(starts.back() + entries.at(i));
+    return starts;
+}
+
+/// The number in the four bytes from `start` on; 0 when the frame does not hold them all.
+int storedNumber(const QByteArray& frame, int start)
+{
+    if (start < 0 || start > frame.size() - StoredSizeBytes)
+        return 0;
+    return qFromLittleEndian<qint32>(bytesOf(frame) + start);
 }
 
 } // namespace
 
-TxPackage::TxPackage() {}
+TxPackage::TxPackage()
+    : packageStartList(1, 0)
+{
+}
 
 TxPackage::~TxPackage() {}
 
@@ -80,11 +99,13 @@ void TxPackage::clearAll()
 {
     packageData.clear();
     packageSizeList.clear();
+    packageStartList.resize(1);
 }
 
 void TxPackage::setSectionSize(const QList<int>& sizes)
 {
-    const qint64 sum = sumOfFirst(sizes, sizes.size());
+    std::vector<qint64> starts = startsOf(sizes);
+    const qint64 sum = starts.back();
     if (sum > INT_MAX)
         return;
     const int oldSize = packageData.size();
@@ -93,6 +114,7 @@ void TxPackage::setSectionSize(const QList<int>& sizes)
     if (newSize > oldSize)
         std::memset(packageData.data() + oldSize, 0, static_cast<size_t>(newSize - oldSize));
     packageSizeList = sizes;
+    packageStartList.swap(starts);
 }
 
 QString TxPackage::toString()
@@ -102,9 +124,9 @@ QString TxPackage::toString()
 
 bool TxPackage::appendSection(const QByteArray& bytes)
 {
-    const int size = bytes.size();
     packageData.append(bytes);
-    packageSizeList.append(size);
+    packageSizeList.append(bytes.size());
+    packageStartList.push_back(packageStartList.back() + bytes.size());
     return true;
 }
 
@@ -135,12 +157,12 @@ bool TxPackage::appendByte2Ascii(unsigned char b)
 
 bool TxPackage::appendLRCByte()
 {
-    return appendByte(lrc());
+    return appendByte(sumOf(packageData));
 }
 
 bool TxPackage::appendLRCAscii()
 {
-    return appendByte2Ascii(lrc());
+    return appendByte2Ascii(sumOf(packageData));
 }
 
 bool TxPackage::appendFCSAscii(int)
@@ -157,14 +179,29 @@ int TxPackage::sectionStartIndex(int n) const
 {
     if (!validSectionNumber(n))
         return -1;
-    const qint64 start = sumOfFirst(packageSizeList, n);
-    return static_cast<int>(qBound<qint64>(INT_MIN, start, INT_MAX));
+    return static_cast<int>(
+        qBound<qint64>(INT_MIN, packageStartList[static_cast<size_t>(n)], INT_MAX));
 }
 
 int TxPackage::sectionSize(int n) const
 {
-    // A chain of references longer than the list goes in a circle.
-    return resolvedSize(n, numberOfSections());
+    // From section to section as the entries name them. All but the first hold a size, for which
+    // they need the bytes; going on longer than there are sections is going in a circle.
+    int size = 0;
+    int section = n;
+    for (int passed = 0; passed <= numberOfSections() && validSectionNumber(section); ++passed) {
+        const int entry = packageSizeList.at(section);
+        const int named = entry == INT_MIN ? INT_MAX : -entry;
+        const int own = entry >= 0 ? entry : storedNumber(packageData, sectionStartIndex(named));
+        if (passed == 0)
+            size = own;
+        else if (own < StoredSizeBytes)
+            return 0;
+        if (entry >= 0 || named == section)
+            return size;
+        section = named;
+    }
+    return 0;
 }
 
 QByteArray TxPackage::dataAt(int n) const
@@ -187,27 +224,4 @@ int TxPackage::calculateFCS(TxPackage* package, int n)
     if (n < 0 || n >= bytes.size())
         return 0;
     return XorUInt8CheckSum(bytesOf(bytes), bytes.size() - n);
-}
-
-unsigned char TxPackage::lrc() const
-{
-    return UInt8CheckSum(bytesOf(packageData), packageData.size());
-}
-
-int TxPackage::resolvedSize(int n, int referencesLeft) const
-{
-    if (!validSectionNumber(n))
-        return 0;
-    const int entry = packageSizeList.at(n);
-    if (entry >= 0)
-        return entry;
-    if (referencesLeft == 0 || entry <= -numberOfSections())
-        return 0;
-    const int holder = -entry;
-    const int start = sectionStartIndex(holder);
-    if (start < 0 || start > totalSize() - StoredSizeBytes)
-        return 0;
-    if (resolvedSize(holder, referencesLeft - 1) < StoredSizeBytes)
-        return 0;
-    return QByteArrayToInt(packageData.mid(start, StoredSizeBytes));
 }

@@ -1,5 +1,4 @@
 // Assembles a frame section by section, checks it, and cuts it back into its sections.
-// It knows no protocol and sends nothing.
 #ifndef DRIVERS_TXPACKAGE_H
 #define DRIVERS_TXPACKAGE_H
 
@@ -8,11 +7,12 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <vector>
 
 /// The bytes of a frame beside a list of section sizes, one entry a section. Sections lie back to
 /// back from byte 0. An entry of 0 or more is a size in bytes; an entry -k says that the size is
 /// stored in the frame, as the signed number in the first four bytes of section k, least
-/// significant byte first.
+/// significant byte first; k may be the number of the section itself.
 ///
 /// Appending keeps bytes and entries in step; setData and setSectionSize set one or the other
 /// alone. A section number that is not valid gives size 0 and no bytes.
@@ -67,7 +67,8 @@ public:
     int sectionStartIndex(int n) const;
 
     /// The size of section n in bytes, stored in its entry or in the frame. 0 when the section that
-    /// should store it does not exist or has less than four bytes.
+    /// should store it does not exist or has less than four bytes, and when several sections name
+    /// each other in a circle.
     int sectionSize(int n) const;
 
     /// The bytes of section n, fewer where the frame ends first.
@@ -81,11 +82,9 @@ public:
     static int calculateFCS(TxPackage* package, int n);
 
 private:
-    unsigned char lrc() const;
-    int resolvedSize(int n, int referencesLeft) const;
-
     QByteArray packageData;
     QList<int> packageSizeList;
+    std::vector<qint64> packageStartList; ///< of each section, then of the next to come
 };
 
 #endif

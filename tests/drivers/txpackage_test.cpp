@@ -88,13 +88,19 @@ TEST(TxPackage, FindsSectionsByEntriesAndStoredLengths)
         {"placed by entries as stored", "02030000004142", {1, 4, -1, 2}, 3, 4, 2, "0041"},
         {"length of a length", "00050000000200000041", {1, 4, -1, -2}, 3, 4, 2, "0002"},
         {"lengths in a circle", "010203040506070809", {4, -2, -1}, 1, 4, 0, ""},
-        {"length in no section", "0102", {1, -9}, 1, 1, 0, ""},
+        {"length in the section itself", "0207000000AABBCC99", {1, -1}, 1, 1, 7, "07000000AABBCC"},
+        {"length in a section with its own", "000400000009", {1, -1, -1}, 2, 0, 4, "00040000"},
+        {"that is too short for it", "000300000009", {1, -1, -1}, 2, 0, 0, ""},
+        {"length in no section", "010203040506", {1, -9}, 1, 1, 0, ""},
+        {"least entry", "010203040506", {1, INT_MIN}, 1, 1, 0, ""},
+        {"sums beyond int in between", "0102", {INT_MAX, 9, -INT_MAX, 1}, 3, 9, 1, ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.meaning);
         TxPackage frame;
         frame.setSectionSize(row.sizes);
         frame.setData(bytes(row.frame));
+        ASSERT_EQ(frame.numberOfSections(), row.sizes.size());
         EXPECT_EQ(frame.validSectionNumber(row.n), row.start != -1);
         EXPECT_EQ(frame.sectionStartIndex(row.n), row.start);
         EXPECT_EQ(frame.sectionSize(row.n), row.size);
