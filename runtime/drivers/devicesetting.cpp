@@ -1,4 +1,4 @@
-// The settings record of a port. It opens nothing and knows no protocol.
+// The settings record of a port.
 #include "drivers/devicesetting.h"
 
 #include "drivers/internal/dumpline.h"
@@ -6,9 +6,44 @@
 namespace
 {
 
+typedef QPair<QString, quint16> SocketEntry;
+
 /// Stands for the current entry wherever an index of the socket list is asked for.
 const int CurrentEntry = -1;
 const int NoEntry = -1;
+
+/// The entry that `index` names, or NoEntry.
+int entryOf(const DeviceSetting& setting, int index)
+{
+    const int entry = index == CurrentEntry ? setting.currentIPIndex : index;
+    return entry >= 0 && entry < setting.socketList.size() ? entry : NoEntry;
+}
+
+/// The port that a decimal text names, 0 for any other text. QString::toUShort would wrap a number
+/// above 32 bits in Qt 4 on a 32-bit machine.
+quint16 portIn(const QString& text)
+{
+    const qlonglong port = text.toLongLong();
+    return port >= 0 && port <= 0xFFFF ? static_cast<quint16>(port) : 0;
+}
+
+/// The entries up to the end of the list or of the stream. The list reader of Qt 4 would end
+/// without an error where the stream ends between two entries, and that of Qt 5 would make room for
+/// as many entries as a corrupt count tells.
+QList<SocketEntry> readEntries(QDataStream& in)
+{
+    QList<SocketEntry> entries;
+    quint32 count = 0;
+    in >> count;
+    for (quint32 i = 0; i < count; ++i) {
+        SocketEntry entry;
+        in >> entry;
+        if (in.status() != QDataStream::Ok)
+            break;
+        entries.append(entry);
+    }
+    return entries;
+}
 
 } // namespace
 
@@ -41,35 +76,35 @@ void DeviceSetting::setCurrentIPIndex(int index)
 
 QString DeviceSetting::socketIP(int index) const
 {
-    const int entry = entryOf(index);
+    const int entry = entryOf(*this, index);
     return entry == NoEntry ? QString() : socketList.at(entry).first;
 }
 
 quint16 DeviceSetting::port(int index) const
 {
-    const int entry = entryOf(index);
+    const int entry = entryOf(*this, index);
     return entry == NoEntry ? 0 : socketList.at(entry).second;
 }
 
 void DeviceSetting::setSocketIP(const QString& ip, int index)
 {
-    const int entry = entryOf(index);
+    const int entry = entryOf(*this, index);
     if (entry != NoEntry)
         socketList[entry].first = ip;
 }
 
 void DeviceSetting::setPort(quint16 port, int index)
 {
-    const int entry = entryOf(index);
+    const int entry = entryOf(*this, index);
     if (entry != NoEntry)
         socketList[entry].second = port;
 }
 
 void DeviceSetting::setSocketData(const QList<QPair<QString, QString>>& data)
 {
-    QList<QPair<QString, quint16>> entries;
+    QList<SocketEntry> entries;
     for (int i = 0; i < data.size(); ++i)
-        entries.append(qMakePair(data.at(i).first, data.at(i).second.toUShort()));
+        entries.append(qMakePair(data.at(i).first, portIn(data.at(i).second)));
     socketList = entries;
 }
 
@@ -88,13 +123,6 @@ void DeviceSetting::dump()
         .print();
 }
 
-/// The entry that `index` names, or NoEntry.
-int DeviceSetting::entryOf(int index) const
-{
-    const int entry = index == CurrentEntry ? currentIPIndex : index;
-    return entry >= 0 && entry < socketList.size() ? entry : NoEntry;
-}
-
 QDataStream& operator<<(QDataStream& out, const DeviceSetting& s)
 {
     return out << static_cast<qint32>(s.type) << s.string << s.baudrate << s.databits << s.stopbits
@@ -105,11 +133,10 @@ QDataStream& operator>>(QDataStream& in, DeviceSetting& s)
 {
     qint32 type = 0;
     qint32 storedIndex = 0;
-    QList<QPair<QString, quint16>> entries;
     in >> type >> s.string >> s.baudrate >> s.databits >> s.stopbits >> s.parity >> s.auxValue >>
-        s.linkID >> storedIndex >> entries;
+        s.linkID >> storedIndex;
     s.type = static_cast<device_type>(type);
-    s.socketList = entries;
+    s.socketList = readEntries(in);
     s.setCurrentIPIndex(storedIndex);
     return in;
 }

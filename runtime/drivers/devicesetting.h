@@ -1,5 +1,4 @@
 // The settings record of a port: its kind, name, line parameters and socket addresses.
-// It opens nothing and knows no protocol.
 #ifndef DRIVERS_DEVICESETTING_H
 #define DRIVERS_DEVICESETTING_H
 
@@ -53,9 +52,6 @@ public:
     qint32 linkID;     ///< link id in the project database, -1 when none is assigned
     qint32 currentIPIndex;
     QList<QPair<QString, quint16>> socketList; ///< IP address text and port number
-
-private:
-    int entryOf(int index) const;
 };
 
 /// The stored form: qint32 for every number, QString for the text, Qt's own form of the socket
@@ -63,7 +59,9 @@ private:
 DRIVER_KIT_EXPORT QDataStream& operator<<(QDataStream& out, const DeviceSetting& s);
 
 /// Reads the stored form. A stored current index that names no entry of the list just read leaves
-/// the record's own index as it was; `auxString` is left alone. Errors show in the stream's status.
+/// the record's own index as it was; `auxString` is left alone. Errors show in the stream's status:
+/// of a stream that ends early the record holds what came before, socket entries that came whole
+/// included.
 DRIVER_KIT_EXPORT QDataStream& operator>>(QDataStream& in, DeviceSetting& s);
 
 #endif

@@ -1,4 +1,4 @@
-// The settings record of a driver. It knows neither ports nor protocols.
+// The settings record of a driver.
 #include "drivers/driversetting.h"
 
 #include "drivers/internal/dumpline.h"

@@ -1,5 +1,4 @@
 // The settings record of a driver: time-out, retries, station number and delay.
-// It knows neither ports nor protocols.
 #ifndef DRIVERS_DRIVERSETTING_H
 #define DRIVERS_DRIVERSETTING_H
 

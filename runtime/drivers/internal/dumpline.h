@@ -1,5 +1,4 @@
 // One line of labelled values for the debug channel, the same whichever Qt builds it.
-// It knows no record.
 #ifndef DRIVERS_INTERNAL_DUMPLINE_H
 #define DRIVERS_INTERNAL_DUMPLINE_H
 

@@ -101,7 +101,7 @@ TEST(DeviceSetting, ReadsBackWhatItStored)
     EXPECT_EQ(read.auxString, "own");
 }
 
-TEST(DeviceSetting, StoredIndexThatNamesNoEntryIsPassedOver)
+TEST(DeviceSetting, IgnoresAStoredIndexWithoutEntry)
 {
     DeviceSetting lying = withSockets(0);
     lying.currentIPIndex = 5;
@@ -110,14 +110,24 @@ TEST(DeviceSetting, StoredIndexThatNamesNoEntryIsPassedOver)
     EXPECT_EQ(read.currentIPIndex, 1);
 }
 
-TEST(DeviceSetting, StreamThatEndsEarlyTellsSoAndKeepsWhatCame)
+TEST(DeviceSetting, TruncatedStreamIsReportedAndKeepsWhatCame)
 {
     const QByteArray whole = stored(withSockets(1));
     for (int length = 0; length < whole.size(); ++length) {
         DeviceSetting read(SerialPortDevice, "", 0, 0, 0, 0);
         EXPECT_EQ(restore(whole.left(length), read), QDataStream::ReadPastEnd) << length;
         EXPECT_EQ(read.baudrate, length >= 18 ? 1 : 0) << length; // 4 type, 4 + 6 name, 4 baud rate
+        EXPECT_EQ(read.socketList.size(), length >= 68 ? 1 : 0) << length; // 46 before, 22 an entry
     }
+}
+
+TEST(DeviceSetting, StoredCountOfEntriesIsNotBelieved)
+{
+    QByteArray bytes = stored(withSockets(1));
+    bytes.replace(42, 4, QByteArray::fromHex("0fffffff")); // 2 entries
+    DeviceSetting read = serialLine();
+    EXPECT_EQ(restore(bytes, read), QDataStream::ReadPastEnd);
+    EXPECT_EQ(read.socketList, withSockets(1).socketList);
 }
 
 TEST(DeviceSetting, SocketEntries)
@@ -130,7 +140,7 @@ TEST(DeviceSetting, SocketEntries)
         int port;
     } rows[] = {
         {"first", 0, 0, "10.0.0.1", 8501},   {"second", 0, 1, "10.0.0.2", 502},
-        {"current", 1, -1, "10.0.0.2", 502}, {"behind the end", 0, 2, "", 0},
+        {"current", 1, -1, "10.0.0.2", 502}, {"after the end", 0, 2, "", 0},
         {"below -1", 0, -2, "", 0},
     };
     for (const auto& row : rows) {
@@ -167,17 +177,22 @@ TEST(DeviceSetting, CurrentIndexIsOneOfTheEntries)
     EXPECT_EQ(setting.socketIP(-1), "");
 }
 
-TEST(DeviceSetting, PortTextsThatAreNone)
+TEST(DeviceSetting, InvalidPortTexts)
 {
     DeviceSetting setting = serialLine();
-    setting.setSocketData(
-        {{"a", "8501"}, {"b", "x"}, {"c", "65537"}, {"d", "-1"}, {"e", "65535"}, {"f", "0x10"}});
-    const QList<QPair<QString, quint16>> expected = {{"a", 8501}, {"b", 0},     {"c", 0},
-                                                     {"d", 0},    {"e", 65535}, {"f", 0}};
+    setting.setSocketData({{"a", "8501"},
+                           {"b", "x"},
+                           {"c", "65536"},
+                           {"d", "-1"},
+                           {"e", "65535"},
+                           {"f", "0x10"},
+                           {"g", "4294967297"}});
+    const QList<QPair<QString, quint16>> expected = {{"a", 8501},  {"b", 0}, {"c", 0}, {"d", 0},
+                                                     {"e", 65535}, {"f", 0}, {"g", 0}};
     EXPECT_EQ(setting.socketList, expected);
 }
 
-TEST(Dump, IsOneLineWithABlankBehindEveryItem)
+TEST(Dump, IsOneLineWithABlankAfterEveryItem)
 {
     EXPECT_EQ(dumped(DriverSetting(500, 3, 0, -7)),
               QStringList("timeout: 500 retry: 3 stationid: 0 delay: -7 "));
