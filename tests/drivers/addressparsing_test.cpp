@@ -1,8 +1,10 @@
 #include "drivers/tools.h"
 #include "support/bytes.h"
 
+#include <climits>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 TEST(AddressParsing, SplitsDeviceTexts)
 {
@@ -14,13 +16,21 @@ TEST(AddressParsing, SplitsDeviceTexts)
     } rows[] = {
         {"leading zeros belong to the number", "MR00015", 10, "MR", 15},
         {"underscore is part of the symbol", "AB_c12", 10, "AB_c", 12},
-        {"letter behind the number", "DM100A", 10, "DM", 0},
-        {"blank behind the number", "DM100 ", 10, "DM", 0},
+        {"letter after the number", "DM100A", 10, "DM", 0},
+        {"blank after the number", "DM100 ", 10, "DM", 0},
         {"a sign between symbol and number is skipped", "DM-5", 10, "DM", 5},
         {"a byte above 7F is no letter", "D\xC4\x31", 10, "D", 1},
+        {"greatest int", "T2147483647", 10, "T", INT_MAX},
         {"beyond int", "T2147483648", 10, "T", 0},
+        {"beyond 64 bits", "T18446744073709551617", 10, "T", 0},
+        {"no number", "DM", 10, "DM", 0},
+        {"octal", "X17", 8, "X", 15},
+        {"not an octal digit", "X18", 8, "X", 0},
         {"hexadecimal", "yf1", 16, "yf", 0xF1},
         {"hexadecimal, D of the symbol taken as digit", "DM1F", 16, "DM", 0},
+        {"hexadecimal with a prefix", "H0x1f", 16, "H", 31},
+        {"prefix without a number", "H0x", 16, "H", 0},
+        {"prefix in base 10", "H0x1", 10, "H", 0},
         {"base 2", "X1", 2, "X", -1},
     };
     for (const auto& row : rows) {
@@ -32,11 +42,28 @@ TEST(AddressParsing, SplitsDeviceTexts)
     }
 }
 
+TEST(AddressParsing, ANumberEndsWithTheTextNotAtAZeroByte)
+{
+    EXPECT_EQ(ExtractPLCDeviceAddress(QByteArray("DM1\0", 4), 10), 0);
+}
+
 TEST(RotateArray, ExchangesTwoBlocks)
 {
-    std::string characters = "12345";
-    RotateArray(&characters[0], 2, 3);
-    EXPECT_EQ(characters, "34512");
-    RotateArray(&characters[0], -1, 3);
-    EXPECT_EQ(characters, "34512");
+    // Few bytes are set aside while the others move, so both sides of that size count.
+    for (const int m : {-1, 0, 1, 64, 65, 200}) {
+        for (const int k : {-1, 0, 1, 64, 65, 200}) {
+            SCOPED_TRACE(testing::Message() << m << " and " << k);
+            std::string characters;
+            for (int i = 0; i < m + k; ++i)
+                characters += static_cast<char>(i);
+            std::vector<int> numbers(characters.begin(), characters.end());
+            std::string wanted = characters;
+            if (m > 0 && k > 0)
+                wanted = characters.substr(size_t(m)) + characters.substr(0, size_t(m));
+            RotateArray(&characters[0], m, k);
+            EXPECT_EQ(characters, wanted);
+            RotateArray(numbers.data(), m, k);
+            EXPECT_EQ(std::string(numbers.begin(), numbers.end()), wanted);
+        }
+    }
 }

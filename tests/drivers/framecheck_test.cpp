@@ -37,7 +37,9 @@ TEST(HexText, ShowsBytes)
 {
     EXPECT_EQ(dumpByteArray(bytes("41 42 0A")), QString("(0X41 0X42 0Xa ) : AB\n"));
     EXPECT_EQ(dumpByteArray(bytes("41 00 42")), QString("(0X41 0X0 0X42 ) : A"));
-    EXPECT_EQ(dumpByteArray(bytes("FF")), QString("(0Xff ) : ") + QChar(0xFF));
+    EXPECT_EQ(dumpByteArray(bytes("0F 10 FF")),
+              QString("(0Xf 0X10 0Xff ) : \xF\x10") + QChar(0xFF));
+    EXPECT_EQ(dumpByteArray(QByteArray()), QString("() : "));
     EXPECT_EQ(dumpByteArray(QByteArray::fromRawData("ABC", 2)), QString("(0X41 0X42 ) : AB"));
 }
 
@@ -69,9 +71,22 @@ TEST(Platform, TellsWhichProcessesRun)
         _exit(0);
     ASSERT_EQ(waitpid(ended, nullptr, 0), ended);
     const long long own = getpid();
-    const pid_t init = 1; // most users may not signal it
     EXPECT_TRUE(ProcessIsRunning(own));
-    EXPECT_TRUE(ProcessIsRunning(init));
     for (const long long none : {static_cast<long long>(ended), 0ll, -1ll, own + (1ll << 32)})
         EXPECT_FALSE(ProcessIsRunning(none)) << none;
+}
+
+TEST(Platform, ProcessesOfOtherUsersRunToo)
+{
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child == 0) {
+        const uid_t other = 65534;
+        if (setuid(other) != 0) // only root may; for everyone else init is another user's
+            _exit(ProcessIsRunning(1) ? 0 : 1);
+        _exit(kill(parent, 0) != 0 && ProcessIsRunning(parent) ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }

@@ -1,5 +1,4 @@
-// Turns round the bytes of every element of a block, for the library's own sources.
-// It knows neither formats nor byte arrays. Nothing here is part of the kit that other drivers see.
+// Reverses the bytes of every element of a block, for the library's own sources.
 #ifndef DRIVERS_INTERNAL_BYTESWAP_H
 #define DRIVERS_INTERNAL_BYTESWAP_H
 

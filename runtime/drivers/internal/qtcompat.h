@@ -1,5 +1,4 @@
 // What differs between Qt 4.8 on the panel and Qt 5.15 on a desktop, for the library's own sources.
-// Nothing here is part of the kit that other drivers see.
 #ifndef DRIVERS_INTERNAL_QTCOMPAT_H
 #define DRIVERS_INTERNAL_QTCOMPAT_H
 
@@ -10,14 +9,15 @@
 namespace qtcompat
 {
 
+// A length of -1 stands for a text that a zero byte ends.
 #if QT_VERSION < 0x050000
 inline QByteArray toAscii(const QString& text)
 {
     return text.toAscii();
 }
-inline QString fromAscii(const char* text)
+inline QString fromAscii(const char* text, int length = -1)
 {
-    return QString::fromAscii(text);
+    return QString::fromAscii(text, length);
 }
 #else
 // Qt 5 took the ASCII conversions away; without a codec of the runtime's own they were Latin-1.
@@ -25,16 +25,16 @@ inline QByteArray toAscii(const QString& text)
 {
     return text.toLatin1();
 }
-inline QString fromAscii(const char* text)
+inline QString fromAscii(const char* text, int length = -1)
 {
-    return QString::fromLatin1(text);
+    return QString::fromLatin1(text, length);
 }
 #endif
 
 /// Sleeps the calling thread. A pause of 0 or less returns at once.
 inline void sleepMs(int milliseconds)
 {
-    // Qt 4 protects QThread::msleep; a class of the family may call it.
+    // Qt 4 protects QThread::msleep; a derived class may call it.
     struct Sleeper : QThread {
         using QThread::msleep;
     };

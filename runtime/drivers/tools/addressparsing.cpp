@@ -1,9 +1,11 @@
 // Symbol and number of a device text. Neither looks at where the other ends.
 #include "drivers/tools/addressparsing.h"
 
+#include "drivers/internal/digits.h"
 #include "drivers/internal/qtcompat.h"
 
 #include <cctype>
+#include <climits>
 
 namespace
 {
@@ -13,28 +15,42 @@ bool isSymbolCharacter(char c)
     return c == '_' || std::isalpha(static_cast<unsigned char>(c));
 }
 
-/// The digits of a base in both cases, or null for a base that device texts do not use.
-const char* digitsOf(int base)
+bool isDigitOf(int base, char c)
 {
-    switch (base) {
-    case 8:
-        return "01234567";
-    case 10:
-        return "0123456789";
-    case 16:
-        return "0123456789ABCDEFabcdef";
-    default:
-        return nullptr;
-    }
+    const int value = digits::valueOf(c);
+    return value != digits::NoDigit && value < base;
 }
 
-/// The position of the first of `digits` in the text, the text's length when it has none.
-int startOfNumber(const QByteArray& text, const QByteArray& digits)
+/// The position of the first digit of the base, the text's length when it has none.
+int startOfNumber(const QByteArray& text, int base)
 {
     int start = 0;
-    while (start < text.size() && !digits.contains(text.at(start)))
+    while (start < text.size() && !isDigitOf(base, text.at(start)))
         ++start;
     return start;
+}
+
+/// Hexadecimal numbers may begin with 0x, which is no part of their value.
+bool hasHexPrefix(const QByteArray& text, int start)
+{
+    return start + 1 < text.size() && text.at(start) == '0' &&
+           (text.at(start + 1) == 'x' || text.at(start + 1) == 'X');
+}
+
+/// The number that runs from `start` to the end of the text; 0 when anything else stands there or
+/// when it does not fit an int. QByteArray::toInt would do, but the one of Qt 5 passes over blanks
+/// at the end and stops at a zero byte.
+int numberFrom(const QByteArray& text, int start, int base)
+{
+    qint64 number = 0;
+    for (int i = start; i < text.size(); ++i) {
+        if (!isDigitOf(base, text.at(i)))
+            return 0;
+        number = number * base + digits::valueOf(text.at(i));
+        if (number > INT_MAX)
+            return 0;
+    }
+    return static_cast<int>(number);
 }
 
 } // namespace
@@ -54,14 +70,11 @@ QByteArray ExtractPrefixSymbol(const QString& text)
 
 int ExtractPLCDeviceAddress(const QByteArray& text, int base)
 {
-    const char* const digits = digitsOf(base);
-    if (!digits)
+    if (base != 10 && base != 16 && base != 8)
         return -1;
-    // The conversion of Qt 5 passes over blanks at the end and stops at a NUL; neither belongs to a
-    // number.
-    const QByteArray number = text.mid(startOfNumber(text, digits));
-    const bool wholeText = !number.contains('\0') && number.trimmed().size() == number.size();
-    return wholeText ? number.toInt(nullptr, base) : 0;
+    const int start = startOfNumber(text, base);
+    const bool prefixed = base == 16 && hasHexPrefix(text, start);
+    return numberFrom(text, prefixed ? start + 2 : start, base);
 }
 
 int ExtractPLCDeviceAddress(const QString& text, int base)

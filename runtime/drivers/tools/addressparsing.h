@@ -1,6 +1,5 @@
-// Splits a device text such as DM100 into its symbol and its number.
-// It knows no controller: which symbols exist, and in which base they count, is the driver's to
-// say.
+// Splits a device text such as DM100 into its symbol and its number. Which symbols exist, and in
+// which base they count, is the driver's to say.
 #ifndef DRIVERS_TOOLS_ADDRESSPARSING_H
 #define DRIVERS_TOOLS_ADDRESSPARSING_H
 
@@ -18,9 +17,8 @@ DRIVER_KIT_EXPORT QByteArray ExtractPrefixSymbol(const QByteArray& text);
 /// In base 16 the letters A to F are digits, also those of a symbol: H1F gives 31, DM1F gives 0.
 ///
 /// base   10, 16 or 8; any other gives -1
-/// Returns 0, not to be told from a real 0, when there is no number, when anything stands behind
-/// it,
-///         or when it does not fit an int.
+/// Returns 0, which cannot be told from a real 0, when there is no number, when anything follows
+///         it, or when it does not fit an int.
 DRIVER_KIT_EXPORT int ExtractPLCDeviceAddress(const QString& text, int base);
 DRIVER_KIT_EXPORT int ExtractPLCDeviceAddress(const QByteArray& text, int base);
 

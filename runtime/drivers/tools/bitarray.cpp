@@ -3,6 +3,7 @@
 
 #include "drivers/tools/rotatearray.h"
 
+#include <QtEndian>
 #include <QtGlobal>
 #include <algorithm>
 #include <climits>
@@ -91,8 +92,8 @@ void mergeBits(Byte* byte, int bits, int mask)
     *byte = static_cast<Byte>((*byte & ~mask) | (bits & mask));
 }
 
-/// Copies `count` bits, 1 or more, from bit 0 of `from` to bit `start` of `to`. When both are the
-/// same array and start is 8 or more, each byte is read after it was written.
+/// Copies `count` bits, 1 or more, from bit 0 of `from` to bit `start` of `to`. Within one array
+/// they must not reach `start`.
 void copyRun(Byte* to, const Byte* from, int start, int count)
 {
     const int up = start % BitsPerByte;
@@ -114,17 +115,24 @@ void copyRun(Byte* to, const Byte* from, int start, int count)
     mergeBits(target + last, top | from[last - 1] >> down, lastMask);
 }
 
-/// Repeats the `period` bits at the start of the array, 1 or more, over the `count` bits behind
-/// them.
-void repeatBits(Byte* bits, int period, int count)
+/// The eight bits from bit n on, all of which `bits` holds.
+Byte byteAtBit(const Byte* bits, unsigned n)
 {
-    // Below 8 bits a byte would depend on itself. Bits that repeat every `period` bits also repeat
-    // every `period` bytes, and the first so many bytes are soon filled bit by bit.
-    const int single = period < BitsPerByte ? qMin(count, (BitsPerByte - 1) * period) : 0;
-    for (int i = 0; i < single; ++i)
-        setBit(bits, period + i, getBit(bits, i));
-    if (count > single)
-        copyRun(bits, bits, period + single, count - single);
+    const Byte* const from = bits + n / BitsPerByte;
+    const unsigned down = n % BitsPerByte;
+    if (down == 0)
+        return *from;
+    return static_cast<Byte>(from[0] >> down | from[1] << (BitsPerByte - down));
+}
+
+/// Makes four bytes, 0 or 1 each, of four bits, the lowest first.
+void expandFour(Byte* to, unsigned fourBits)
+{
+    // The product holds bit i of the four at bit i + 7j for every j from 0 to 3. Those at the start
+    // of a byte, bit 8i, have j = i.
+    const unsigned onesAtBytes = 0x01010101, timesAtEverySeventhBit = 0x00204081;
+    const quint32 expanded = fourBits * timesAtEverySeventhBit & onesAtBytes;
+    qToLittleEndian(expanded, to);
 }
 
 /// Shifts `size` bytes, 1 or more, towards bit 0 by 1 to 7 bits.
@@ -258,8 +266,14 @@ QByteArray ExpandBitsToBytes(const QByteArray& bits, unsigned short start, int c
     QByteArray expanded(count, '\0');
     const Byte* const from = bytesOf(bits);
     Byte* const to = writableBytesOf(expanded);
-    for (unsigned i = 0; i < static_cast<unsigned>(count); ++i) {
-        const unsigned n = start + i;
+    const int inEights = count - count % BitsPerByte;
+    for (int i = 0; i < inEights; i += BitsPerByte) {
+        const unsigned eightBits = byteAtBit(from, start + static_cast<unsigned>(i));
+        expandFour(to + i, eightBits & 0xF);
+        expandFour(to + i + 4, eightBits >> 4);
+    }
+    for (int i = inEights; i < count; ++i) {
+        const unsigned n = start + static_cast<unsigned>(i);
         to[i] = from[n / BitsPerByte] >> (n % BitsPerByte) & 1;
     }
     return expanded;
@@ -271,15 +285,17 @@ void CopyBits(QByteArray& dst, QByteArray& src, int dstStart, int count)
         return;
     if (dstStart < 0 || count - 1 > INT_MAX - dstStart)
         return;
-    const bool withinOneArray = &dst == &src;
-    if (withinOneArray && dstStart == 0)
+    // Within one array a bit at or above dstStart is a copy before it is copied, so the first
+    // dstStart bits repeat.
+    const int period = &dst == &src ? qMin(dstStart, count) : count;
+    if (period == 0)
         return;
     growToHold(dst, dstStart + count - 1);
     Byte* const to = writableBytesOf(dst);
-    if (withinOneArray)
-        repeatBits(to, dstStart, count);
-    else
-        copyRun(to, bytesOf(src), dstStart, count);
+    const Byte* const from = bytesOf(src);
+    copyRun(to, from, dstStart, period);
+    for (int done = period; done < count; done += period)
+        copyRun(to, from, dstStart + done, qMin(period, count - done));
 }
 
 void RightShiftNBits(QByteArray& bits, int n)

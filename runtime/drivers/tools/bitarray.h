@@ -1,5 +1,4 @@
 // Single bits of integers, bit arrays packed into bytes, and the units that cover a run of bits.
-// It knows no device and no request.
 //
 // Bit 0 is the least significant bit. In a packed array bit n is bit n % 8 of byte n / 8. In an
 // expanded array each bit is a byte of its own, 0 or 1. A number or count that is negative or
@@ -34,7 +33,7 @@ DRIVER_KIT_EXPORT bool getBit(const unsigned char* bits, int n);
 DRIVER_KIT_EXPORT void setBit(QByteArray& bits, int n, bool on);
 DRIVER_KIT_EXPORT void setBit(unsigned char* bits, int n, bool on);
 
-// How many bytes, words or double words a read from bit 0 on needs to cover bitCount bits behind
+// How many bytes, words or double words a read from bit 0 on needs to cover bitCount bits after
 // bitOffset others; the sum of the two wraps at 2^32. Then, how many larger units hold some bytes.
 
 DRIVER_KIT_EXPORT unsigned NumOfBitsToNumOfBytes(unsigned bitOffset, unsigned bitCount);

@@ -1,30 +1,33 @@
 // Hexadecimal texts, read and written.
 #include "drivers/tools/hextext.h"
 
+#include "drivers/internal/digits.h"
 #include "drivers/internal/qtcompat.h"
+
+#include <climits>
+#include <cstring>
 
 namespace
 {
 
-const int NoDigit = -1;
-
-int digitValue(char c)
+/// Writes "0X1f " and the like, without leading zeros. Returns where the text ends.
+char* writeByte(char* to, unsigned char byte)
 {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return NoDigit;
+    static const char hexadecimal[] = "0123456789abcdef";
+    *to++ = '0';
+    *to++ = 'X';
+    if (byte > 0xF)
+        *to++ = hexadecimal[byte >> 4];
+    *to++ = hexadecimal[byte & 0xF];
+    *to++ = ' ';
+    return to;
 }
 
-/// The bytes up to the first zero byte. A copy, because an array may wrap a buffer that no zero
-/// byte ends.
-QByteArray textPart(const QByteArray& bytes)
+/// Writes the text without its zero byte. Returns where it ends.
+char* writeText(char* to, const char* text, size_t length)
 {
-    const uint length = qstrnlen(bytes.constData(), static_cast<uint>(bytes.size()));
-    return QByteArray(bytes.constData(), static_cast<int>(length));
+    std::memcpy(to, text, length);
+    return to + length;
 }
 
 } // namespace
@@ -34,8 +37,8 @@ unsigned int HexToUInt(const char* text, int len)
     const bool prefixed = len >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     unsigned int value = 0;
     for (int i = prefixed ? 2 : 0; i < len && text[i] != '\0'; ++i) {
-        const int digit = digitValue(text[i]);
-        if (digit == NoDigit)
+        const int digit = digits::valueOf(text[i]);
+        if (digit == digits::NoDigit)
             return 0;
         value = value << 4 | static_cast<unsigned int>(digit);
     }
@@ -44,10 +47,17 @@ unsigned int HexToUInt(const char* text, int len)
 
 QString dumpByteArray(const QByteArray& bytes)
 {
-    QString line = QLatin1String("(");
-    for (int i = 0; i < bytes.size(); ++i) {
-        const uint value = static_cast<unsigned char>(bytes.at(i));
-        line += QLatin1String("0X") + QString::number(value, 16) + QLatin1Char(' ');
-    }
-    return line + QLatin1String(") : ") + qtcompat::fromAscii(textPart(bytes).constData());
+    const int frameSize = 5;   // the brackets, the colon and its blanks
+    const int mostPerByte = 6; // five characters in hexadecimal and one as text
+    if (bytes.size() > (INT_MAX - frameSize) / mostPerByte)
+        return QString(); // no text can be as long
+    QByteArray line(frameSize + mostPerByte * bytes.size(), Qt::Uninitialized);
+    char* to = line.data();
+    *to++ = '(';
+    for (int i = 0; i < bytes.size(); ++i)
+        to = writeByte(to, static_cast<unsigned char>(bytes.at(i)));
+    to = writeText(to, ") : ", 4);
+    to = writeText(to, bytes.constData(),
+                   qstrnlen(bytes.constData(), static_cast<uint>(bytes.size())));
+    return qtcompat::fromAscii(line.constData(), static_cast<int>(to - line.constData()));
 }

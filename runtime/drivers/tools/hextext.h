@@ -1,5 +1,4 @@
 // Hexadecimal texts: a parser, and the form in which logs show bytes.
-// It knows no protocol and no log.
 #ifndef DRIVERS_TOOLS_HEXTEXT_H
 #define DRIVERS_TOOLS_HEXTEXT_H
 
@@ -15,8 +14,8 @@
 ///         digits in it.
 DRIVER_KIT_EXPORT unsigned int HexToUInt(const char* text, int len);
 
-/// The bytes on one line: 41 42 0A gives "(0X41 0X42 0Xa ) : AB" and the line feed. The text behind
-/// the colon ends at the first zero byte.
+/// The bytes on one line: 41 42 0A gives "(0X41 0X42 0Xa ) : AB" and the line feed. The text after
+/// the colon ends at the first zero byte. Empty for an array whose line no QString could hold.
 DRIVER_KIT_EXPORT QString dumpByteArray(const QByteArray& bytes);
 
 #endif

@@ -1,5 +1,4 @@
-// Exchanges two neighbouring blocks of an array in place.
-// It knows nothing of what the elements mean and allocates nothing.
+// Exchanges two neighbouring blocks of an array in place, allocating nothing.
 #ifndef DRIVERS_TOOLS_ROTATEARRAY_H
 #define DRIVERS_TOOLS_ROTATEARRAY_H
 
@@ -7,7 +6,7 @@
 
 #include <algorithm>
 
-/// Brings the k elements behind the first m to the front, each block in its own order:
+/// Brings the k elements after the first m to the front, each block in its own order:
 /// 1 2 3 4 5 with m = 2 and k = 3 becomes 3 4 5 1 2.
 ///
 /// a      at least m + k elements
@@ -15,17 +14,15 @@
 template <typename T>
 DRIVER_KIT_EXPORT void RotateArray(T* a, int m, int k)
 {
-    if (m <= 0 || k <= 0)
-        return;
-    T* const middle = a + m;
-    T* const end = middle + k;
-    std::reverse(a, middle);
-    std::reverse(middle, end);
-    std::reverse(a, end);
+    if (m > 0 && k > 0)
+        std::rotate(a, a + m, a + m + k);
 }
 
-// These two live in the library; other element types are instantiated where they are used.
-extern template void RotateArray<char>(char* a, int m, int k);
-extern template void RotateArray<unsigned char>(unsigned char* a, int m, int k);
+// Bytes are moved in blocks. These two live in the library; other element types are instantiated
+// where they are used.
+template <>
+DRIVER_KIT_EXPORT void RotateArray<char>(char* a, int m, int k);
+template <>
+DRIVER_KIT_EXPORT void RotateArray<unsigned char>(unsigned char* a, int m, int k);
 
 #endif
