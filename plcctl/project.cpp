@@ -53,7 +53,7 @@ Failure noLink(const std::string& place, const std::string& directory)
 Project::Project(const std::string& directory)
     : m_directory(directory)
 {
-    const QString file = GetDatabaseName(QString::fromStdString(directory));
+    const QString file = projectfiles::databaseName(QString::fromStdString(directory));
     if (!QFileInfo(file).isFile())
         throw Failure(CannotOpen, "there is no project database " + file.toStdString(),
                       "--project names the directory that holds compile/database/database.");

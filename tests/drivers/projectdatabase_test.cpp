@@ -143,10 +143,11 @@ TEST(ProjectPaths, LeaveOutWhatDoesNotExist)
 {
     const QTemporaryDir program;
     const QDir directory(program.path());
-    EXPECT_EQ(GetDatabaseName(program.path()), directory.filePath("database"));
+    EXPECT_EQ(projectfiles::databaseName(program.path()), directory.filePath("database"));
     for (const char* made : {"database", "compile", "compile/database"}) {
         ASSERT_TRUE(directory.mkpath(made));
-        EXPECT_EQ(GetDatabaseName(program.path()), directory.filePath(made) + "/database");
+        EXPECT_EQ(projectfiles::databaseName(program.path()),
+                  directory.filePath(made) + "/database");
     }
-    EXPECT_EQ(GetCompilePath(program.path()), QDir(directory.filePath("compile")));
+    EXPECT_EQ(projectfiles::compilePath(program.path()), QDir(directory.filePath("compile")));
 }

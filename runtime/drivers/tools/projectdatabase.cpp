@@ -70,28 +70,28 @@ bool isPlainAddress(const QString& ip)
 
 } // namespace
 
-QDir GetCompilePath()
-{
-    return GetCompilePath(QCoreApplication::applicationDirPath());
-}
-
-QDir GetCompilePath(const QString& programDirectory)
+QDir projectfiles::compilePath(const QString& programDirectory)
 {
     QDir dir(programDirectory);
     enterIfThere(dir, COMPILE_PATH);
     return dir;
 }
 
-QString GetDatabaseName()
+QString projectfiles::databaseName(const QString& programDirectory)
 {
-    return GetDatabaseName(QCoreApplication::applicationDirPath());
-}
-
-QString GetDatabaseName(const QString& programDirectory)
-{
-    QDir dir = GetCompilePath(programDirectory);
+    QDir dir = compilePath(programDirectory);
     enterIfThere(dir, DATABASE_PATH);
     return dir.absoluteFilePath(QLatin1String(DatabaseFile));
+}
+
+QDir GetCompilePath()
+{
+    return projectfiles::compilePath(QCoreApplication::applicationDirPath());
+}
+
+QString GetDatabaseName()
+{
+    return projectfiles::databaseName(QCoreApplication::applicationDirPath());
 }
 
 int DevStrToHmiPort(const QString& dev_str)

@@ -1,5 +1,5 @@
-// Finds the compiled project beside the program, and links and stations in its database.
-// It knows the tables LINK and NODE, and neither the kind of database nor who opened it.
+// Finds the compiled project beside the program, and links and stations in the tables LINK and NODE
+// of its database, whatever kind of database that is.
 #ifndef DRIVERS_TOOLS_PROJECTDATABASE_H
 #define DRIVERS_TOOLS_PROJECTDATABASE_H
 
@@ -18,15 +18,21 @@ struct LinkIdStationId {
     quint8 stationId; ///< NODE.STATIONID
 };
 
-/// The program's directory, or COMPILE_PATH in it where that exists. For a project of another
-/// program `programDirectory` says where that lies.
+/// The program's directory, or COMPILE_PATH in it where that exists.
 DRIVER_KIT_EXPORT QDir GetCompilePath();
-DRIVER_KIT_EXPORT QDir GetCompilePath(const QString& programDirectory);
 
 /// The absolute path of the file "database" in DATABASE_PATH of the compile directory; a directory
 /// that does not exist is left out.
 DRIVER_KIT_EXPORT QString GetDatabaseName();
-DRIVER_KIT_EXPORT QString GetDatabaseName(const QString& programDirectory);
+
+/// The same two for the project of another program.
+namespace projectfiles
+{
+
+DRIVER_KIT_EXPORT QDir compilePath(const QString& programDirectory);
+DRIVER_KIT_EXPORT QString databaseName(const QString& programDirectory);
+
+} // namespace projectfiles
 
 /// The HMI port number of a port name: 2000 for every name that begins with ETHERNET in any case,
 /// 999 + n for a name that ends in the decimal number n, such as COM1. An n too large counts as 0.
