@@ -1,5 +1,5 @@
-// The whole driver toolkit in one include: free functions that any driver may call.
-// It knows no controller, opens no port and keeps nothing between two calls.
+// The whole driver toolkit in one include: free functions that any driver may call. None of them
+// opens a port or keeps anything between two calls.
 #ifndef DRIVERS_TOOLS_H
 #define DRIVERS_TOOLS_H
 

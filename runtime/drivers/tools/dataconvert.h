@@ -1,5 +1,5 @@
 // Turns the little-endian byte arrays of the runtime into the forms that protocols want, and back.
-// It knows no protocol and no request. Bytes that padding adds are zero and stand at the end.
+// Bytes that padding adds are zero and stand at the end.
 #ifndef DRIVERS_TOOLS_DATACONVERT_H
 #define DRIVERS_TOOLS_DATACONVERT_H
 

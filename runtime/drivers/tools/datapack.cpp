@@ -20,7 +20,7 @@ enum class Kind {
 
 enum class Order { Little, Big };
 
-/// Whether a letter may stand behind a count.
+/// Whether a letter may follow a count.
 enum class Run { Allowed, Refused };
 
 /// What one letter of a format stands for.
@@ -192,8 +192,8 @@ void unpackValue(const unsigned char* from, const Field& field, Arguments& targe
         *targets.pointer<unsigned int>() = loadAs<quint32>(from, field.order);
 }
 
-/// Copies a run and turns its elements round where the field is big-endian; the same in both
-/// directions.
+/// Copies a run and reverses the bytes of its elements where the field is big-endian; the same in
+/// both directions.
 void copyRun(unsigned char* to, const unsigned char* from, const Field& field, int count)
 {
     std::memcpy(to, from, static_cast<size_t>(count) * static_cast<size_t>(field.width));

@@ -1,6 +1,5 @@
 // Builds binary records and takes them apart by format texts such as "vN4C", one letter a field.
-// It knows no protocol, and not how long the caller's buffers are: they must hold what the format
-// describes.
+// Nothing here knows how long the caller's buffers are: they must hold what the format describes.
 //
 // A format is items without anything between them; an item is a letter for one value, or a decimal
 // count and a letter for a run of elements in the caller's memory. Arguments come in the order of

@@ -1,5 +1,4 @@
 // What drivers ask of the operating system: a pause, a steady clock, whether a process lives.
-// It knows no driver and no port.
 #ifndef DRIVERS_TOOLS_PLATFORM_H
 #define DRIVERS_TOOLS_PLATFORM_H
 
