@@ -27,6 +27,9 @@ TEST(TxPackage, EachAppendAddsOneSection)
     package.clearAll();
     EXPECT_EQ(package.totalSize(), 0);
     EXPECT_EQ(package.numberOfSections(), 0);
+    package.appendByte(0x01);
+    package.appendByte(0x02);
+    EXPECT_EQ(package.dataAt(1), bytes("02"));
 }
 
 TEST(TxPackage, LooksAtFrames)
@@ -84,6 +87,8 @@ TEST(TxPackage, FindsSectionsByEntriesAndStoredLengths)
         {"stored length beyond the frame", "0209000000414243", {1, 4, -1}, 2, 5, 9, "414243"},
         {"negative stored length", "02FEFFFFFF414243", {1, 4, -1}, 2, 5, -2, ""},
         {"length section too short", "02030000414243", {1, 3, -1}, 2, 4, 0, ""},
+        {"frame ends with the length", "0204000000", {1, 4, -1}, 2, 5, 4, ""},
+        {"length before the frame", "0102030405060708", {1, -9, 4, -2}, 3, -4, 0, ""},
         {"frame ends in the length", "020300", {1, 4, -1}, 2, 5, 0, ""},
         {"placed by entries as stored", "02030000004142", {1, 4, -1, 2}, 3, 4, 2, "0041"},
         {"length of a length", "00050000000200000041", {1, 4, -1, -2}, 3, 4, 2, "0002"},
