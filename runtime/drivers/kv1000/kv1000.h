@@ -23,7 +23,7 @@ class DRIVER_KIT_EXPORT DriverKV1000 : public QObject, public DriverInterface
     Q_OBJECT
     Q_INTERFACES(DriverInterface)
 #if QT_VERSION >= 0x050000
-    Q_PLUGIN_METADATA(IID DriverInterface_iid)
+    Q_PLUGIN_METADATA(IID DriverInterface_iid FILE "kv1000.json")
 #endif
 
 public:
