@@ -1,0 +1,88 @@
+#include "bench/advice.h"
+
+#include "drivers/errortexts.h"
+
+#include <algorithm>
+
+namespace bench
+{
+
+namespace
+{
+
+/// How a driver's error text begins and what it means.
+struct Meaning {
+    const char* start;
+    FailureKind kind;
+    const char* advice;
+};
+
+// The first row that fits counts; the last one fits every text.
+const Meaning meanings[] = {
+    {errortext::ErrorReply, FailureKind::ControllerRefused,
+     "The line works, but the controller refused the command. Check that the device exists in this "
+     "controller, and the last one of the run too."},
+    {errortext::PacketLoss, FailureKind::NoReply,
+     "No complete reply came in time. Check cable, power and the line's settings (speed, parity), "
+     "or allow a longer time-out."},
+    {errortext::InvalidResponse, FailureKind::InvalidReply,
+     "Something answered, but not as this controller does. Check the port, the line's settings "
+     "(speed, parity), and that no other program uses the line."},
+    {errortext::InvalidAddress, FailureKind::WrongUsage,
+     "Nothing was sent. The driver knows no such device, or the run ends outside its area."},
+    {errortext::CantReadWord, FailureKind::WrongUsage,
+     "Nothing was sent. This area holds no numbers; try the type bool."},
+    {errortext::CantWriteWord, FailureKind::WrongUsage,
+     "Nothing was sent. This device takes no numbers; try the type bool."},
+    {errortext::CantWriteBit, FailureKind::WrongUsage,
+     "Nothing was written. This device has no single bits; try the type uint."},
+    {"", FailureKind::ControllerRefused, "The request failed; the driver says no more than this."},
+};
+
+bool startsWith(const std::string& text, const std::string& start)
+{
+    return text.compare(0, start.size(), start) == 0;
+}
+
+const Meaning& meaningOf(const std::string& errorText)
+{
+    return *std::find_if(std::begin(meanings), std::end(meanings),
+                         [&](const Meaning& row) { return startsWith(errorText, row.start); });
+}
+
+/// The meaning of the first number in an error reply, where the driver describes it.
+std::string replyMeaning(const std::string& errorText, const host::DriverDescription& description)
+{
+    if (!startsWith(errorText, errortext::ErrorReply))
+        return std::string();
+    const std::size_t first = errorText.find_first_of("0123456789");
+    // Longer numbers are no code, and would not fit an int.
+    const std::size_t end =
+        std::min(errorText.find_first_not_of("0123456789", first), errorText.size());
+    if (first == std::string::npos || end - first > 6)
+        return std::string();
+    const auto meaning = description.errors.find(std::stoi(errorText.substr(first, end - first)));
+    return meaning == description.errors.end() ? std::string() : meaning->second;
+}
+
+} // namespace
+
+Failure driverFailure(const std::string& errorText, const RequestContext& context)
+{
+    if (!isServed(context.device, context.direction)) {
+        const Failure refusal = notServed(context.device, context.direction);
+        return wrongUsage(errorText, std::string(refusal.what()) + ". " + refusal.advice());
+    }
+    const Meaning& meaning = meaningOf(errorText);
+    const std::string reply = replyMeaning(errorText, context.description);
+    if (!reply.empty())
+        return Failure(meaning.kind, errorText,
+                       "The line works, but the controller refused the command: " + reply + ".");
+    const bool isAddress = meaning.start == errortext::InvalidAddress;
+    const std::string range = isAddress && context.device.isDescribed()
+                                  ? rangeOf(*context.device.place.area)
+                                  : std::string();
+    return Failure(meaning.kind, errorText, meaning.advice + (range.empty() ? "" : " " + range));
+}
+
+} // namespace bench

@@ -1,0 +1,54 @@
+// What can go wrong at a bench: its kind, its text and the advice that goes with it.
+#ifndef BENCH_FAILURE_H
+#define BENCH_FAILURE_H
+
+#include <stdexcept>
+#include <string>
+
+namespace bench
+{
+
+/// The causes of failures. Scripts depend on the numbers, which are exit statuses; 0 is success.
+enum class FailureKind {
+    ControllerRefused = 1,
+    WrongUsage = 2, ///< refused before anything was sent, or a request that can never succeed
+    CannotOpen = 3, ///< a port, a plug-in or a file
+    NoReply = 4,
+    InvalidReply = 5,
+    Different = 6, ///< a value read back is not the one written
+};
+
+constexpr int FirstFailureKind = 1;
+constexpr int LastFailureKind = 6;
+
+/// What a program ends with after a failure of this kind.
+int exitStatus(FailureKind kind);
+
+/// The kind in words, such as "no reply".
+const char* nameOf(FailureKind kind);
+
+/// A failure on its way to a person.
+class Failure : public std::runtime_error
+{
+public:
+    /// text    what happened, without a full stop
+    /// advice  what to do about it, in a sentence or two; may be empty
+    Failure(FailureKind kind, const std::string& text, const std::string& advice = std::string());
+
+    FailureKind kind() const { return m_kind; }
+    const std::string& advice() const { return m_advice; }
+
+    /// The same failure with more text after its own.
+    Failure with(const std::string& detail) const;
+
+private:
+    FailureKind m_kind;
+    std::string m_advice;
+};
+
+/// A failure of kind WrongUsage.
+Failure wrongUsage(const std::string& text, const std::string& advice = std::string());
+
+} // namespace bench
+
+#endif

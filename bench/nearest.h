@@ -1,0 +1,23 @@
+// Words that a person may have meant.
+#ifndef BENCH_NEAREST_H
+#define BENCH_NEAREST_H
+
+#include <string>
+#include <vector>
+
+namespace bench
+{
+
+/// All words, those first that take the fewest typing errors to become `meant`: a letter too many,
+/// one missing, a wrong one, or two exchanged. Letter case does not count; equals keep their order.
+std::vector<std::string> nearestFirst(const std::string& meant, std::vector<std::string> words);
+
+/// The word that `meant` most likely was, or an empty text when all are too different.
+std::string nearest(const std::string& meant, const std::vector<std::string>& words);
+
+/// The words as a list, such as "DM, EM, FM and 3 more".
+std::string listed(const std::vector<std::string>& words, std::size_t most);
+
+} // namespace bench
+
+#endif

@@ -1,0 +1,67 @@
+// What is made of a driver's error text, and of mistyped words.
+#include "tests/bench/areas.h"
+
+#include "bench/advice.h"
+#include "bench/nearest.h"
+
+using namespace bench;
+
+namespace
+{
+
+TEST(Advice, FitsTextAndRequest)
+{
+    const struct {
+        const char* text;
+        const char* device;
+        Direction direction;
+        FailureKind kind;
+        const char* advice; ///< a part of it
+    } rows[] = {
+        {"packet loss", "DM1", Direction::Read, FailureKind::NoReply, "allow a longer time-out"},
+        {"packet loss: 0 of 5 bytes", "DM1", Direction::Read, FailureKind::NoReply, "cable"},
+        {"invalid response2", "MR1", Direction::Read, FailureKind::InvalidReply, "parity"},
+        {"invalid response2", "DM1:bool", Direction::Read, FailureKind::WrongUsage,
+         "DM1 can't be read as bool; it holds 16 bits. Type DM1:uint"},
+        {"Response During an Error:E1\r\n", "CTC1", Direction::Write, FailureKind::WrongUsage,
+         "Its set value is PCTC."},
+        {"Response During an Error:E1\r\n", "DM1", Direction::Read, FailureKind::ControllerRefused,
+         "Check that the device exists"},
+        {"Response During an Error: exception 2, bad", "DM1", Direction::Read,
+         FailureKind::ControllerRefused, "refused the command: there is no such device."},
+        {"Response During an Error:?", "DM1", Direction::Read, FailureKind::ControllerRefused,
+         "Check that the device exists"},
+        {"invalid device address: T400", "T400", Direction::Read, FailureKind::WrongUsage,
+         "Numbers go from 1 to 400."},
+        {"can't write bit to DM1", "MR1", Direction::Write, FailureKind::WrongUsage, "uint"},
+        {"something new", "DM1", Direction::Read, FailureKind::ControllerRefused, "no more"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        const host::DriverDescription& areas = tests::areas();
+        TypedDevice device = Devices(areas).parse(
+            std::string(row.device).substr(0, std::string(row.device).find(':')));
+        if (std::string(row.device).find(":bool") != std::string::npos)
+            device.type = typeNamed("bool");
+        const Failure failure = driverFailure(row.text, {areas, device, row.direction});
+        EXPECT_STREQ(failure.what(), row.text);
+        EXPECT_EQ(failure.kind(), row.kind);
+        EXPECT_NE(failure.advice().find(row.advice), std::string::npos) << failure.advice();
+    }
+}
+
+TEST(Nearest, IsWhatWasMeant)
+{
+    const std::vector<std::string> words = {"read", "write", "watch", "simulate"};
+    const struct {
+        const char* typed;
+        const char* meant;
+    } rows[] = {{"raed", "read"},        {"wirte", "write"}, {"WATCHS", "watch"},
+                {"simulat", "simulate"}, {"dump", ""},       {"x", ""}};
+    for (const auto& row : rows)
+        EXPECT_EQ(nearest(row.typed, words), row.meant) << row.typed;
+    EXPECT_EQ(listed({"a", "b", "c", "d"}, 2), "a, b and 2 more");
+    EXPECT_EQ(listed({"a", "b", "c"}, 2), "a, b, c");
+}
+
+} // namespace

@@ -1,0 +1,93 @@
+// What drivers say about their devices, and what the host says of a wrong description.
+#include "tests/bench/areas.h"
+
+#include "host/driverdescription.h"
+
+using namespace host;
+
+namespace
+{
+
+TEST(Description, IsReadFromPlugins)
+{
+    const struct {
+        const char* file;
+        const char* protocol;
+        std::size_t areas;
+        const char* letters; ///< of one area
+        Holds holds;
+        Numbering numbering;
+        bool writesBits;
+        bool writesWords;
+    } rows[] = {
+        {KV1000_DRIVER, "kv1000", 20, "DM", Holds::Word, Numbering::Decimal, false, true},
+        {KV1000_DRIVER, "kv1000", 20, "mr", Holds::Bit, Numbering::Channel, true, false},
+        {KV1000_DRIVER, "kv1000", 20, "T", Holds::Counter, Numbering::Decimal, true, true},
+        {KV1000_DRIVER, "kv1000", 20, "CTC", Holds::Counter, Numbering::Decimal, true, false},
+        {KV1000_DRIVER, "kv1000", 20, "CTH", Holds::Counter, Numbering::Decimal, false, true},
+        {KV1000_DRIVER, "kv1000", 20, "TS", Holds::DoubleWord, Numbering::Decimal, false, true},
+        {MODBUS_DRIVER, "modbusrtu", 2, "HR", Holds::Word, Numbering::Decimal, false, true},
+        {MODBUS_DRIVER, "modbusrtu", 2, "C", Holds::Bit, Numbering::Decimal, true, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.protocol) + " " + row.letters);
+        QString error;
+        const auto description = readDriverDescription(row.file, &error);
+        ASSERT_TRUE(description) << qPrintable(error);
+        EXPECT_EQ(description->protocol, row.protocol);
+        EXPECT_EQ(description->areas.size(), row.areas);
+        EXPECT_EQ(tests::refusal([&] { bench::Devices devices(*description); }), "");
+        const DeviceArea* const area = description->area(row.letters);
+        ASSERT_NE(area, nullptr);
+        EXPECT_EQ(area->holds, row.holds);
+        EXPECT_EQ(area->numbering, row.numbering);
+        EXPECT_EQ(area->write.has(DataBit), row.writesBits);
+        EXPECT_EQ(area->write.has(DataWord), row.writesWords);
+    }
+    QString error;
+    EXPECT_TRUE(readDriverDescription(DRIVER_WITHOUT_AREAS, &error)->areas.empty());
+}
+
+TEST(Description, NamesWhatIsWrong)
+{
+    const struct {
+        const char* json; ///< of the second area's row, or of the whole in braces
+        const char* error;
+    } rows[] = {
+        {R"({"devices": []})", "\"protocol\" is missing"},
+        {R"({"protocol": 5})", "\"protocol\" is not a text"},
+        {R"({"protocol": "p", "devices": {}})", "\"devices\" is not a list"},
+        {R"({"protocol": "p", "errors": {"E1": "bad"}})", "errors \"E1\" is not a number"},
+        {R"({"protocol": "p", "stationPrefix": {"first": 1}})",
+         "stationPrefix \"last\" is not a whole number"},
+        {R"("read": ["bits"])", "devices[1] \"read\" is not one of bit, byte, word, dword"},
+        {R"("write": ["byte"])", "devices[1] \"write\" is not complete: \"word\" is missing"},
+        {R"("holds": "bit", "read": ["bit", "word"])", "devices[1] \"read\" is not \"bit\" alone"},
+        {R"("letters": "dm")", "devices[1] \"letters\" is not made of capitals"},
+        {R"("letters": "A")", "devices[1] repeats the letters A"},
+        {R"("numbers": "octal")", "devices[1] \"numbers\" is not one of decimal, channel"},
+        {R"("first": 5, "last": 4)", "devices[1] \"first\" is above \"last\""},
+        {R"("last": 2.5)", "devices[1] \"last\" is not a whole number"},
+        {R"("reads": ["word"])", "devices[1] \"reads\" is unknown; known are letters"},
+    };
+    const std::string start = R"({"protocol": "p", "devices": [{"letters": "A", "name": "a",
+        "numbers": "decimal", "holds": "word", "type": "uint"}, {)";
+    const std::string fields[] = {R"("letters": "B")", R"("numbers": "decimal")",
+                                  R"("holds": "word")"};
+    for (const auto& row : rows) {
+        std::string json = row.json;
+        if (json.front() != '{') {
+            json = start + json + R"(, "name": "b", "type": "uint")";
+            for (const std::string& field : fields) {
+                const std::string key = field.substr(0, field.find(':'));
+                json += std::string(row.json).find(key) == std::string::npos ? ", " + field : "";
+            }
+            json += "}]}";
+        }
+        QString error;
+        EXPECT_FALSE(tests::describe(json.c_str(), &error)) << row.json;
+        EXPECT_EQ(error.toStdString().substr(0, std::string(row.error).size()), row.error);
+    }
+}
+
+} // namespace
