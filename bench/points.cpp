@@ -1,0 +1,216 @@
+#include "bench/points.h"
+
+#include "bench/internal/text.h"
+#include "bench/nearest.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+
+namespace bench
+{
+
+namespace
+{
+
+/// A scaled real has no more digits that mean something.
+constexpr int RealDigits = 7;
+
+/// Enough for factors and limits as people write them.
+constexpr int NumberDigits = 10;
+
+constexpr std::size_t MaxTagsListed = 5;
+
+const char* const Wildcards = "*?";
+
+double parseNumber(const std::string& text)
+{
+    const auto number = numberFrom(text);
+    if (!number)
+        throw wrongUsage("'" + text + "' is not a number; write 21.5 or -5");
+    return *number;
+}
+
+std::string limitText(const Point& point, double limit)
+{
+    const std::string number = shortText(limit, NumberDigits);
+    return point.unit.empty() ? number : number + " " + point.unit;
+}
+
+/// Fails where a number is outside the limits by more than `tolerance`.
+void checkLimits(const Point& point, double number, double tolerance, const std::string& text)
+{
+    if (point.max && number > *point.max + tolerance)
+        throw wrongUsage(point.name + ": " + text + " is above its maximum, " +
+                         limitText(point, *point.max));
+    if (point.min && number < *point.min - tolerance)
+        throw wrongUsage(point.name + ": " + text + " is below its minimum, " +
+                         limitText(point, *point.min));
+}
+
+/// How far a number may be off because the device holds only steps: far less than a step.
+double toleranceOf(const Point& point, double number)
+{
+    return point.device.type.kind == TypeKind::Real ? std::fabs(number) * 1e-6
+                                                    : std::fabs(point.scale.factor) * 1e-3;
+}
+
+Value unscaled(const Point& point, double number, const std::string& text)
+{
+    const double raw = (number - point.scale.offset) / point.scale.factor;
+    const auto real = static_cast<float>(raw);
+    if (point.device.type.kind == TypeKind::Real && std::isfinite(real))
+        return real;
+    // Far beyond any type, and still safe to round.
+    constexpr double Far = 1e15;
+    if (isWhole(point.device.type) && std::fabs(raw) < Far) {
+        if (const auto value = wholeValue(std::llround(raw), point.device.type))
+            return *value;
+    }
+    throw wrongUsage(point.name + ": " + text + " does not fit " + nameOf(point.device.type) +
+                     " with a factor of " + shortText(point.scale.factor, NumberDigits));
+}
+
+/// A wrong text for a device, when there are tags too: it may have been meant as either.
+Failure neitherTagNorDevice(const std::string& text, const std::vector<Point>& tags,
+                            const Failure& asDevice)
+{
+    std::vector<std::string> names;
+    for (const Point& tag : tags)
+        names.push_back(tag.name);
+    const std::string meant = nearest(text, names);
+    if (!meant.empty())
+        return wrongUsage("there is no tag '" + text + "'", "Type " + meant + "?");
+    return asDevice.with(", and there is no tag '" + text + "'");
+}
+
+std::vector<Point> matching(const std::string& pattern, const std::vector<Point>& tags)
+{
+    std::vector<Point> found;
+    std::vector<std::string> names;
+    for (const Point& tag : tags) {
+        names.push_back(tag.name);
+        if (matches(pattern, tag.name))
+            found.push_back(tag);
+    }
+    if (!found.empty())
+        return found;
+    throw wrongUsage("no tag matches '" + pattern + "'",
+                     tags.empty() ? "There is no tag file."
+                                  : "There are " +
+                                        listed(nearestFirst(pattern, names), MaxTagsListed) + ".");
+}
+
+} // namespace
+
+Point pointOf(const TypedDevice& device)
+{
+    Point point;
+    point.name = device.name;
+    point.device = device;
+    point.writable = isServed(device, Direction::Write);
+    return point;
+}
+
+std::optional<double> scaledNumber(const Point& point, const Value& value)
+{
+    double number = 0;
+    if (const auto* whole = std::get_if<std::int64_t>(&value))
+        number = static_cast<double>(*whole);
+    else if (const auto* real = std::get_if<float>(&value))
+        number = *real;
+    else
+        return std::nullopt;
+    return number * point.scale.factor + point.scale.offset;
+}
+
+std::string textOf(const Point& point, const Value& value, Notation notation)
+{
+    const Type& type = point.device.type;
+    const bool isReal = type.kind == TypeKind::Real;
+    const auto number = scaledNumber(point, value);
+    const bool isAsHeld = point.scale.isPlain() && !(isReal && point.decimals);
+    if (!number || isAsHeld || (notation == Notation::Hexadecimal && !isReal))
+        return textOf(value, type, notation);
+    if (!std::isfinite(*number))
+        return textOf(value, type, notation);
+    return point.decimals ? fixedText(*number, *point.decimals) : shortText(*number, RealDigits);
+}
+
+nlohmann::json jsonOf(const Point& point, const Value& value, Notation notation)
+{
+    const std::string text = textOf(point, value, notation);
+    if (text == textOf(value, point.device.type, notation))
+        return jsonOf(value, point.device.type, notation);
+    return parseNumber(text);
+}
+
+Value valueToWrite(const Point& point, const std::string& text)
+{
+    if (!isServed(point.device, Direction::Write))
+        throw notServed(point.device, Direction::Write);
+    if (!point.writable)
+        throw wrongUsage(point.name + " is not writable", "Its tag does not allow it.");
+    if (point.scale.isPlain()) {
+        const Value value = parseValue(text, point.device.type);
+        if (const auto number = scaledNumber(point, value))
+            checkLimits(point, *number, toleranceOf(point, *number), text);
+        return value;
+    }
+    const double number = parseNumber(text);
+    checkLimits(point, number, 0, text);
+    const Value value = unscaled(point, number, text);
+    const double rounded = *scaledNumber(point, value);
+    checkLimits(point, rounded, toleranceOf(point, rounded),
+                text + " (rounded to " + textOf(point, value) + ")");
+    return value;
+}
+
+bool matches(const std::string& pattern, const std::string& name)
+{
+    // Where to go on when the rest does not match: the last star takes one character more.
+    std::size_t star = std::string::npos, taken = 0;
+    std::size_t p = 0, n = 0;
+    while (n < name.size()) {
+        if (p < pattern.size() && pattern[p] == '*') {
+            star = p++;
+            taken = n;
+        } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
+            ++p;
+            ++n;
+        } else if (star != std::string::npos) {
+            p = star + 1;
+            n = ++taken;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of('*', p) == std::string::npos;
+}
+
+std::vector<Point> resolve(const std::string& text, const std::vector<Point>& tags,
+                           const Devices& devices, int count, std::optional<Type> defaultType)
+{
+    if (text.find_first_of(Wildcards) != std::string::npos)
+        return matching(text, tags);
+    const auto tag = std::find_if(tags.begin(), tags.end(),
+                                  [&](const Point& point) { return point.name == text; });
+    if (tag != tags.end()) {
+        if (count != 1)
+            throw wrongUsage("'" + text + "' is a tag and takes no count");
+        return {*tag};
+    }
+    try {
+        std::vector<Point> points;
+        for (const TypedDevice& device : devices.parseRun(text, count, defaultType))
+            points.push_back(pointOf(device));
+        return points;
+    } catch (const Failure& failure) {
+        if (tags.empty())
+            throw;
+        throw neitherTagNorDevice(text, tags, failure);
+    }
+}
+
+} // namespace bench
