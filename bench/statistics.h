@@ -1,0 +1,104 @@
+// Counts what came of requests and how long they took. It takes the same memory after a second and
+// after a month of watching, and has no clock of its own.
+#ifndef BENCH_STATISTICS_H
+#define BENCH_STATISTICS_H
+
+#include "bench/failure.h"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace bench
+{
+
+/// Durations in buckets that get wider as the durations get longer: exact below 128 µs, above it
+/// each bucket is at most 1/64 of its durations wide. What is longer than 71 minutes counts as
+/// that long.
+class LatencyHistogram
+{
+public:
+    using Duration = std::chrono::microseconds;
+
+    LatencyHistogram();
+
+    void add(Duration latency);
+
+    std::uint64_t count() const { return m_count; }
+    Duration max() const { return m_max; } ///< exact; 0 before the first
+
+    /// The least duration that at least this share of all does not exceed, or a longer one by up to
+    /// 1/64 (1.6 %). 0 before the first.
+    ///
+    /// share  above 0 and up to 1: 0.5 for the median
+    Duration quantile(double share) const;
+
+private:
+    std::vector<std::uint64_t> m_buckets;
+    std::uint64_t m_count = 0;
+    Duration m_max{0};
+};
+
+/// What a run came to. Durations are 0 where nothing was measured.
+struct Summary {
+    using Duration = std::chrono::microseconds;
+
+    std::uint64_t requests = 0; ///< succeeded and failed
+    std::uint64_t retries = 0;
+    std::array<std::uint64_t, LastFailureKind + 1> failures{}; ///< by FailureKind; 0 is unused
+    Duration p50{0};                                           ///< latencies of requests that
+    Duration p95{0};                                           ///< succeeded
+    Duration p99{0};
+    Duration max{0};
+    std::uint64_t rounds = 0;
+    Duration wantedInterval{0};
+    Duration achievedInterval{0}; ///< the mean; 0 before the second round
+    Duration longestInterval{0};
+
+    std::uint64_t failed() const;
+    std::uint64_t failuresOf(FailureKind kind) const { return failures[std::size_t(kind)]; }
+};
+
+class Statistics
+{
+public:
+    using Duration = std::chrono::microseconds;
+    using Time = std::chrono::steady_clock::time_point;
+
+    void addSuccess(Duration latency);
+    void addFailure(FailureKind kind);
+    void addRetries(std::uint64_t count) { m_summary.retries += count; }
+
+    /// The beginning of a round of requests, `wanted` after the one before.
+    void addRound(Time start, Duration wanted);
+
+    /// Rounds after a pause have no interval to the one before it.
+    void addPause() { m_hasRound = false; }
+
+    Summary summary() const;
+
+private:
+    Summary m_summary;
+    LatencyHistogram m_latencies;
+    bool m_hasRound = false;
+    Time m_lastRound;
+    std::uint64_t m_intervals = 0;
+    Duration m_allIntervals{0};
+};
+
+/// The summary for people, in lines without line ends. What was never counted is left out.
+std::vector<std::string> textLines(const Summary& summary);
+
+/// The summary as an object; durations are numbers of milliseconds, failures an object by kind.
+nlohmann::json toJson(const Summary& summary);
+
+/// A duration with a unit that suits it: "850 µs", "4.2 ms", "1.30 s".
+std::string durationText(std::chrono::microseconds duration);
+
+} // namespace bench
+
+#endif
