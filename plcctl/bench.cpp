@@ -82,6 +82,21 @@ void refuseControllerOptions(const ControllerOptions& controller)
         throw Failure(WrongUsage, "--fault and --set are for --port sim only");
 }
 
+/// Makes the built-in controller that the driver speaks to, and tells the person that it is one.
+std::unique_ptr<SimulatedController> builtInController(const std::string& driverName,
+                                                       const ControllerOptions& options)
+{
+    const std::optional<std::string> protocol = protocolOfDriver(driverName);
+    if (!protocol)
+        throw Failure(WrongUsage, "no simulated controller speaks to the driver '" + driverName +
+                                      "'; --port is needed");
+    auto controller = std::make_unique<SimulatedController>(*protocol, options);
+    std::fprintf(stderr,
+                 "using the built-in simulated controller (%s); --port leads to a real one\n",
+                 protocol->c_str());
+    return controller;
+}
+
 /// Runs a controller in a thread of its own. Returns the device that leads to it.
 std::string serve(SimulatedController& controller)
 {
@@ -141,7 +156,7 @@ Bench::Bench(const BenchOptions& options)
     const host::LineSettings line = lineOf(options, driver());
     std::string port = options.port;
     if (isSimulatedPort(options)) {
-        m_controller = std::make_unique<SimulatedController>(options.controller);
+        m_controller = builtInController(driverName(), options.controller);
         port = serve(*m_controller);
     } else {
         refuseControllerOptions(options.controller);

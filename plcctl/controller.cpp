@@ -3,6 +3,9 @@
 
 #include "failure.h"
 
+#include "simulator/kv1000/controller.h"
+#include "simulator/modbusrtu/controller.h"
+
 #include <utility>
 
 namespace plcctl
@@ -11,10 +14,36 @@ namespace plcctl
 namespace
 {
 
-simulator::FaultPlan planOf(const ControllerOptions& options)
+struct Protocol {
+    const char* name;
+    const char* driverName; ///< of the driver that speaks it
+    std::unique_ptr<simulator::Controller> (*make)();
+};
+
+template <typename Controller>
+std::unique_ptr<simulator::Controller> make()
+{
+    return std::make_unique<Controller>();
+}
+
+constexpr Protocol protocols[] = {
+    {"kv1000", "KEYENCE KV-1000", make<simulator::kv1000::Controller>},
+    {"modbusrtu", "Modbus RTU", make<simulator::modbusrtu::Controller>},
+};
+
+std::unique_ptr<simulator::Controller> makeController(const std::string& name)
+{
+    for (const Protocol& protocol : protocols) {
+        if (name == protocol.name)
+            return protocol.make();
+    }
+    throw Failure(WrongUsage, "no simulated controller speaks " + name);
+}
+
+simulator::FaultPlan planOf(const ControllerOptions& options, const simulator::Commands& commands)
 {
     std::string why;
-    const auto plan = simulator::FaultPlan::parse(options.faults, options.seed, why);
+    const auto plan = simulator::FaultPlan::parse(options.faults, options.seed, commands, why);
     if (!plan)
         throw Failure(WrongUsage, "--fault: " + why);
     return *plan;
@@ -22,15 +51,52 @@ simulator::FaultPlan planOf(const ControllerOptions& options)
 
 } // namespace
 
-SimulatedController::SimulatedController(const ControllerOptions& options,
-                                         simulator::TrafficLog log)
-    : m_server(m_memory, planOf(options), std::move(log))
+std::vector<std::string> protocolNames()
 {
-    m_memory.presetDemo();
+    std::vector<std::string> names;
+    for (const Protocol& protocol : protocols)
+        names.push_back(protocol.name);
+    return names;
+}
+
+std::optional<std::string> protocolOfDriver(const std::string& driverName)
+{
+    for (const Protocol& protocol : protocols) {
+        if (driverName == protocol.driverName)
+            return protocol.name;
+    }
+    return std::nullopt;
+}
+
+std::string commandsHelp()
+{
+    std::string help;
+    for (const Protocol& protocol : protocols) {
+        const simulator::Commands commands = protocol.make()->commands();
+        help += std::string("  ") + protocol.name + ":";
+        for (std::string_view name : commands.names)
+            help += " " + std::string(name);
+        help += "; error codes 0 to " + std::to_string(commands.maxErrorCode) + "\n";
+    }
+    return help;
+}
+
+SimulatedController::SimulatedController(const std::string& protocol,
+                                         const ControllerOptions& options,
+                                         simulator::TrafficLog log)
+    : m_controller(makeController(protocol))
+    , m_server(*m_controller, planOf(options, m_controller->commands()), std::move(log),
+               options.baud)
+{
+    m_controller->presetDemo();
     std::string why;
     for (const std::string& preset : options.presets) {
-        if (!m_memory.preset(preset, why))
+        if (!m_controller->preset(preset, why))
             throw Failure(WrongUsage, "--set: " + why);
+    }
+    for (const std::string& movement : options.movements) {
+        if (!m_controller->move(movement, why))
+            throw Failure(WrongUsage, "--move: " + why);
     }
 }
 

@@ -24,7 +24,9 @@ namespace plcctl
 struct ControllerOptions {
     std::string faults;
     std::uint32_t seed = 1;
-    std::vector<std::string> presets; ///< such as "DM100=12"
+    std::vector<std::string> presets;   ///< such as "DM100=12"
+    std::vector<std::string> movements; ///< such as "DM100=ramp:0..100/10s"
+    std::uint32_t baud = 0;             ///< speed that replies are paced by; 0: at once
 };
 
 /// The driver, the line to the controller, and how patient to be with it.

@@ -1,7 +1,9 @@
-// plcctl simulate: the simulated controller as a program of its own.
+// plcctl simulate: a simulated controller as a program of its own.
 #include "commands.h"
 #include "controller.h"
 #include "stopsignal.h"
+
+#include "host/portaddress.h"
 
 #include <CLI/CLI.hpp>
 
@@ -14,8 +16,11 @@ namespace
 {
 
 const char* const LoopbackAddress = "127.0.0.1";
+constexpr std::uint32_t SlowestBaud = 50;
+constexpr std::uint32_t FastestBaud = 4000000;
 
 struct SimulateOptions {
+    std::string protocol = protocolNames().front();
     ControllerOptions controller;
     std::optional<std::string> ptyLink;
     std::optional<std::string> tcp;
@@ -23,21 +28,34 @@ struct SimulateOptions {
 };
 
 struct TcpAddress {
-    std::string host;
+    std::string host; ///< without brackets
     std::uint16_t port;
 };
 
-/// "8501" or "0.0.0.0:8501".
+/// "8501", "0.0.0.0:8501" or "[::1]:8501".
 TcpAddress parseTcp(const std::string& text)
 {
     const std::size_t colon = text.rfind(':');
-    const std::string host = colon == std::string::npos ? LoopbackAddress : text.substr(0, colon);
-    const std::string port = colon == std::string::npos ? text : text.substr(colon + 1);
-    const bool isNumber = !port.empty() && port.size() <= 5 &&
-                          port.find_first_not_of("0123456789") == std::string::npos;
-    if (host.empty() || !isNumber || std::stoi(port) > UINT16_MAX)
-        throw Failure(WrongUsage, "--tcp: '" + text + "' is no port; write 8501 or 0.0.0.0:8501");
-    return {host, static_cast<std::uint16_t>(std::stoi(port))};
+    const std::string portText = colon == std::string::npos ? text : text.substr(colon + 1);
+    bool isNumber = false;
+    const ushort port = QString::fromStdString(portText).toUShort(&isNumber);
+    // The host is read as in --port, which has no use for port 0.
+    const QString host = colon == std::string::npos ? QString(LoopbackAddress)
+                                                    : QString::fromStdString(text.substr(0, colon));
+    QString error;
+    const auto address = host::portAddressFromText("tcp:" + host + ":1", &error);
+    if (!isNumber || !address)
+        throw Failure(WrongUsage, "--tcp: '" + text +
+                                      "' is not a port; write 8501, 0.0.0.0:8501 or [::1]:8501");
+    return {address->place.toStdString(), port};
+}
+
+/// An address as --port takes it.
+std::string textOf(const TcpAddress& address)
+{
+    const bool isIpv6 = address.host.find(':') != std::string::npos;
+    return "tcp:" + (isIpv6 ? "[" + address.host + "]" : address.host) + ":" +
+           std::to_string(address.port);
 }
 
 std::string openPty(simulator::Server& server, const std::string& link)
@@ -53,7 +71,7 @@ std::string listenTcp(simulator::Server& server, const TcpAddress& address)
     std::string why;
     if (!server.listenTcp(address.host, address.port, why))
         throw Failure(CannotOpen, why);
-    return "tcp:" + address.host + ":" + std::to_string(server.tcpPort());
+    return textOf({address.host, server.tcpPort()});
 }
 
 /// Opens what was asked for, a pseudo-terminal when nothing was. Returns where that is.
@@ -74,7 +92,7 @@ void printTraffic(const std::string& line)
 ExitStatus simulate(const SimulateOptions& options)
 {
     const StopSignal stop;
-    SimulatedController controller(options.controller,
+    SimulatedController controller(options.protocol, options.controller,
                                    options.verbose ? printTraffic : simulator::TrafficLog());
     const std::string places = openLines(controller.server(), options);
     controller.server().start();
@@ -85,6 +103,61 @@ ExitStatus simulate(const SimulateOptions& options)
     return Success;
 }
 
+void addProtocolOption(CLI::App& command, std::string& protocol)
+{
+    command.add_option("--protocol", protocol, "What the controller speaks: kv1000 or modbusrtu")
+        ->check(CLI::Validator(CLI::IsMember(protocolNames())).description(""))
+        ->capture_default_str()
+        ->type_name("NAME");
+}
+
+void addLineOptions(CLI::App& command, SimulateOptions& options)
+{
+    command
+        .add_option("--pty", options.ptyLink, "Serve a pseudo-terminal; LINK is made to lead to it")
+        ->type_name("LINK");
+    command
+        .add_option("--tcp", options.tcp,
+                    "Serve TCP on this port, 0 for any free one; on loopback unless an address "
+                    "stands before it")
+        ->type_name("[ADDRESS:]PORT");
+    command
+        .add_option("--baud", options.controller.baud,
+                    "Reply at the pace of a serial line of this speed (default: at once)")
+        ->check(between(SlowestBaud, FastestBaud))
+        ->type_name("BAUD");
+    command.add_flag("-v,--trace,--verbose", options.verbose, "Show the traffic on standard error");
+}
+
+void addMoveOption(CLI::App& command, std::vector<std::string>& movements)
+{
+    command
+        .add_option("--move", movements,
+                    "Let a device move, such as DM100=ramp:0..100/10s; may be repeated")
+        ->take_all()
+        ->allow_extra_args(false)
+        ->type_name("DEVICE=MOVEMENT");
+}
+
+std::string footer()
+{
+    return std::string(R"(Once it listens it says so in one line on standard output.
+
+Examples:
+  plcctl simulate --pty /tmp/plc --set DM100=12,2 --set T5=42
+  plcctl read DM100 -c 2 -p /tmp/plc            in another terminal
+  plcctl simulate --tcp 8501 --fault late=700ms:0.2 --seed 7 -v
+  plcctl simulate --protocol modbusrtu --move HR5=sine:0..4000/1s --baud 9600
+
+)") + simulator::MotionHelp +
+           "\n" + simulator::FaultHelp + "\nCommands and error codes:\n\n" + commandsHelp() + R"(
+Examples of fault plans:
+
+  late=700ms:0.2,cut:0.1    of all replies a fifth late, a tenth cut
+  silent@RDS#1              the first read gets no reply
+  error=0@WRS#2-3           the second and third write are refused with E0)";
+}
+
 } // namespace
 
 void addSimulateCommand(CLI::App& app, ExitStatus& status)
@@ -92,26 +165,11 @@ void addSimulateCommand(CLI::App& app, ExitStatus& status)
     CLI::App* const command =
         app.add_subcommand("simulate", "Be a controller, until Ctrl-C, for others to connect to");
     const auto options = std::make_shared<SimulateOptions>();
-    command
-        ->add_option("--pty", options->ptyLink,
-                     "Serve a pseudo-terminal; LINK is made to lead to it")
-        ->type_name("LINK");
-    command
-        ->add_option("--tcp", options->tcp,
-                     "Serve TCP on this port, 0 for any free one; on loopback unless an address "
-                     "stands before it")
-        ->type_name("[ADDRESS:]PORT");
-    command->add_flag("-v,--trace,--verbose", options->verbose,
-                      "Show the traffic on standard error");
+    addProtocolOption(*command, options->protocol);
+    addLineOptions(*command, *options);
+    addMoveOption(*command, options->controller.movements);
     addControllerOptions(*command, options->controller);
-    command->footer(std::string(R"(Once it listens it says so in one line on standard output.
-
-Examples:
-  plcctl simulate --pty /tmp/plc --set DM100=12,2 --set T5=42
-  plcctl read DM100 -c 2 -p /tmp/plc            in another terminal
-  plcctl simulate --tcp 8501 --fault late=700ms:0.2 --seed 7 -v
-
-)") + simulator::FaultHelp);
+    command->footer(footer());
     command->callback([options, &status] { status = simulate(*options); });
 }
 

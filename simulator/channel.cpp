@@ -6,66 +6,82 @@
 namespace simulator
 {
 
-Channel::Channel(std::string name, Memory& memory, FaultPlan& faults, const TrafficLog& log)
+namespace
+{
+
+/// Start bit, eight data bits, parity and a stop bit.
+constexpr TimeMs BitsPerByte = 11;
+
+} // namespace
+
+Channel::Channel(std::string name, Controller& controller, FaultPlan& faults, const TrafficLog& log,
+                 uint32_t baud)
     : name_(std::move(name))
-    , session_(memory)
+    , controller_(controller)
+    , session_(controller.newSession())
     , faults_(faults)
     , log_(log)
+    , baud_(baud)
 {
 }
 
 void Channel::receive(std::string_view bytes, TimeMs now)
 {
-    for (char byte : bytes)
-        collect(byte);
+    if (now - lastReceived_ > session_->longestPauseMs())
+        received_.clear();
+    received_ += bytes;
+    lastReceived_ = now;
     if (idle())
-        carryOutCommands(now);
+        carryOutRequests(now);
 }
 
-void Channel::collect(char byte)
+void Channel::carryOutRequests(TimeMs now)
 {
-    if (byte == '\n') {
-        // Without its CR the line keeps the LF, and with it no command is known.
-        if (!line_.empty() && line_.back() == '\r')
-            line_.pop_back();
-        else
-            line_ += '\n';
-        lines_.push_back(std::exchange(line_, std::string()));
-        return;
+    controller_.memory().advanceTo(now);
+    while (idle()) {
+        const size_t sizeBefore = received_.size();
+        const std::optional<std::string> request = session_->takeRequest(received_);
+        if (!request)
+            return;
+        carryOut(*request);
+        if (!idle())
+            beginPiece(now + transferMs(sizeBefore - received_.size()));
     }
-    // A command and its CR, and one byte more to show that a line is too long.
-    if (line_.size() < MaxCommandLength + 2)
-        line_ += byte;
 }
 
-void Channel::carryOutCommands(TimeMs now)
+void Channel::carryOut(const std::string& request)
 {
-    while (idle() && !lines_.empty()) {
-        carryOut(lines_.front());
-        lines_.pop_front();
-    }
-    if (!idle())
-        frontDue_ = now + pieces_.front().delayMs;
-}
-
-void Channel::carryOut(const std::string& line)
-{
-    const Fault fault = faults_.next(commandWord(line));
-    const std::string reply = fault.kind == FaultKind::Error ? errorReply(fault.value.value_or(0))
-                                                             : session_.answer(line);
+    const Fault fault = faults_.next(session_->commandName(request));
+    const std::string reply = fault.kind == FaultKind::Error
+                                  ? session_->errorReply(request, fault.value.value_or(0))
+                                  : session_->answer(request);
     for (Piece& piece : piecesOf(reply, fault))
         pieces_.push_back(std::move(piece));
     if (log_)
-        report(line, fault);
+        report(request, fault);
 }
 
-void Channel::report(const std::string& line, const Fault& fault) const
+void Channel::beginPiece(TimeMs now)
+{
+    pieceStart_ = now + pieces_.front().delayMs;
+    pieceSent_ = 0;
+}
+
+/// How long the line takes for so many bytes, rounded up.
+TimeMs Channel::transferMs(size_t byteCount) const
+{
+    if (baud_ == Unpaced)
+        return 0;
+    return (static_cast<TimeMs>(byteCount) * BitsPerByte * 1000 + baud_ - 1) / baud_;
+}
+
+void Channel::report(const std::string& request, const Fault& fault) const
 {
     std::string bytes;
     for (const Piece& piece : pieces_)
         bytes += piece.bytes;
     const std::string remark = describe(fault);
-    log_(name_ + " > " + printable(line));
+    log_(name_ + " > " + printable(request));
     log_(name_ + " < " + printable(bytes) + (remark.empty() ? "" : "  (" + remark + ")"));
 }
 
@@ -73,27 +89,32 @@ std::optional<TimeMs> Channel::nextDue() const
 {
     if (idle())
         return std::nullopt;
-    return frontDue_;
+    return pieceStart_ + transferMs(pieceSent_ + 1);
 }
 
 std::string_view Channel::due(TimeMs now) const
 {
-    if (idle() || now < frontDue_)
+    if (idle() || now < *nextDue())
         return std::string_view();
-    return pieces_.front().bytes;
+    const std::string_view bytes = pieces_.front().bytes;
+    if (baud_ == Unpaced)
+        return bytes;
+    const TimeMs arrived = (now - pieceStart_) * baud_ / (BitsPerByte * 1000);
+    return bytes.substr(0, static_cast<size_t>(arrived) - pieceSent_);
 }
 
 void Channel::sent(size_t count, TimeMs now)
 {
     std::string& bytes = pieces_.front().bytes;
     bytes.erase(0, count);
+    pieceSent_ += count;
     if (!bytes.empty())
         return;
     pieces_.pop_front();
     if (idle())
-        carryOutCommands(now);
+        carryOutRequests(now);
     else
-        frontDue_ = now + pieces_.front().delayMs;
+        beginPiece(now);
 }
 
 namespace

@@ -1,15 +1,16 @@
-// One line between a host and the simulated controller: collects bytes to commands, has them
-// answered, spoils the replies by the fault plan and says which bytes are due when.
-// It knows no file descriptor and no clock: the time comes in with every call.
+// The line between one host and a simulated controller, without the line: bytes and times go in,
+// bytes and the times when they are due come out. Requests are answered here, faults applied and
+// replies paced.
 #ifndef SIMULATOR_CHANNEL_H
 #define SIMULATOR_CHANNEL_H
 
+#include "simulator/controller.h"
 #include "simulator/faults.h"
-#include "simulator/session.h"
 
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,24 +18,27 @@
 namespace simulator
 {
 
-/// Milliseconds on some clock that never goes back.
-using TimeMs = int64_t;
-
 /// One line of traffic, such as "pty < 00012 00002\r\n", with the bytes written out like this and
-/// no newline of its own.
+/// without a newline at its end.
 using TrafficLog = std::function<void(const std::string& line)>;
+
+/// The value of a speed that stands for a line without delay.
+constexpr uint32_t Unpaced = 0;
 
 /// A controller finishes one command after the other: while a reply is under way, late or slow, no
 /// further command is carried out.
 class Channel
 {
 public:
-    /// The name stands before every line of the log. All references must outlive the channel.
-    Channel(std::string name, Memory& memory, FaultPlan& faults, const TrafficLog& log);
+    /// name  begins every line of the log
+    /// baud  speed of the line that the channel imitates, 11 bits a byte; or Unpaced
+    ///
+    /// All references must outlive the channel.
+    Channel(std::string name, Controller& controller, FaultPlan& faults, const TrafficLog& log,
+            uint32_t baud = Unpaced);
 
-    /// Takes bytes from the host, in portions as they come. A command ends with LF; what does not
-    /// end with CR LF, or is too long, is a bad command. Whoever calls this only while idle() keeps
-    /// the channel's memory bounded.
+    /// Takes bytes from the host, in portions as they come. Whoever calls this only while idle()
+    /// keeps the channel's memory bounded.
     void receive(std::string_view bytes, TimeMs now);
 
     /// True when no reply is under way.
@@ -46,26 +50,30 @@ public:
     /// The bytes to send now, perhaps none. They stay until sent() takes them away.
     std::string_view due(TimeMs now) const;
 
-    /// The first `count` bytes of due() are gone.
+    /// The first `count` bytes of due() were sent.
     void sent(size_t count, TimeMs now);
 
 private:
-    void collect(char byte);
-    void carryOutCommands(TimeMs now);
-    void carryOut(const std::string& line);
-    void report(const std::string& line, const Fault& fault) const;
+    void carryOutRequests(TimeMs now);
+    void carryOut(const std::string& request);
+    void beginPiece(TimeMs now);
+    TimeMs transferMs(size_t byteCount) const;
+    void report(const std::string& request, const Fault& fault) const;
 
     std::string name_;
-    Session session_;
+    Controller& controller_;
+    std::unique_ptr<Session> session_;
     FaultPlan& faults_;
     const TrafficLog& log_;
-    std::string line_;              ///< the command under way
-    std::deque<std::string> lines_; ///< complete commands, CR LF taken off
-    std::deque<Piece> pieces_;      ///< what is left of the reply under way
-    TimeMs frontDue_ = 0;           ///< when the first piece is due
+    uint32_t baud_;
+    std::string received_;     ///< what has not been carried out yet
+    TimeMs lastReceived_ = 0;  ///< when its last byte came
+    std::deque<Piece> pieces_; ///< what is left of the reply under way
+    TimeMs pieceStart_ = 0;    ///< when the first piece begins to be sent
+    size_t pieceSent_ = 0;     ///< bytes of it that were sent, and are no longer in it
 };
 
-/// Bytes as text that can be printed: "\r", "\n", and "\x00" for what has no sign of its own.
+/// Bytes as text that can be printed: "\r", "\n", and "\x00" for what cannot be printed.
 std::string printable(std::string_view bytes);
 
 } // namespace simulator

@@ -1,6 +1,5 @@
 #include "simulator/faults.h"
 
-#include "simulator/session.h"
 #include "simulator/text.h"
 
 #include <algorithm>
@@ -14,34 +13,29 @@ const char* const FaultHelp =
     "\n"
     "  FAULT[=VALUE][@COMMAND][#N][:SHARE]\n"
     "\n"
-    "  late=TIME       the reply comes after TIME, such as 700ms or 2s\n"
-    "  dribble[=TIME]  the reply comes byte by byte, each after TIME (2ms)\n"
-    "  cut[=K]         only the first K bytes of the reply come\n"
-    "  garble[=K]      byte K of the reply, the first being 0, is one that no reply contains\n"
+    "  late=TIME       the reply is sent after TIME, such as 700ms or 2s\n"
+    "  dribble[=TIME]  the reply is sent byte by byte, each after TIME (2ms)\n"
+    "  cut[=K]         only the first K bytes of the reply are sent\n"
+    "  garble[=K]      byte K of the reply, counted from 0, has its top bit inverted\n"
     "  nul[=K]         byte K of the reply is a NUL\n"
-    "  error[=D]       the command is refused with the error reply E and digit D (E1)\n"
-    "  silent          no reply comes\n"
+    "  error[=CODE]    the command is refused with this error code (1)\n"
+    "  silent          no reply is sent\n"
     "\n"
-    "  @COMMAND        only replies to this command: CR, CQ, RDS, WRS, WSS, ST or RS\n"
+    "  @COMMAND        only replies to this command\n"
     "  #N or #A-B      of these, only the first N, or only the Ath to the Bth\n"
-    "  :SHARE          of these, only this share, 0 to 1, drawn by lot\n"
+    "  :SHARE          of these, only this share, 0 to 1, chosen at random\n"
     "\n"
-    "A K that is not given is drawn by lot, one beyond the reply means its last byte. A reply\n"
-    "suffers one fault at most: shares add up from left to right, and where they do not reach 1\n"
-    "the rest is answered as it should be. Everything drawn by lot follows from the seed, so the\n"
-    "same plan, seed and commands give the same faults.\n"
-    "\n"
-    "  late=700ms:0.2,cut:0.1    of all replies a fifth late, a tenth cut\n"
-    "  silent@RDS#1              the first read gets no reply\n"
-    "  error=0@WRS#2-3           the second and third write are refused with E0\n";
+    "Without a K the place is random; a K beyond the reply means its last byte. A\n"
+    "reply has at most one fault: shares add up from left to right, and where they do\n"
+    "not reach 1 the rest is answered correctly. All random choices follow from the\n"
+    "seed: the same plan, seed and commands give the same faults.\n";
 
 namespace
 {
 
-constexpr uint32_t MaxDelayMs = 3600 * 1000;
 constexpr int TopBit = 0x80;
 
-enum class ValueForm { None, Time, Place, Digit };
+enum class ValueForm { None, Time, Place, ErrorCode };
 
 struct KindName {
     const char* name;
@@ -56,7 +50,7 @@ constexpr KindName KindNames[] = {
     {"cut", FaultKind::Cut, ValueForm::Place, std::nullopt},
     {"garble", FaultKind::Garble, ValueForm::Place, std::nullopt},
     {"nul", FaultKind::Nul, ValueForm::Place, std::nullopt},
-    {"error", FaultKind::Error, ValueForm::Digit, 1},
+    {"error", FaultKind::Error, ValueForm::ErrorCode, 1},
     {"silent", FaultKind::Silent, ValueForm::None, std::nullopt},
 };
 
@@ -80,25 +74,16 @@ std::optional<std::string_view> cutTail(std::string_view& text, char mark)
     return tail;
 }
 
-std::optional<uint32_t> parseTimeMs(std::string_view text)
+std::optional<uint32_t> parseErrorCode(std::string_view text, uint32_t largest)
 {
-    const size_t unitPlace = std::min(text.find_first_not_of("0123456789"), text.size());
-    const std::string_view unit = text.substr(unitPlace);
-    const auto number = parseNumber(text.substr(0, unitPlace));
-    const uint32_t msPerUnit = unit == "ms" ? 1 : unit == "s" ? 1000 : 0;
-    if (!number || msPerUnit == 0 || *number > MaxDelayMs / msPerUnit)
-        return std::nullopt;
-    return *number * msPerUnit;
-}
-
-std::optional<uint32_t> parseDigit(std::string_view text)
-{
-    return text.size() == 1 ? parseNumber(text) : std::nullopt;
+    const auto code = parseNumber(text);
+    return code && *code <= largest ? code : std::nullopt;
 }
 
 // Each of the following reads one field of a rule; on failure it says in `why` what is wrong.
 
-bool readValue(std::string_view text, ValueForm form, FaultRule& rule, std::string& why)
+bool readValue(std::string_view text, ValueForm form, const Commands& commands, FaultRule& rule,
+               std::string& why)
 {
     switch (form) {
     case ValueForm::None:
@@ -112,16 +97,17 @@ bool readValue(std::string_view text, ValueForm form, FaultRule& rule, std::stri
         rule.value = parseNumber(text);
         why = quoted(text) + " is not a number of bytes";
         break;
-    case ValueForm::Digit:
-        rule.value = parseDigit(text);
-        why = quoted(text) + " is not a digit";
+    case ValueForm::ErrorCode:
+        rule.value = parseErrorCode(text, commands.maxErrorCode);
+        why = quoted(text) + " is not an error code from 0 to " +
+              std::to_string(commands.maxErrorCode);
         break;
     }
     return rule.value.has_value();
 }
 
-bool readKind(std::string_view name, std::optional<std::string_view> value, FaultRule& rule,
-              std::string& why)
+bool readKind(std::string_view name, std::optional<std::string_view> value,
+              const Commands& commands, FaultRule& rule, std::string& why)
 {
     const auto known = std::find_if(std::begin(KindNames), std::end(KindNames),
                                     [&](const KindName& kind) { return name == kind.name; });
@@ -133,20 +119,19 @@ bool readKind(std::string_view name, std::optional<std::string_view> value, Faul
     }
     rule.kind = known->kind;
     if (value)
-        return readValue(*value, known->form, rule, why);
+        return readValue(*value, known->form, commands, rule, why);
     rule.value = known->valueWhenNotGiven;
     why = "a time is missing, such as in late=700ms";
     return known->form != ValueForm::Time || rule.value;
 }
 
-bool readCommand(std::string_view word, FaultRule& rule, std::string& why)
+bool readCommand(std::string_view name, const Commands& commands, FaultRule& rule, std::string& why)
 {
-    rule.command = word;
-    const auto& words = commandWords();
-    if (std::find(words.begin(), words.end(), word) != words.end())
+    rule.command = name;
+    if (std::find(commands.names.begin(), commands.names.end(), name) != commands.names.end())
         return true;
-    why = quoted(word) + " is not a command; there are";
-    for (std::string_view known : words)
+    why = quoted(name) + " is not a command; there are";
+    for (std::string_view known : commands.names)
         why += ' ' + std::string(known);
     return false;
 }
@@ -158,7 +143,7 @@ bool readWindow(std::string_view text, FaultRule& rule, std::string& why)
     const auto first = tail ? parseNumber(head) : 1;
     const auto last = parseNumber(tail ? *tail : text);
     if (!first || !last || *first == 0 || *last < *first) {
-        why = quoted(text) + " is not a count of replies such as 1, nor a range such as 2-3";
+        why = quoted(text) + " is neither a number of replies such as 1 nor a range such as 2-3";
         return false;
     }
     rule.firstReply = *first;
@@ -188,22 +173,23 @@ bool readShare(std::string_view text, FaultRule& rule, std::string& why)
     return true;
 }
 
-bool readRule(std::string_view text, FaultRule& rule, std::string& why)
+bool readRule(std::string_view text, const Commands& commands, FaultRule& rule, std::string& why)
 {
     const auto share = cutTail(text, ':');
     const auto window = cutTail(text, '#');
     const auto command = cutTail(text, '@');
     const auto value = cutTail(text, '=');
-    return readKind(text, value, rule, why) && (!command || readCommand(*command, rule, why)) &&
+    return readKind(text, value, commands, rule, why) &&
+           (!command || readCommand(*command, commands, rule, why)) &&
            (!window || readWindow(*window, rule, why)) && (!share || readShare(*share, rule, why));
 }
 
-bool concerns(const FaultRule& rule, std::string_view commandWord)
+bool concerns(const FaultRule& rule, std::string_view command)
 {
-    return rule.command.empty() || rule.command == commandWord;
+    return rule.command.empty() || rule.command == command;
 }
 
-/// The place among `size` bytes, 1 or more, that the fault strikes.
+/// The place among `size` bytes, 1 or more, where the fault applies.
 size_t placeIn(size_t size, const Fault& fault)
 {
     return fault.value ? std::min<size_t>(*fault.value, size - 1) : fault.dice % size;
@@ -217,10 +203,10 @@ std::string withByte(std::string reply, size_t place, char byte)
 
 std::string firstBytes(const std::string& reply, const Fault& fault)
 {
-    // Drawn by lot, at least one byte comes: no byte at all is FaultKind::Silent.
-    const size_t kept =
-        fault.value ? placeIn(reply.size(), fault) : 1 + placeIn(reply.size() - 1, fault);
-    return reply.substr(0, kept);
+    if (fault.value)
+        return reply.substr(0, placeIn(reply.size(), fault));
+    // Chosen at random at least one byte is sent, unless the reply has no more than one.
+    return reply.size() < 2 ? "" : reply.substr(0, 1 + placeIn(reply.size() - 1, fault));
 }
 
 std::vector<Piece> byteByByte(const std::string& reply, uint32_t delayMs)
@@ -240,7 +226,8 @@ std::vector<Piece> onePiece(const std::string& bytes, uint32_t delayMs = 0)
 
 } // namespace
 
-std::optional<FaultPlan> FaultPlan::parse(std::string_view text, uint32_t seed, std::string& why)
+std::optional<FaultPlan> FaultPlan::parse(std::string_view text, uint32_t seed,
+                                          const Commands& commands, std::string& why)
 {
     FaultPlan plan;
     plan.random_.seed(seed);
@@ -250,7 +237,7 @@ std::optional<FaultPlan> FaultPlan::parse(std::string_view text, uint32_t seed, 
         const std::string_view word = trimmed(part);
         CountedRule counted;
         std::string reason;
-        if (!readRule(word, counted.rule, reason)) {
+        if (!readRule(word, commands, counted.rule, reason)) {
             why = "bad fault " + quoted(word) + ": " + reason;
             return std::nullopt;
         }
@@ -259,26 +246,26 @@ std::optional<FaultPlan> FaultPlan::parse(std::string_view text, uint32_t seed, 
     return plan;
 }
 
-Fault FaultPlan::next(std::string_view commandWord)
+Fault FaultPlan::next(std::string_view command)
 {
-    // Two draws for every reply, whatever comes of them: so a rule more or less does not shift the
-    // lots of the others.
-    constexpr double Draws = 4294967296.0;
-    double lot = static_cast<double>(random_()) / Draws;
+    // Two random numbers for every reply, used or not: a rule more or less does not shift those of
+    // the others.
+    constexpr double RandomNumbers = 4294967296.0;
+    double chance = static_cast<double>(random_()) / RandomNumbers;
     Fault fault;
     fault.dice = static_cast<uint32_t>(random_());
     for (CountedRule& counted : rules_) {
         const FaultRule& rule = counted.rule;
-        if (!concerns(rule, commandWord))
+        if (!concerns(rule, command))
             continue;
         const uint32_t reply = ++counted.repliesSeen;
         if (fault.kind != FaultKind::None || reply < rule.firstReply || reply > rule.lastReply)
             continue;
-        if (lot < rule.share) {
+        if (chance < rule.share) {
             fault.kind = rule.kind;
             fault.value = rule.value;
         }
-        lot -= rule.share;
+        chance -= rule.share;
     }
     return fault;
 }

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <limits>
 #include <memory>
 #include <netdb.h>
@@ -14,10 +13,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <termios.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -30,7 +26,6 @@ namespace
 
 constexpr size_t MaxLines = 64;
 constexpr size_t BytesPerRead = 4096;
-constexpr const char* PtyDirectory = "/dev/pts/";
 
 TimeMs currentTime()
 {
@@ -46,7 +41,8 @@ std::string lastError()
 // Places in the list of what poll() waits for; the lines follow, in their order.
 constexpr size_t WakeUpEvent = 0;
 constexpr size_t ListenerEvent = 1;
-constexpr size_t FirstLineEvent = 2;
+constexpr size_t PtyHostEvent = 2;
+constexpr size_t FirstLineEvent = 3;
 
 int timeoutUntil(TimeMs due)
 {
@@ -60,41 +56,6 @@ int timeoutUntil(TimeMs due)
 bool isTransient(int error)
 {
     return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
-}
-
-/// Where a symbolic link leads to; empty for anything that is none.
-std::string linkTarget(const std::string& link)
-{
-    std::array<char, 256> target;
-    const ssize_t length = readlink(link.c_str(), target.data(), target.size());
-    return length < 0 ? std::string() : std::string(target.data(), static_cast<size_t>(length));
-}
-
-bool exists(const std::string& path)
-{
-    struct stat status;
-    return lstat(path.c_str(), &status) == 0;
-}
-
-OwnedFd openPtyMaster(std::string& slavePath)
-{
-    OwnedFd master(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
-    std::array<char, 64> name;
-    if (!master.valid() || grantpt(master.get()) != 0 || unlockpt(master.get()) != 0 ||
-        ptsname_r(master.get(), name.data(), name.size()) != 0)
-        return OwnedFd();
-    slavePath = name.data();
-    return master;
-}
-
-/// Bytes pass unchanged and without echo, as on a serial line.
-bool makeRaw(int fd)
-{
-    termios settings;
-    if (tcgetattr(fd, &settings) != 0)
-        return false;
-    cfmakeraw(&settings);
-    return tcsetattr(fd, TCSANOW, &settings) == 0;
 }
 
 using AddressList = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
@@ -146,27 +107,11 @@ std::string nameOfPeer(const sockaddr_storage& address, socklen_t length)
 
 } // namespace
 
-OwnedFd& OwnedFd::operator=(OwnedFd&& other) noexcept
-{
-    OwnedFd old(std::exchange(fd_, other.release()));
-    return *this;
-}
-
-OwnedFd::~OwnedFd()
-{
-    if (valid())
-        close(fd_);
-}
-
-int OwnedFd::release()
-{
-    return std::exchange(fd_, -1);
-}
-
-Server::Server(Memory& memory, FaultPlan faults, TrafficLog log)
-    : memory_(memory)
+Server::Server(Controller& controller, FaultPlan faults, TrafficLog log, uint32_t baud)
+    : controller_(controller)
     , faults_(std::move(faults))
     , log_(std::move(log))
+    , baud_(baud)
     , wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
 }
@@ -176,52 +121,14 @@ Server::~Server()
     stop();
     if (thread_.joinable())
         thread_.join();
-    removeLink();
 }
 
 bool Server::openPty(const std::string& link, std::string& why)
 {
-    std::string path;
-    OwnedFd master = openPtyMaster(path);
-    // As long as somebody holds the slave open, the master never sees a hang-up: hosts may come and
-    // go, and what they send while we are busy stays.
-    OwnedFd slave(master.valid() ? open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC) : -1);
-    if (!slave.valid() || !makeRaw(slave.get())) {
-        why = "cannot create a pseudo-terminal: " + lastError();
+    if (!pty_.open(link, why))
         return false;
-    }
-    ptyPath_ = path;
-    if (!link.empty() && !makeLink(link, why)) {
-        ptyPath_.clear();
-        return false;
-    }
-    ptySlave_ = std::move(slave);
-    addLine(std::move(master), LineKind::Pty, "pty");
+    addLine(LineKind::Pty, OwnedFd(), "pty");
     return true;
-}
-
-bool Server::makeLink(const std::string& link, std::string& why)
-{
-    const bool isLeftOver = linkTarget(link).rfind(PtyDirectory, 0) == 0;
-    if (exists(link) && !isLeftOver) {
-        why = link + " exists already and is not a link to a pseudo-terminal";
-        return false;
-    }
-    if (isLeftOver)
-        unlink(link.c_str());
-    if (symlink(ptyPath_.c_str(), link.c_str()) != 0) {
-        why = "cannot create the link " + link + ": " + lastError();
-        return false;
-    }
-    link_ = link;
-    return true;
-}
-
-void Server::removeLink()
-{
-    // Another server may have taken the name over.
-    if (!link_.empty() && linkTarget(link_) == ptyPath_)
-        unlink(link_.c_str());
 }
 
 bool Server::listenTcp(const std::string& address, uint16_t port, std::string& why)
@@ -265,6 +172,8 @@ void Server::run()
         for (Line& line : lines_)
             serve(line, (event++)->revents);
         lines_.remove_if([](const Line& line) { return line.gone; });
+        if (events[PtyHostEvent].revents != 0)
+            pty_.welcomeHosts();
         if (events[ListenerEvent].revents != 0)
             accept();
     }
@@ -275,13 +184,15 @@ bool Server::wait(std::vector<pollfd>& events) const
     if (!wakeUp_.valid())
         return false;
     const bool isFull = lines_.size() >= MaxLines;
-    events = {{wakeUp_.get(), POLLIN, 0}, {isFull ? -1 : listener_.get(), POLLIN, 0}};
+    events = {{wakeUp_.get(), POLLIN, 0},
+              {isFull ? -1 : listener_.get(), POLLIN, 0},
+              {pty_.eventDescriptor(), POLLIN, 0}};
     TimeMs nextDue = std::numeric_limits<TimeMs>::max();
     for (const Line& line : lines_) {
         // A line that is busy is not read: what the host sends meanwhile waits in the system.
         const bool isIdle = line.channel.idle();
         const int wanted = isIdle ? POLLIN : line.blocked ? POLLOUT : 0;
-        events.push_back({line.fd.get(), static_cast<short>(wanted), 0});
+        events.push_back({descriptorOf(line), static_cast<short>(wanted), 0});
         if (!isIdle && !line.blocked)
             nextDue = std::min(nextDue, *line.channel.nextDue());
     }
@@ -301,13 +212,18 @@ void Server::accept()
     // Bytes that dribble must not be gathered into one packet.
     const int on = 1;
     setsockopt(fd.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    addLine(std::move(fd), LineKind::Socket, nameOfPeer(address, length));
+    addLine(LineKind::Socket, std::move(fd), nameOfPeer(address, length));
 }
 
-void Server::addLine(OwnedFd fd, LineKind kind, const std::string& name)
+void Server::addLine(LineKind kind, OwnedFd socket, const std::string& name)
 {
-    Channel channel(name, memory_, faults_, log_);
-    lines_.push_back({std::move(fd), kind, std::move(channel), false, false});
+    Channel channel(name, controller_, faults_, log_, baud_);
+    lines_.push_back({kind, std::move(socket), std::move(channel), false, false});
+}
+
+int Server::descriptorOf(const Line& line) const
+{
+    return line.kind == LineKind::Pty ? pty_.descriptor() : line.socket.get();
 }
 
 void Server::serve(Line& line, short events)
@@ -324,16 +240,14 @@ void Server::serve(Line& line, short events)
 
 void Server::receive(Line& line)
 {
+    if (line.kind == LineKind::Pty)
+        pty_.welcomeHosts();
     std::array<char, BytesPerRead> bytes;
-    const ssize_t count = read(line.fd.get(), bytes.data(), bytes.size());
+    const ssize_t count = read(descriptorOf(line), bytes.data(), bytes.size());
     if (count <= 0) {
         line.gone = count == 0 || !isTransient(errno);
         return;
     }
-    // A host that claimed the device for itself and was killed must not lock out the next one: our
-    // hold on the slave would keep its claim alive.
-    if (line.kind == LineKind::Pty)
-        ioctl(ptySlave_.get(), TIOCNXCL);
     line.channel.receive({bytes.data(), static_cast<size_t>(count)}, currentTime());
 }
 
@@ -341,9 +255,10 @@ void Server::send(Line& line)
 {
     std::string_view bytes;
     while (bytes = line.channel.due(currentTime()), !bytes.empty()) {
-        const ssize_t count = line.kind == LineKind::Socket
-                                  ? ::send(line.fd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL)
-                                  : write(line.fd.get(), bytes.data(), bytes.size());
+        const ssize_t count =
+            line.kind == LineKind::Socket
+                ? ::send(line.socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL)
+                : write(pty_.descriptor(), bytes.data(), bytes.size());
         line.blocked = count < 0 && isTransient(errno);
         line.gone = count < 0 && !line.blocked;
         if (count < 0)

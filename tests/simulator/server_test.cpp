@@ -1,16 +1,22 @@
 // The server on a real pseudo-terminal and on real sockets.
+#include "simulator/kv1000/controller.h"
 #include "simulator/server.h"
 
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace
@@ -18,6 +24,8 @@ namespace
 
 using namespace simulator;
 namespace fs = std::filesystem;
+
+constexpr int VeryLongMs = 20000;
 
 /// One end of a line, in a host's hands.
 class Host
@@ -44,7 +52,6 @@ public:
     /// The reply comes in full, unless the line ends or nothing comes for very long.
     void expect(const std::string& reply)
     {
-        constexpr int VeryLongMs = 20000;
         std::string bytes;
         pollfd event = {fd_.get(), POLLIN, 0};
         for (char byte; bytes.size() < reply.size() && poll(&event, 1, VeryLongMs) == 1;) {
@@ -73,7 +80,8 @@ protected:
     /// A server on both lines, at work.
     std::unique_ptr<Server> serve(const char* plan = "")
     {
-        auto server = std::make_unique<Server>(memory, FaultPlan::parse(plan, 1, why).value());
+        auto server =
+            std::make_unique<Server>(plc, FaultPlan::parse(plan, 1, plc.commands(), why).value());
         EXPECT_TRUE(server->openPty(link, why)) << why;
         EXPECT_TRUE(server->listenTcp("127.0.0.1", 0, why)) << why;
         server->start();
@@ -82,13 +90,14 @@ protected:
 
     fs::path directory = mkdtemp(std::string("/tmp/simulator-test-XXXXXX").data());
     fs::path link = directory / "plc";
-    Memory memory;
+    kv1000::Controller plc;
     std::string why;
 };
 
 TEST_F(ServerTest, ServesThePtyToOneHostAfterTheOtherAndTakesItsLinkAway)
 {
-    fs::create_symlink("/dev/pts/99999", link); // left over
+    const OwnedFd terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    fs::create_symlink(ptsname(terminal.get()), link); // left over, to a terminal of others by now
     auto server = serve();
     EXPECT_EQ(fs::read_symlink(link), server->ptyPath());
     for (const std::string& path : {server->ptyPath(), link.string(), server->ptyPath()}) {
@@ -97,6 +106,53 @@ TEST_F(ServerTest, ServesThePtyToOneHostAfterTheOtherAndTakesItsLinkAway)
     }
     server.reset();
     EXPECT_FALSE(fs::is_symlink(link));
+}
+
+/// Uses the device like a driver at 9600 baud with even parity, and dies with a reply unread.
+/// Only what may be called in the child of a program with threads.
+[[noreturn]] void useAndDie(const char* pty)
+{
+    const int fd = open(pty, O_RDWR | O_NOCTTY);
+    termios settings;
+    if (fd < 0 || tcgetattr(fd, &settings) != 0)
+        _exit(1);
+    settings.c_cflag |= PARENB | CLOCAL;
+    if (tcsetattr(fd, TCSANOW, &settings) != 0)
+        _exit(2);
+    cfsetspeed(&settings, B9600);
+    if (tcsetattr(fd, TCSANOW, &settings) != 0)
+        _exit(3);
+    char reply[4];
+    pollfd event = {fd, POLLIN, 0};
+    if (ioctl(fd, TIOCEXCL) != 0 || write(fd, "CR\r\n", 4) != 4 || poll(&event, 1, -1) != 1 ||
+        read(fd, reply, 4) != 4 || std::memcmp(reply, "CC\r\n", 4) != 0)
+        _exit(4);
+    if (write(fd, "CQ\r\n", 4) == 4 && poll(&event, 1, -1) == 1)
+        raise(SIGKILL);
+    _exit(5);
+}
+
+TEST_F(ServerTest, ForgetsAHostThatWasKilled)
+{
+    const auto server = serve();
+    const OwnedFd observer(open(server->ptyPath().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    const auto isReset = [&] {
+        termios settings;
+        int isExclusive = 0;
+        return tcgetattr(observer.get(), &settings) == 0 && cfgetospeed(&settings) != B9600 &&
+               ioctl(observer.get(), TIOCGEXCL, &isExclusive) == 0 && isExclusive == 0;
+    };
+    for (int i = 0; i < 3; ++i) {
+        const pid_t host = fork();
+        if (host == 0)
+            useAndDie(server->ptyPath().c_str());
+        int status = 0;
+        ASSERT_EQ(waitpid(host, &status, 0), host);
+        ASSERT_TRUE(WIFSIGNALED(status)) << "ended with " << WEXITSTATUS(status);
+        for (int ms = 0; ms < VeryLongMs && !isReset(); ++ms)
+            poll(nullptr, 0, 1);
+        ASSERT_TRUE(isReset());
+    }
 }
 
 TEST_F(ServerTest, WaitsForAHostThatIsSlowToRead)
@@ -126,7 +182,7 @@ TEST_F(ServerTest, GivesEveryHostASessionOfItsOwnAndAllOneMemory)
     first.ask("RDS DM0 1\r\n", "00042\r\n");
 }
 
-TEST_F(ServerTest, SendsSpoiltRepliesAndOutlivesAHostThatHangsUp)
+TEST_F(ServerTest, SendsFaultyRepliesAndOutlivesAHostThatHangsUp)
 {
     const auto server = serve("dribble=5ms@CR,late=5ms@RDS,cut=3@CQ");
     Host(server->tcpPort()).send("CR\r\nRDS DM00000 1000\r\nRDS DM00000 1000\r\n");
@@ -138,13 +194,18 @@ TEST_F(ServerTest, SaysWhyItCannotOpenALine)
 {
     const auto server = serve();
     const std::string where = "127.0.0.1:" + std::to_string(server->tcpPort());
-    EXPECT_FALSE(Server(memory).listenTcp("127.0.0.1", server->tcpPort(), why));
+    EXPECT_FALSE(Server(plc).listenTcp("127.0.0.1", server->tcpPort(), why));
     EXPECT_EQ(why, "cannot listen on " + where + ": Address already in use");
 
     const std::string file = directory / "file";
     std::ofstream(file) << "precious";
-    EXPECT_FALSE(Server(memory).openPty(file, why));
+    EXPECT_FALSE(Server(plc).openPty(file, why));
     EXPECT_EQ(why, file + " exists already and is not a link to a pseudo-terminal");
+
+    EXPECT_FALSE(Server(plc).openPty(link, why));
+    EXPECT_EQ(why, link.string() + " is in use: it leads to " + server->ptyPath() +
+                       ", where another controller is simulated");
+    EXPECT_EQ(fs::read_symlink(link), server->ptyPath());
 }
 
 } // namespace

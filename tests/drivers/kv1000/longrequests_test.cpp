@@ -3,8 +3,8 @@
 #include "drivers/abstractdeviceinterface.h"
 #include "drivers/communicatorcommand.h"
 #include "drivers/driverinterface.h"
-#include "simulator/memory.h"
-#include "simulator/session.h"
+#include "simulator/kv1000/controller.h"
+#include "simulator/kv1000/session.h"
 
 #include <QVariant>
 
@@ -24,8 +24,8 @@ namespace
 class SimulatedPort : public AbstractDeviceInterface
 {
 public:
-    explicit SimulatedPort(simulator::Memory& memory)
-        : m_session(memory)
+    explicit SimulatedPort(simulator::kv1000::Controller& controller)
+        : m_session(controller.memory())
     {
     }
 
@@ -58,7 +58,7 @@ public:
     int sessions = 0;
 
 private:
-    simulator::Session m_session;
+    simulator::kv1000::Session m_session;
     std::string m_unread;
 };
 
@@ -86,8 +86,8 @@ protected:
         return written;
     }
 
-    simulator::Memory memory;
-    SimulatedPort port{memory};
+    simulator::kv1000::Controller controller;
+    SimulatedPort port{controller};
     const std::unique_ptr<DriverInterface> driver{CreateDriver()};
 };
 
@@ -187,7 +187,7 @@ protected:
     {
         QByteArray bytes;
         for (int i = 0; i < count; ++i) {
-            const uint32_t value = memory.look(area.device(i)).value();
+            const uint32_t value = controller.look(area.device(i)).value();
             for (int byte = 0; byte < area.valueBytes; ++byte)
                 bytes.append(char(value >> (8 * byte)));
         }
@@ -222,7 +222,7 @@ TEST_F(LongValues, OfEveryWidthAndAreaAreThoseInMemory)
     } widths[] = {{DataByte, 1}, {DataBlock, 1}, {DataWord, 2}, {DataDoubleWord, 4}};
 
     std::string why;
-    ASSERT_TRUE(memory.preset("CTC2=7,258,4294967295", why)) << why;
+    ASSERT_TRUE(controller.preset("CTC2=7,258,4294967295", why)) << why;
     for (const AreaOfValues& area : areas)
         for (const auto& width : widths)
             for (int units : {1, int(random() % 20 + 1), int(random() % 1024 + 1), 1024}) {
@@ -257,7 +257,7 @@ TEST_F(LongRequests, BitsAreThoseInMemory)
             int number = area.first;
             for (int i = 0; i < bits; ++i) {
                 const std::string bit = area.symbol + std::to_string(number);
-                ASSERT_EQ(memory.lookState(bit).value(), unsigned(data.at(i))) << bit;
+                ASSERT_EQ(controller.lookState(bit).value(), unsigned(data.at(i))) << bit;
                 number = area.channels && number % 100 == 15 ? number + 85 : number + 1;
             }
         }

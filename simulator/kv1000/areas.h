@@ -1,7 +1,9 @@
-// The device areas of the simulated controller: how each is named and numbered on the wire, what
-// its devices hold and how many there are. It holds no values and knows no commands.
-#ifndef SIMULATOR_AREAS_H
-#define SIMULATOR_AREAS_H
+// The device areas of a KV-1000: how each is named and numbered on the wire, what its devices hold
+// and how many there are.
+#ifndef SIMULATOR_KV1000_AREAS_H
+#define SIMULATOR_KV1000_AREAS_H
+
+#include "simulator/memory.h"
 
 #include <cstdint>
 #include <optional>
@@ -9,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace simulator
+namespace simulator::kv1000
 {
 
 /// How the number behind an area's letters counts its devices.
@@ -19,7 +21,7 @@ enum class Numbering {
     Hexadecimal, ///< 0, 1, ..., 9, A, ..., F, 10, ...
 };
 
-/// What one device of an area holds, and so how it stands in a reply.
+/// What one device of an area holds, and so how it is written in a reply.
 enum class ValueKind {
     Bit,        ///< "1"
     Word,       ///< 16 bits, five digits: "00012"
@@ -42,6 +44,13 @@ struct Device {
     uint32_t index;
 };
 
+/// The values that one device can have; which of them it has follows from its ValueKind.
+enum class Part {
+    State,    ///< a bit, or the contact of a timer or counter
+    Current,  ///< a word, a 32-bit value, or the current value of a timer or counter
+    SetValue, ///< the set value of a timer or counter
+};
+
 /// Every area, in a fixed order. The references stay valid for the life of the program.
 const std::vector<Area>& areas();
 
@@ -52,9 +61,18 @@ std::optional<Device> findDevice(std::string_view wireText);
 /// The text that names a device in a command, such as "DM00100".
 std::string wireText(const Device& device);
 
+/// Where the value of a device is kept. Consecutive devices are neighbours.
+Place placeOf(const Device& device, Part part);
+
+/// True when `count` devices exist from this one on.
+bool fits(const Device& first, uint32_t count);
+
+/// The part that a device of this kind is read and written by.
+Part mainPart(ValueKind kind);
+
 /// The largest value that a device of this kind takes.
 uint32_t largestValue(ValueKind kind);
 
-} // namespace simulator
+} // namespace simulator::kv1000
 
-#endif // SIMULATOR_AREAS_H
+#endif // SIMULATOR_KV1000_AREAS_H

@@ -1,11 +1,13 @@
-#include "simulator/session.h"
+#include "simulator/kv1000/session.h"
 
 #include "simulator/text.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <map>
 #include <optional>
 
-namespace simulator
+namespace simulator::kv1000
 {
 
 namespace
@@ -23,10 +25,10 @@ std::string reply(std::string_view text)
 
 std::string refusal(ErrorCode code)
 {
-    return errorReply(static_cast<unsigned>(code));
+    return reply("E" + std::to_string(static_cast<unsigned>(code)));
 }
 
-/// The count of a command, or nothing when it is no number or one that no command may have.
+/// The count of a command, or nothing when it is not a number that a command may have.
 std::optional<uint32_t> parseCount(std::string_view text)
 {
     const auto count = parseNumber(text);
@@ -51,6 +53,12 @@ std::optional<std::vector<uint32_t>> parseValues(const std::vector<std::string_v
     return values;
 }
 
+/// Devices of one area with consecutive indices, all of which exist.
+struct Range {
+    Device first;
+    uint32_t count;
+};
+
 std::optional<Range> findRange(std::string_view device, uint32_t count)
 {
     const auto first = findDevice(device);
@@ -69,34 +77,44 @@ std::optional<Part> partToWrite(Part wanted, ValueKind kind)
     return wanted;
 }
 
-std::string item(const Cell& cell, ValueKind kind)
+/// One of the numbers that a device has in a reply.
+struct Column {
+    Part part;
+    int digits;
+};
+
+const std::vector<Column>& columnsOf(ValueKind kind)
 {
-    char text[32];
-    switch (kind) {
-    case ValueKind::Bit:
-        std::snprintf(text, sizeof text, "%u", cell.state);
-        break;
-    case ValueKind::Word:
-        std::snprintf(text, sizeof text, "%05u", cell.current);
-        break;
-    case ValueKind::DoubleWord:
-        std::snprintf(text, sizeof text, "%010u", cell.current);
-        break;
-    case ValueKind::Counting:
-        std::snprintf(text, sizeof text, "%u,%010u,%010u", cell.state, cell.current, cell.setValue);
-        break;
-    }
+    static const std::map<ValueKind, std::vector<Column>> table = {
+        {ValueKind::Bit, {{Part::State, 1}}},
+        {ValueKind::Word, {{Part::Current, 5}}},
+        {ValueKind::DoubleWord, {{Part::Current, 10}}},
+        {ValueKind::Counting, {{Part::State, 1}, {Part::Current, 10}, {Part::SetValue, 10}}},
+    };
+    return table.at(kind);
+}
+
+std::string decimal(uint32_t value, int digits)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "%0*u", digits, value);
     return text;
 }
 
-std::string listOf(const std::vector<Cell>& cells, ValueKind kind)
+/// "00012 00002" for two words, "1,0000000005,0000000100" for a timer.
+std::string listOf(const Memory& memory, const Range& range)
 {
-    std::string list;
-    for (const Cell& cell : cells) {
-        if (!list.empty())
-            list += ' ';
-        list += item(cell, kind);
+    std::vector<std::string> items(range.count);
+    for (const Column& column : columnsOf(range.first.area->kind)) {
+        auto item = items.begin();
+        for (uint32_t value : memory.read(placeOf(range.first, column.part), range.count)) {
+            *item += (item->empty() ? "" : ",") + decimal(value, column.digits);
+            ++item;
+        }
     }
+    std::string list;
+    for (const std::string& item : items)
+        list += (list.empty() ? "" : " ") + item;
     return list;
 }
 
@@ -135,20 +153,39 @@ const std::vector<std::string_view>& commandWords()
     return words;
 }
 
-std::string_view commandWord(std::string_view line)
+std::optional<std::string> Session::takeRequest(std::string& received)
 {
-    return line.substr(0, line.find(' '));
+    for (;;) {
+        const size_t end = received.find('\n');
+        if (end == std::string::npos)
+            break;
+        std::string line = received.substr(0, end);
+        received.erase(0, end + 1);
+        // Without its CR the line keeps the LF, and with that it is no known command.
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        else
+            line += '\n';
+        if (!line.empty())
+            return line;
+    }
+    // A command and its CR, and one byte more to show that a line is too long.
+    received.resize(std::min(received.size(), MaxCommandLength + 2));
+    return std::nullopt;
 }
 
-std::string errorReply(unsigned digit)
+std::string Session::commandName(std::string_view line) const
+{
+    return std::string(line.substr(0, line.find(' ')));
+}
+
+std::string Session::errorReply(std::string_view, uint32_t digit) const
 {
     return reply("E" + std::to_string(digit));
 }
 
 std::string Session::answer(std::string_view line)
 {
-    if (line.empty())
-        return std::string();
     if (line.size() > MaxCommandLength)
         return refusal(ErrorCode::BadCommand);
     // Two blanks in a row give an empty word, which no command takes.
@@ -188,7 +225,7 @@ std::string Session::read(const Arguments& arguments)
     const auto range = findRange(arguments[0], *count);
     if (!range)
         return refusal(ErrorCode::NoSuchDevice);
-    return reply(listOf(memory_.read(*range), range->first.area->kind));
+    return reply(listOf(memory_, *range));
 }
 
 std::string Session::writeCurrent(const Arguments& arguments)
@@ -215,7 +252,7 @@ std::string Session::writeValues(const Arguments& arguments, Part wanted)
         parseValues({arguments.begin() + 2, arguments.end()}, *count, largestValue(kind));
     if (!part || !values)
         return refusal(ErrorCode::BadCommand);
-    memory_.write(*range, *part, *values);
+    memory_.write(placeOf(range->first, *part), *values);
     return reply("OK");
 }
 
@@ -237,8 +274,8 @@ std::string Session::writeState(const Arguments& arguments, uint32_t state)
     const ValueKind kind = range->first.area->kind;
     if (kind != ValueKind::Bit && kind != ValueKind::Counting)
         return refusal(ErrorCode::BadCommand);
-    memory_.write(*range, Part::State, {state});
+    memory_.write(placeOf(range->first, Part::State), {state});
     return reply("OK");
 }
 
-} // namespace simulator
+} // namespace simulator::kv1000

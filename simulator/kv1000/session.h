@@ -1,9 +1,9 @@
-// One host's session with the simulated controller: a command line in, its reply out, all as text.
-// It knows no line, no socket and no clock; several sessions may share one memory.
-#ifndef SIMULATOR_SESSION_H
-#define SIMULATOR_SESSION_H
+// The host-link protocol of a KV-1000: a command line in, its reply out, all as text.
+#ifndef SIMULATOR_KV1000_SESSION_H
+#define SIMULATOR_KV1000_SESSION_H
 
-#include "simulator/memory.h"
+#include "simulator/controller.h"
+#include "simulator/kv1000/areas.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace simulator
+namespace simulator::kv1000
 {
 
 /// What the digit of an error reply means, such as the 1 in "E1".
@@ -28,27 +28,32 @@ constexpr uint32_t MaxDevicesPerCommand = 1000;
 /// ten-digit values as a command may have, with their blanks.
 constexpr size_t MaxCommandLength = 32 + 11 * MaxDevicesPerCommand;
 
+/// The digit of an error reply is 0 to this.
+constexpr uint32_t MaxErrorDigit = 9;
+
 /// Every command word, such as "RDS".
 const std::vector<std::string_view>& commandWords();
 
-/// The first word of a command line.
-std::string_view commandWord(std::string_view line);
-
-/// An error reply with this digit, 0 to 9, CR LF included.
-std::string errorReply(unsigned digit);
-
-class Session
+/// Requests are command lines without their CR LF.
+class Session : public simulator::Session
 {
 public:
-    /// The memory must outlive the session.
+    /// The memory must outlive the session; several sessions may share one.
     explicit Session(Memory& memory)
         : memory_(memory)
     {
     }
 
-    /// Carries out one command and returns the reply with its CR LF. The line comes without its CR
-    /// LF and may be anything at all. An empty line is no command and gets an empty reply.
-    std::string answer(std::string_view line);
+    /// A command ends with LF; one that does not end with CR LF, or is too long, becomes a request
+    /// that gets an error reply. Empty lines are no commands.
+    std::optional<std::string> takeRequest(std::string& received) override;
+
+    std::string commandName(std::string_view line) const override;
+
+    /// Carries out one command and returns the reply with its CR LF. The line may be anything.
+    std::string answer(std::string_view line) override;
+
+    std::string errorReply(std::string_view line, uint32_t digit) const override;
 
 private:
     struct Command;
@@ -72,6 +77,6 @@ private:
     bool open_ = false;
 };
 
-} // namespace simulator
+} // namespace simulator::kv1000
 
-#endif // SIMULATOR_SESSION_H
+#endif // SIMULATOR_KV1000_SESSION_H

@@ -1,5 +1,5 @@
 // Stories told to one session: what a host sends, and what it must get.
-#include "simulator/session.h"
+#include "simulator/kv1000/session.h"
 #include "simulator/text.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@ namespace
 {
 
 using simulator::Memory;
-using simulator::Session;
+using simulator::kv1000::Session;
 
 /// The replies to commands that stand separated by ";", likewise separated, without their CR LF.
 std::string replies(Session& session, const char* commands)
@@ -46,6 +46,8 @@ TEST(Session, TellsItsStories)
          "CC;OK;OK;OK;1,0000000005,0000000100 0,0000000000,0000000200"},
         {"counters count each on their own", "CR;WSS C1 1 7;WRS CTH1 1 9;RDS C1 1;RDS CTC1 1",
          "CC;OK;OK;0,0000000000,0000000007;0,0000000000,0000000000"},
+        {"the last of an area", "CR;WRS DM65534 1 1;RDS DM65533 2;ST MR99915;RDS MR99914 2",
+         "CC;OK;00000 00001;OK;0 1"},
         {"index registers begin with 1", "CR;RDS Z0 1;RDS Z01 1;RDS Z12 1", "CC;E0;00000;00000"},
         {"link relays are numbered in hexadecimal", "CR;ST b10;RDS BE 4;RDS B3FFF 1;RDS B4000 1",
          "CC;OK;0 0 1 0;0;E0"},

@@ -1,10 +1,10 @@
-#include "simulator/areas.h"
+#include "simulator/kv1000/areas.h"
 
 #include "simulator/text.h"
 
 #include <cstdio>
 
-namespace simulator
+namespace simulator::kv1000
 {
 
 namespace
@@ -111,6 +111,23 @@ std::string wireText(const Device& device)
     return area.name + std::string(digits);
 }
 
+Place placeOf(const Device& device, Part part)
+{
+    constexpr uint32_t Parts = 3;
+    const auto area = static_cast<uint32_t>(device.area - areas().data());
+    return {area * Parts + static_cast<uint32_t>(part), device.index};
+}
+
+bool fits(const Device& first, uint32_t count)
+{
+    return count <= first.area->size - first.index;
+}
+
+Part mainPart(ValueKind kind)
+{
+    return kind == ValueKind::Bit ? Part::State : Part::Current;
+}
+
 uint32_t largestValue(ValueKind kind)
 {
     switch (kind) {
@@ -125,4 +142,4 @@ uint32_t largestValue(ValueKind kind)
     return 0;
 }
 
-} // namespace simulator
+} // namespace simulator::kv1000

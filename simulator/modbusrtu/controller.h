@@ -1,0 +1,35 @@
+// A Modbus RTU station: holding registers HR0 to HR9999 and coils C0 to C9999.
+#ifndef SIMULATOR_MODBUSRTU_CONTROLLER_H
+#define SIMULATOR_MODBUSRTU_CONTROLLER_H
+
+#include "simulator/controller.h"
+
+namespace simulator::modbusrtu
+{
+
+/// How many holding registers there are, and how many coils.
+constexpr uint32_t DevicesPerTable = 10000;
+
+class Controller : public simulator::Controller
+{
+public:
+    /// The number that the station answers to, 1 to 247.
+    explicit Controller(uint8_t station = 1)
+        : station_(station)
+    {
+    }
+
+    const Commands& commands() const override;
+    std::unique_ptr<simulator::Session> newSession() override;
+
+protected:
+    std::optional<NamedPlace> find(std::string_view device) const override;
+    const Demo& demo() const override;
+
+private:
+    uint8_t station_;
+};
+
+} // namespace simulator::modbusrtu
+
+#endif // SIMULATOR_MODBUSRTU_CONTROLLER_H

@@ -1,0 +1,165 @@
+#include "simulator/pseudoterminal.h"
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+namespace simulator
+{
+
+namespace
+{
+
+constexpr const char* PtyDirectory = "/dev/pts/";
+
+std::string lastError()
+{
+    return std::strerror(errno);
+}
+
+/// Where a symbolic link leads to; empty for anything else.
+std::string linkTarget(const std::string& link)
+{
+    std::array<char, 256> target;
+    const ssize_t length = readlink(link.c_str(), target.data(), target.size());
+    return length < 0 ? std::string() : std::string(target.data(), static_cast<size_t>(length));
+}
+
+bool exists(const std::string& path)
+{
+    struct stat status;
+    return lstat(path.c_str(), &status) == 0;
+}
+
+OwnedFd openMaster(std::string& slavePath)
+{
+    OwnedFd master(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    std::array<char, 64> name;
+    if (!master.valid() || grantpt(master.get()) != 0 || unlockpt(master.get()) != 0 ||
+        ptsname_r(master.get(), name.data(), name.size()) != 0)
+        return OwnedFd();
+    slavePath = name.data();
+    return master;
+}
+
+OwnedFd watchHosts(const std::string& path)
+{
+    OwnedFd events(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (!events.valid() || inotify_add_watch(events.get(), path.c_str(), IN_OPEN | IN_CLOSE) < 0)
+        return OwnedFd();
+    return events;
+}
+
+/// A socket by a name that follows from the terminal's, which no file stands for: it ends with the
+/// process that holds it, however that ends. Invalid when another holds it.
+OwnedFd claimTerminal(const std::string& path)
+{
+    const std::string name = "plc-simulator" + path;
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (name.size() + 1 > sizeof address.sun_path)
+        return OwnedFd();
+    name.copy(address.sun_path + 1, name.size()); // after a NUL: no file
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    OwnedFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), size) != 0)
+        return OwnedFd();
+    return socket;
+}
+
+bool isClaimed(const std::string& path)
+{
+    return !claimTerminal(path).valid();
+}
+
+} // namespace
+
+PseudoTerminal::~PseudoTerminal()
+{
+    // Another terminal may have taken the name over.
+    if (!link_.empty() && linkTarget(link_) == path_)
+        unlink(link_.c_str());
+}
+
+bool PseudoTerminal::open(const std::string& link, std::string& why)
+{
+    std::string path;
+    OwnedFd master = openMaster(path);
+    // As long as the slave is open somewhere, the master never sees a hang-up: hosts may come and
+    // go, and what they send while the controller is busy stays.
+    OwnedFd slave(master.valid() ? ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC) : -1);
+    OwnedFd hostEvents = watchHosts(path);
+    if (!slave.valid() || !hostEvents.valid() || tcgetattr(slave.get(), &settings_) != 0) {
+        why = "cannot create a pseudo-terminal: " + lastError();
+        return false;
+    }
+    path_ = path;
+    if (!link.empty() && !makeLink(link, why)) {
+        path_.clear();
+        return false;
+    }
+    master_ = std::move(master);
+    slave_ = std::move(slave);
+    hostEvents_ = std::move(hostEvents);
+    claim_ = claimTerminal(path_);
+    // Bytes pass unchanged and without echo. A pseudo-terminal ignores parity, and to ask for it is
+    // an error when it is all that a host would change: so the speed is one that it will change.
+    cfmakeraw(&settings_);
+    cfsetspeed(&settings_, B50);
+    resetSettings();
+    return true;
+}
+
+bool PseudoTerminal::makeLink(const std::string& link, std::string& why)
+{
+    const std::string target = linkTarget(link);
+    const bool leadsToTerminal = target.rfind(PtyDirectory, 0) == 0;
+    if (exists(link) && !leadsToTerminal) {
+        why = link + " exists already and is not a link to a pseudo-terminal";
+        return false;
+    }
+    if (leadsToTerminal && isClaimed(target)) {
+        why =
+            link + " is in use: it leads to " + target + ", where another controller is simulated";
+        return false;
+    }
+    if (leadsToTerminal)
+        unlink(link.c_str());
+    if (symlink(path_.c_str(), link.c_str()) != 0) {
+        why = "cannot create the link " + link + ": " + lastError();
+        return false;
+    }
+    link_ = link;
+    return true;
+}
+
+void PseudoTerminal::welcomeHosts()
+{
+    alignas(inotify_event) std::array<char, 4096> bytes;
+    const ssize_t size = read(hostEvents_.get(), bytes.data(), bytes.size());
+    for (ssize_t place = 0; place < size;) {
+        const auto* const event = reinterpret_cast<const inotify_event*>(bytes.data() + place);
+        // Opened, too: since the last host left a late reply may have come.
+        tcflush(slave_.get(), TCIFLUSH);
+        if (event->mask & IN_CLOSE)
+            resetSettings();
+        place += static_cast<ssize_t>(sizeof *event + event->len);
+    }
+}
+
+/// A host that was killed has neither restored the settings nor given up its claim to the device.
+void PseudoTerminal::resetSettings()
+{
+    ioctl(slave_.get(), TIOCNXCL);
+    tcsetattr(slave_.get(), TCSANOW, &settings_);
+}
+
+} // namespace simulator
