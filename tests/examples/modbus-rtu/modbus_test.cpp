@@ -1,5 +1,7 @@
-// The Modbus RTU driver against a station that libmodbus plays, over a real serial port.
-#include "station.h"
+// The Modbus RTU driver against the simulated station, and once against a station that a public
+// implementation of the protocol plays over a real serial port.
+#include "libmodbusstation.h"
+#include "simulatedport.h"
 
 #include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
@@ -15,8 +17,9 @@
 namespace
 {
 
-constexpr int LongMs = 10 * 1000; ///< a test that waits this long has failed
-constexpr int ShortMs = 50;       ///< for replies that never come
+using simulator::modbusrtu::Controller;
+
+constexpr int TimeoutMs = 100; ///< virtual
 constexpr int NoRetry = 0;
 
 CommunicatorCommand commandFor(int dataType, const char* address, int length)
@@ -41,15 +44,12 @@ protected:
         QString error;
         plugin = host::DriverPlugin::load(QStringLiteral(MODBUS_DRIVER), &error);
         ASSERT_TRUE(plugin) << qPrintable(error);
-        openPort(LongMs, NoRetry);
+        connectTo(station);
     }
 
-    void openPort(int timeoutMs, int retries)
+    void connectTo(Controller& controller, const char* faults = "", int retries = NoRetry)
     {
-        port.reset(); // before the device is opened again
-        const host::PortAddress address = {host::PortAddress::Kind::Serial, station.device(), 0};
-        port = host::makePort(address, host::LineSettings(), {timeoutMs, retries, 0});
-        ASSERT_TRUE(port->open()) << qPrintable(port->trouble());
+        port = std::make_unique<SimulatedPort>(controller, faults, TimeoutMs, retries);
     }
 
     QByteArray read(int dataType, const char* address, int length)
@@ -70,30 +70,22 @@ protected:
         return driver().hasError() ? driver().getLastError().toStdString() : "no error";
     }
 
-    std::vector<int> memory(int dataType, int first, int count)
-    {
-        return isBits(dataType) ? station.coils(first, count) : station.registers(first, count);
-    }
-    void setMemory(int dataType, int first, const std::vector<int>& values)
-    {
-        isBits(dataType) ? station.setCoils(first, values) : station.setRegisters(first, values);
-    }
-
-    /// The devices of each request that arrived, which must join seamlessly.
+    /// The devices of each request that was sent, which must join seamlessly.
     std::vector<int> countsOfRequests(int first)
     {
         std::vector<int> counts;
-        for (const QByteArray& request : station.takeRequests()) {
+        for (const QByteArray& request : port->requests) {
             EXPECT_EQ(qFromBigEndian<quint16>(request.data() + 2), first);
             counts.push_back(qFromBigEndian<quint16>(request.data() + 4));
             first += counts.back();
         }
+        port->requests.clear();
         return counts;
     }
 
-    Station station;
+    Controller station;
     std::unique_ptr<host::DriverPlugin> plugin;
-    std::unique_ptr<host::LinePort> port;
+    std::unique_ptr<SimulatedPort> port;
 };
 
 struct Kind {
@@ -123,26 +115,29 @@ const Kind kinds[] = {
     {"BitGroup", DataBitGroup, "C4999", 1, bytes("01"), 4999, {1}},
 };
 
-TEST_F(Modbus, ReadsEveryKind)
+TEST_F(Modbus, ReadsAndWritesEveryKindOfARealPeerAndNothingBesideIt)
 {
+    constexpr int LongMs = 10 * 1000; // a test that waits this long has failed
+    LibmodbusStation peer(247);
+    const auto line = host::makePort({host::PortAddress::Kind::Serial, peer.device(), 0},
+                                     host::LineSettings(), {LongMs, NoRetry, 0});
+    ASSERT_TRUE(line->open()) << qPrintable(line->trouble());
     for (const Kind& kind : kinds) {
         SCOPED_TRACE(kind.name);
-        setMemory(kind.dataType, kind.first, kind.memory);
-        EXPECT_EQ(read(kind.dataType, kind.address, kind.length).toHex(), kind.data.toHex());
-        EXPECT_EQ(error(), "no error");
-    }
-}
-
-TEST_F(Modbus, WritesEveryKindAndNothingBesideIt)
-{
-    for (const Kind& kind : kinds) {
-        SCOPED_TRACE(kind.name);
-        const int total = isBits(kind.dataType) ? Station::CoilCount : Station::RegisterCount;
-        std::vector<int> expected(size_t(total), 1);
-        setMemory(kind.dataType, 0, expected);
+        std::vector<int> registers(LibmodbusStation::RegisterCount, 1);
+        std::vector<int> coils(LibmodbusStation::CoilCount, 1);
+        std::copy(registers.begin(), registers.end(), peer.registers());
+        std::copy(coils.begin(), coils.end(), peer.coils());
+        std::vector<int>& expected = isBits(kind.dataType) ? coils : registers;
         std::copy(kind.memory.begin(), kind.memory.end(), expected.begin() + kind.first);
-        EXPECT_TRUE(write(kind.dataType, kind.address, kind.data)) << error();
-        EXPECT_EQ(memory(kind.dataType, 0, total), expected);
+
+        const CommunicatorCommand command =
+            commandFor(kind.dataType, (std::string("247:") + kind.address).c_str(), kind.length);
+        EXPECT_TRUE(driver().write(line.get(), command, kind.data)) << error();
+        EXPECT_TRUE(std::equal(registers.begin(), registers.end(), peer.registers()));
+        EXPECT_TRUE(std::equal(coils.begin(), coils.end(), peer.coils()));
+        EXPECT_EQ(driver().read(line.get(), command).toHex(), kind.data.toHex());
+        EXPECT_EQ(error(), "no error");
     }
 }
 
@@ -173,95 +168,76 @@ TEST_F(Modbus, SplitsRequestsThatAreTooLong)
         }
         EXPECT_TRUE(write(row.dataType, row.address, data)) << error();
         EXPECT_EQ(countsOfRequests(9), row.writeCounts);
-        EXPECT_EQ(memory(row.dataType, 9, row.devices), values);
+        for (int i = 0; i < row.devices; ++i) {
+            const std::string device = (isBits(row.dataType) ? "C" : "HR") + std::to_string(9 + i);
+            ASSERT_EQ(station.look(device), unsigned(values[size_t(i)])) << device;
+        }
         EXPECT_EQ(read(row.dataType, row.address, row.length), data) << error();
         EXPECT_EQ(countsOfRequests(9), row.readCounts);
     }
 }
 
-TEST_F(Modbus, TellsWhyTheStationRefuses)
+TEST_F(Modbus, TellsWhatIsWrongWithAReply)
 {
     const struct {
-        int code;
-        const char* text;
+        const char* faults;
+        const char* error;
     } rows[] = {
-        {1, "Response During an Error: exception 1, illegal function"},
-        {2, "Response During an Error: exception 2, illegal data address"},
-        {6, "Response During an Error: exception 6, of its own"},
+        {"error=1", "Response During an Error: exception 1, illegal function"},
+        {"error=2", "Response During an Error: exception 2, illegal data address"},
+        {"error=6", "Response During an Error: exception 6, of its own"},
+        {"silent", "packet loss"},
+        {"cut=4", "packet loss"},
+        {"cut=5", "packet loss"},
+        {"cut=7", "packet loss"},
+        {"garble=0", "invalid response: bad CRC"},
+        {"garble=3", "invalid response: bad CRC"},
+        {"garble=9", "invalid response: bad CRC"},
+        {"late=105ms", "packet loss"},
+        {"late=95ms", "no error"},
+        {"dribble=10ms", "no error"},
     };
     for (const auto& row : rows) {
-        station.refuseWith(row.code);
-        openPort(LongMs, NoRetry); // a port is slow to trust a line after a failure
-        EXPECT_EQ(read(DataWord, "HR0", 1), QByteArray());
-        EXPECT_EQ(error(), row.text);
-        openPort(LongMs, NoRetry);
-        EXPECT_FALSE(write(DataBit, "C0", bytes("01")));
-        EXPECT_EQ(error(), row.text);
+        SCOPED_TRACE(row.faults);
+        const bool isGood = std::string(row.error) == "no error";
+        connectTo(station, row.faults);
+        EXPECT_EQ(read(DataWord, "HR0", 2), isGood ? bytes("00000000") : QByteArray());
+        EXPECT_EQ(error(), row.error);
+        connectTo(station, row.faults);
+        EXPECT_EQ(write(DataBit, "C0", bytes("01")), isGood);
+        EXPECT_EQ(error(), row.error);
     }
-    station.refuseWith(0);
-    openPort(LongMs, NoRetry);
-    EXPECT_EQ(read(DataWord, "HR399", 2), QByteArray()) << "HR400 is none";
-    EXPECT_EQ(error(), rows[1].text);
+    connectTo(station, "cut#2", 2);
+    EXPECT_EQ(read(DataWord, "HR0", 1), bytes("0000")) << error();
+    connectTo(station);
+    EXPECT_EQ(read(DataWord, "HR9999", 2), QByteArray());
+    EXPECT_EQ(error(), "Response During an Error: exception 2, illegal data address");
 }
 
 TEST_F(Modbus, ReachesOtherStations)
 {
-    Station other(247);
-    other.setRegisters(0, {0x1234});
-    const auto otherPort = host::makePort({host::PortAddress::Kind::Serial, other.device(), 0},
-                                          host::LineSettings(), {LongMs, NoRetry, 0});
-    ASSERT_TRUE(otherPort->open());
-    EXPECT_EQ(driver().read(otherPort.get(), commandFor(DataWord, "247:HR0", 1)), bytes("3412"));
+    std::string why;
+    Controller other(247);
+    ASSERT_TRUE(other.preset("HR0=0x1234", why)) << why;
+    connectTo(other);
+    EXPECT_EQ(read(DataWord, "247:HR0", 1), bytes("3412")) << error();
+    EXPECT_EQ(read(DataWord, "HR0", 1), QByteArray());
+    EXPECT_EQ(error(), "packet loss");
 
     const std::unique_ptr<DeviceSetting> setting(driver().getDefaultSerialDeviceSetting());
     setting->auxValue = 247;
     EXPECT_TRUE(driver().deviceSettingChanged(setting.get()));
-    EXPECT_EQ(driver().read(otherPort.get(), commandFor(DataWord, "HR0", 1)), bytes("3412"));
+    EXPECT_EQ(read(DataWord, "HR0", 1), bytes("3412")) << error();
 
+    connectTo(station);
     for (int none : {0, 248, -1}) {
         setting->auxValue = none;
         EXPECT_TRUE(driver().deviceSettingChanged(setting.get()));
-        openPort(LongMs, NoRetry);
         EXPECT_EQ(read(DataWord, "HR0", 1), bytes("0000")) << none;
     }
-
-    // Comes last: libmodbus takes whatever follows for the other station's reply.
-    openPort(ShortMs, NoRetry);
-    EXPECT_EQ(read(DataWord, "2:HR0", 1), QByteArray());
-    EXPECT_EQ(error(), "packet loss");
 }
 
-TEST_F(Modbus, TakesNoValueFromAReplyWithAWrongBit)
-{
-    const int writeReplySize = 8; // a read's is longer
-    for (int place = 0; place < writeReplySize; ++place) {
-        Fault flip;
-        flip.flippedByte = place;
-        flip.flippedBits = 0x80;
-        station.spoilReplies(flip);
-        openPort(LongMs, NoRetry);
-        EXPECT_EQ(read(DataWord, "HR0", 2), QByteArray()) << "byte " << place;
-        EXPECT_EQ(error(), "invalid response: bad CRC") << "byte " << place;
-        openPort(LongMs, NoRetry);
-        EXPECT_FALSE(write(DataWord, "HR0", bytes("3412"))) << "byte " << place;
-        EXPECT_EQ(error(), "invalid response: bad CRC") << "byte " << place;
-    }
-}
-
-TEST_F(Modbus, TakesNoValueFromAPartOfAReply)
-{
-    const int replySize = 9;
-    for (int size = 0; size < replySize; ++size) {
-        Fault cut;
-        cut.bytesLeft = size;
-        station.spoilReplies(cut);
-        openPort(ShortMs, NoRetry);
-        EXPECT_EQ(read(DataWord, "HR0", 2), QByteArray()) << size;
-        EXPECT_EQ(error(), "packet loss") << size;
-    }
-}
-
-TEST_F(Modbus, RefusesAddressesThatAreNone)
+TEST_F(Modbus, RefusesInvalidAddresses)
 {
     const struct {
         int dataType;
@@ -285,7 +261,7 @@ TEST_F(Modbus, RefusesAddressesThatAreNone)
     }
     EXPECT_FALSE(write(DataWord, "HR65535", bytes("01020304")));
     EXPECT_EQ(error(), "invalid device address: HR65535");
-    EXPECT_TRUE(station.takeRequests().empty());
+    EXPECT_TRUE(port->requests.empty());
 }
 
 } // namespace
