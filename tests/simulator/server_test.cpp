@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -106,46 +107,60 @@ TEST_F(ServerTest, ServesThePtyToOneHostAfterTheOtherAndTakesItsLinkAway)
     }
     server.reset();
     EXPECT_FALSE(fs::is_symlink(link));
+
+    server = serve();
+    fs::remove(link);
+    fs::create_symlink("/dev/pts/99999", link);
+    server.reset();
+    EXPECT_TRUE(fs::is_symlink(link)) << "it was another's by then";
 }
 
-/// Uses the device like a driver at 9600 baud with even parity, and dies with a reply unread.
+/// Opens the device for itself, changes these settings and dies with a reply unread.
 /// Only what may be called in the child of a program with threads.
-[[noreturn]] void useAndDie(const char* pty)
+[[noreturn]] void useAndDie(const char* pty, tcflag_t flags, speed_t speed)
 {
     const int fd = open(pty, O_RDWR | O_NOCTTY);
     termios settings;
-    if (fd < 0 || tcgetattr(fd, &settings) != 0)
+    if (fd < 0 || ioctl(fd, TIOCEXCL) != 0 || tcgetattr(fd, &settings) != 0)
         _exit(1);
-    settings.c_cflag |= PARENB | CLOCAL;
+    settings.c_cflag |= flags;
+    cfsetspeed(&settings, speed);
     if (tcsetattr(fd, TCSANOW, &settings) != 0)
         _exit(2);
-    cfsetspeed(&settings, B9600);
-    if (tcsetattr(fd, TCSANOW, &settings) != 0)
-        _exit(3);
     char reply[4];
     pollfd event = {fd, POLLIN, 0};
-    if (ioctl(fd, TIOCEXCL) != 0 || write(fd, "CR\r\n", 4) != 4 || poll(&event, 1, -1) != 1 ||
-        read(fd, reply, 4) != 4 || std::memcmp(reply, "CC\r\n", 4) != 0)
-        _exit(4);
+    if (write(fd, "CR\r\n", 4) != 4 || poll(&event, 1, -1) != 1 || read(fd, reply, 4) != 4 ||
+        std::memcmp(reply, "CC\r\n", 4) != 0)
+        _exit(3);
     if (write(fd, "CQ\r\n", 4) == 4 && poll(&event, 1, -1) == 1)
         raise(SIGKILL);
-    _exit(5);
+    _exit(4);
 }
 
+// A pseudo-terminal ignores parity: to ask for it is an error when nothing else changes with it.
 TEST_F(ServerTest, ForgetsAHostThatWasKilled)
 {
+    const struct {
+        tcflag_t flags;
+        speed_t speed;
+    } rows[] = {
+        {PARENB | CLOCAL, B50},   {PARENB | CLOCAL, B50},   {PARENB, B9600},
+        {PARENB | CLOCAL, B9600}, {PARENB | CLOCAL, B9600}, {PARENB, B38400},
+    };
     const auto server = serve();
     const OwnedFd observer(open(server->ptyPath().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    termios initial;
+    ASSERT_EQ(tcgetattr(observer.get(), &initial), 0);
     const auto isReset = [&] {
         termios settings;
         int isExclusive = 0;
-        return tcgetattr(observer.get(), &settings) == 0 && cfgetospeed(&settings) != B9600 &&
+        return tcgetattr(observer.get(), &settings) == 0 && settings.c_cflag == initial.c_cflag &&
                ioctl(observer.get(), TIOCGEXCL, &isExclusive) == 0 && isExclusive == 0;
     };
-    for (int i = 0; i < 3; ++i) {
+    for (const auto& row : rows) {
         const pid_t host = fork();
         if (host == 0)
-            useAndDie(server->ptyPath().c_str());
+            useAndDie(server->ptyPath().c_str(), row.flags, row.speed);
         int status = 0;
         ASSERT_EQ(waitpid(host, &status, 0), host);
         ASSERT_TRUE(WIFSIGNALED(status)) << "ended with " << WEXITSTATUS(status);
@@ -173,13 +188,18 @@ TEST_F(ServerTest, WaitsForAHostThatIsSlowToRead)
 
 TEST_F(ServerTest, GivesEveryHostASessionOfItsOwnAndAllOneMemory)
 {
-    const auto server = serve();
+    constexpr int ManyHosts = 70; // more than may be connected at the same time
+    auto server = serve();
     Host first(server->tcpPort());
     first.ask("CR\r\nWRS DM00000 1 00042\r\n", "CC\r\nOK\r\n");
-    for (int i = 0; i < 2; ++i) // and reopened
+    for (int i = 0; i < ManyHosts && !HasFailure(); ++i)
         Host(server->tcpPort()).ask("RDS DM0 1\r\nCR\r\nRDS DM0 1\r\n", "E4\r\nCC\r\n00042\r\n");
     Host(server->ptyPath()).ask("RDS DM0 1\r\n", "E4\r\n");
     first.ask("RDS DM0 1\r\n", "00042\r\n");
+
+    const uint16_t port = server->tcpPort();
+    server.reset();
+    EXPECT_TRUE(Server(plc).listenTcp("127.0.0.1", port, why)) << "no restart: " << why;
 }
 
 TEST_F(ServerTest, SendsFaultyRepliesAndOutlivesAHostThatHangsUp)
@@ -188,6 +208,17 @@ TEST_F(ServerTest, SendsFaultyRepliesAndOutlivesAHostThatHangsUp)
     Host(server->tcpPort()).send("CR\r\nRDS DM00000 1000\r\nRDS DM00000 1000\r\n");
     Host(server->tcpPort())
         .ask("CR\r\nRDS DM00000 1\r\nCQ\r\nST 0\r\n", "CC\r\n00000\r\nCF\rE4\r\n");
+}
+
+TEST_F(ServerTest, KeepsThePaceOfALine)
+{
+    using namespace std::chrono;
+    Server server(plc, FaultPlan(), TrafficLog(), 1100); // 10 ms a byte
+    ASSERT_TRUE(server.openPty("", why)) << why;
+    server.start();
+    const auto start = steady_clock::now();
+    Host(server.ptyPath()).ask("CR\r\n", "CC\r\n");
+    EXPECT_GE(steady_clock::now() - start, milliseconds(79)); // its clock has whole milliseconds
 }
 
 TEST_F(ServerTest, SaysWhyItCannotOpenALine)
