@@ -10,9 +10,7 @@
 #include "drivers/driverinterface.h"
 #include "drivers/driversetting.h"
 #include "host/driverplugin.h"
-#include "host/lineport.h"
-#include "host/linesettings.h"
-#include "host/portaddress.h"
+#include "host/makeport.h"
 #include "host/tracingport.h"
 
 #include <QCoreApplication>
@@ -163,7 +161,7 @@ Bench::Bench(const BenchOptions& options)
     }
     m_line = host::makePort(addressOf(port), line, exchangeOf(options, driver()));
     if (!m_line->open())
-        throw Failure(CannotOpen, m_line->trouble().toStdString());
+        throw Failure(CannotOpen, m_line->lastFailure().toStdString());
     if (!options.project.empty())
         tellDriverOfProject(options);
     if (options.trace)
@@ -226,10 +224,11 @@ void Bench::write(const std::string& device, const Unit& unit,
 void Bench::fail() const
 {
     const Failure failure = driverFailure(driver().getLastError());
-    const QString trouble = m_line->trouble();
-    if (trouble.isEmpty())
+    m_line->settle(); // so that it can say how late the replies are
+    const QString reason = m_line->lastFailure();
+    if (reason.isEmpty())
         throw failure;
-    throw Failure(failure.status(), failure.what() + (" (" + trouble.toStdString() + ")"),
+    throw Failure(failure.status(), failure.what() + (" (" + reason.toStdString() + ")"),
                   failure.advice());
 }
 

@@ -16,7 +16,7 @@ class DriverInterface;
 namespace host
 {
 class DriverPlugin;
-class LinePort;
+class Port;
 class TracingPort;
 } // namespace host
 
@@ -61,7 +61,7 @@ private:
     // The last to be created goes first: nothing is used after it has gone.
     std::unique_ptr<SimulatedController> m_controller;
     std::unique_ptr<host::DriverPlugin> m_plugin;
-    std::unique_ptr<host::LinePort> m_line;
+    std::unique_ptr<host::Port> m_line;
     std::unique_ptr<host::TracingPort> m_trace; ///< null without --trace
 };
 

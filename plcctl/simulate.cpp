@@ -15,7 +15,6 @@ namespace plcctl
 namespace
 {
 
-const char* const LoopbackAddress = "127.0.0.1";
 constexpr std::uint32_t SlowestBaud = 50;
 constexpr std::uint32_t FastestBaud = 4000000;
 
@@ -27,35 +26,13 @@ struct SimulateOptions {
     bool verbose = false;
 };
 
-struct TcpAddress {
-    std::string host; ///< without brackets
-    std::uint16_t port;
-};
-
-/// "8501", "0.0.0.0:8501" or "[::1]:8501".
-TcpAddress parseTcp(const std::string& text)
+host::PortAddress parseTcp(const std::string& text)
 {
-    const std::size_t colon = text.rfind(':');
-    const std::string portText = colon == std::string::npos ? text : text.substr(colon + 1);
-    bool isNumber = false;
-    const ushort port = QString::fromStdString(portText).toUShort(&isNumber);
-    // The host is read as in --port, which has no use for port 0.
-    const QString host = colon == std::string::npos ? QString(LoopbackAddress)
-                                                    : QString::fromStdString(text.substr(0, colon));
     QString error;
-    const auto address = host::portAddressFromText("tcp:" + host + ":1", &error);
-    if (!isNumber || !address)
-        throw Failure(WrongUsage, "--tcp: '" + text +
-                                      "' is not a port; write 8501, 0.0.0.0:8501 or [::1]:8501");
-    return {address->place.toStdString(), port};
-}
-
-/// An address as --port takes it.
-std::string textOf(const TcpAddress& address)
-{
-    const bool isIpv6 = address.host.find(':') != std::string::npos;
-    return "tcp:" + (isIpv6 ? "[" + address.host + "]" : address.host) + ":" +
-           std::to_string(address.port);
+    const auto address = host::listenAddressFromText(QString::fromStdString(text), &error);
+    if (!address)
+        throw Failure(WrongUsage, "--tcp: " + error.toStdString());
+    return *address;
 }
 
 std::string openPty(simulator::Server& server, const std::string& link)
@@ -66,12 +43,13 @@ std::string openPty(simulator::Server& server, const std::string& link)
     return link.empty() ? server.ptyPath() : link + " (" + server.ptyPath() + ")";
 }
 
-std::string listenTcp(simulator::Server& server, const TcpAddress& address)
+std::string listenTcp(simulator::Server& server, host::PortAddress address)
 {
     std::string why;
-    if (!server.listenTcp(address.host, address.port, why))
+    if (!server.listenTcp(address.place.toStdString(), address.tcpPort, why))
         throw Failure(CannotOpen, why);
-    return textOf({address.host, server.tcpPort()});
+    address.tcpPort = server.tcpPort();
+    return host::textOf(address).toStdString();
 }
 
 /// Opens what was asked for, a pseudo-terminal when nothing was. Returns where that is.

@@ -6,7 +6,7 @@
 # libraries of the machine that is built for.
 ToolPackages=(g++ cmake ninja-build pkg-config sqlite3 qtbase5-dev-tools)
 LibraryPackages=(
-    qtbase5-dev libqt5serialport5-dev libqt5sql5-sqlite libcli11-dev nlohmann-json3-dev
+    qtbase5-dev libqt5sql5-sqlite libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev libmodbus-dev zlib1g-dev libboost-dev
 )
 

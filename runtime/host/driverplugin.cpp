@@ -72,12 +72,15 @@ std::unique_ptr<DriverPlugin> DriverPlugin::load(const QString& file, QString* e
     // Without this Qt would keep the library in memory for good.
     loader->setLoadHints(QLibrary::LoadHints());
     // Only load() counts this loader among the library's users; instance() alone would not.
-    if (!loader->load() || !loader->instance())
+    if (!loader->load())
         return refuse(loader->errorString());
     DriverInterface* const driver = qobject_cast<DriverInterface*>(loader->instance());
     if (!driver) {
+        reason = loader->instance()
+                     ? QStringLiteral("its object does not implement the driver interface")
+                     : QStringLiteral("it has no object");
         loader->unload();
-        return refuse(QStringLiteral("its object does not implement the driver interface"));
+        return refuse(reason);
     }
     return std::unique_ptr<DriverPlugin>(new DriverPlugin(std::move(loader), driver));
 }

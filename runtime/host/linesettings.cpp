@@ -1,7 +1,6 @@
 #include "host/linesettings.h"
 
 #include "drivers/devicesetting.h"
-#include "drivers/driversetting.h"
 
 #include <QStringList>
 
@@ -111,11 +110,6 @@ std::optional<LineSettings> lineSettingsFrom(const DeviceSetting& setting, QStri
         return bad("stop-bit code", setting.stopbits);
     return LineSettings{setting.baudrate, static_cast<Parity>(setting.parity), setting.databits,
                         setting.stopbits == 0 ? StopBits::One : StopBits::Two};
-}
-
-ExchangeSettings exchangeSettingsFrom(const DriverSetting& setting)
-{
-    return {setting.timeout, setting.retry, setting.delay};
 }
 
 } // namespace host

@@ -1,5 +1,4 @@
-// The parameters of a serial line and of an exchange, from texts and from settings records.
-// It opens nothing and knows no driver.
+// The parameters of a serial line, from texts and from settings records.
 #ifndef HOST_LINESETTINGS_H
 #define HOST_LINESETTINGS_H
 
@@ -8,7 +7,6 @@
 #include <optional>
 
 class DeviceSetting;
-class DriverSetting;
 
 namespace host
 {
@@ -35,15 +33,6 @@ std::optional<LineSettings> lineSettingsFromText(const QString& text, QString* e
 /// is one stop bit by the record's definition; the others are this host's own: parity 0 none,
 /// 1 odd, 3 mark, 4 space, stopbits 2 two stop bits. Code 1, one and a half, no port here offers.
 std::optional<LineSettings> lineSettingsFrom(const DeviceSetting& setting, QString* error);
-
-/// How long an exchange may take and how often it is tried.
-struct ExchangeSettings {
-    int timeoutMs = 500; ///< the longest wait for a reply
-    int retry = 3;       ///< repeats after a failed attempt
-    int delayMs = 0;     ///< pause before every attempt
-};
-
-ExchangeSettings exchangeSettingsFrom(const DriverSetting& setting);
 
 } // namespace host
 

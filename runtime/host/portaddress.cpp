@@ -1,8 +1,5 @@
 #include "host/portaddress.h"
 
-#include "host/line.h"
-#include "host/lineport.h"
-
 namespace host
 {
 
@@ -45,6 +42,15 @@ std::optional<PortAddress> refuse(QString* error, const QString& text, const cha
     return std::nullopt;
 }
 
+std::optional<quint16> portNumber(const QString& text, int lowest)
+{
+    bool isNumber = false;
+    const uint number = text.toUInt(&isNumber);
+    if (!isNumber || number < static_cast<uint>(lowest) || number > UINT16_MAX)
+        return std::nullopt;
+    return static_cast<quint16>(number);
+}
+
 std::optional<PortAddress> tcpAddress(const QString& text, QString* error)
 {
     const std::optional<HostAndPort> parts = hostAndPort(text.mid(TcpPrefix.size()));
@@ -54,12 +60,10 @@ std::optional<PortAddress> tcpAddress(const QString& text, QString* error)
         return refuse(error, text, "the host is missing, as in tcp:192.168.0.10:8501");
     if (parts->port.isNull())
         return PortAddress{PortAddress::Kind::Tcp, parts->host, PortAddress::DefaultTcpPort};
-
-    bool isNumber = false;
-    const quint16 port = parts->port.toUShort(&isNumber);
-    if (!isNumber || port == 0)
+    const std::optional<quint16> port = portNumber(parts->port, 1);
+    if (!port)
         return refuse(error, text, "the port number is not one from 1 to 65535");
-    return PortAddress{PortAddress::Kind::Tcp, parts->host, port};
+    return PortAddress{PortAddress::Kind::Tcp, parts->host, *port};
 }
 
 } // namespace
@@ -73,13 +77,29 @@ std::optional<PortAddress> portAddressFromText(const QString& text, QString* err
     return PortAddress{PortAddress::Kind::Serial, text, PortAddress::DefaultTcpPort};
 }
 
-std::unique_ptr<LinePort> makePort(const PortAddress& address, const LineSettings& line,
-                                   const ExchangeSettings& exchange)
+std::optional<PortAddress> listenAddressFromText(const QString& text, QString* error)
 {
-    const bool serial = address.kind == PortAddress::Kind::Serial;
-    return std::make_unique<LinePort>(serial ? makeSerialLine(address.place, line)
-                                             : makeTcpLine(address.place, address.tcpPort),
-                                      exchange);
+    const bool isPortAlone = !text.contains(QLatin1Char(':'));
+    const std::optional<HostAndPort> parts =
+        isPortAlone ? HostAndPort{QStringLiteral("127.0.0.1"), text} : hostAndPort(text);
+    if (!parts)
+        return refuse(error, text, "an IPv6 address stands in brackets, as in [::1]:8501");
+    if (parts->host.isEmpty())
+        return refuse(error, text, "the address is missing, as in 0.0.0.0:8501");
+    const std::optional<quint16> port = portNumber(parts->port, 0);
+    if (!port)
+        return refuse(error, text, "the port number is not one from 0 to 65535");
+    return PortAddress{PortAddress::Kind::Tcp, parts->host, *port};
+}
+
+QString textOf(const PortAddress& address)
+{
+    if (address.kind == PortAddress::Kind::Serial)
+        return address.place;
+    const QString host = address.place.contains(QLatin1Char(':'))
+                             ? QLatin1Char('[') + address.place + QLatin1Char(']')
+                             : address.place;
+    return TcpPrefix + host + QLatin1Char(':') + QString::number(address.tcpPort);
 }
 
 } // namespace host

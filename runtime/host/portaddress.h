@@ -1,19 +1,13 @@
-// Where a port leads: the text that a user types, and the port that it stands for.
-// It opens nothing; a port that it makes is still closed.
+// Where a port leads, from the text that a user types.
 #ifndef HOST_PORTADDRESS_H
 #define HOST_PORTADDRESS_H
 
-#include "host/linesettings.h"
-
 #include <QString>
 
-#include <memory>
 #include <optional>
 
 namespace host
 {
-
-class LinePort;
 
 struct PortAddress {
     enum class Kind { Serial, Tcp };
@@ -30,11 +24,15 @@ struct PortAddress {
 /// error  receives a sentence that names what is wrong; untouched on success
 std::optional<PortAddress> portAddressFromText(const QString& text, QString* error);
 
-/// Makes the port, closed: LinePort::open() tells whether the device or the server is there.
+/// Reads the place where a server listens: "PORT", "HOST:PORT" or "[IPV6]:PORT". Without a host it
+/// is this machine's loopback; port 0 means any free one.
 ///
-/// line  used by serial ports only
-std::unique_ptr<LinePort> makePort(const PortAddress& address, const LineSettings& line,
-                                   const ExchangeSettings& exchange);
+/// error  as above
+std::optional<PortAddress> listenAddressFromText(const QString& text, QString* error);
+
+/// The text of a TCP address that portAddressFromText() reads again, such as "tcp:[::1]:8501"; the
+/// path of a serial device as it is.
+QString textOf(const PortAddress& address);
 
 } // namespace host
 

@@ -1,18 +1,19 @@
-// Replies that come late, in virtual time: a port with the real driver above it and a controller
-// below it whose every answer tells which request it belongs to. No value may reach another
-// request, however late the replies are, and the line must come back once they are in time again.
+// Replies that come late, in virtual time: a port with a driver above it, and a controller below it
+// whose every answer tells which request it belongs to. No value may reach another request, however
+// late the replies are, and the line must come back once they are in time again.
 #include "host/driverplugin.h"
-#include "host/lineport.h"
-#include "virtualline.h"
+#include "host/port.h"
+#include "virtualtransport.h"
 
 #include "drivers/driverinterface.h"
+#include "drivers/portoptions.h"
 
+#include <QHash>
 #include <QVariant>
 
 #include <gtest/gtest.h>
 
 #include <random>
-#include <vector>
 
 namespace
 {
@@ -20,145 +21,416 @@ namespace
 constexpr int TimeoutMs = 100;
 constexpr qint64 PromptMs = 5;
 
+using Order = VirtualLine::Order;
 using Random = std::mt19937;
-using Work = LateController::Work;
 
 int between(Random& random, int low, int high)
 {
     return std::uniform_int_distribution<int>(low, high)(random);
 }
 
+/// What the controller holds in a device; it follows from the number alone.
+int heldIn(int device)
+{
+    return static_cast<int>(qHash(device, 1) % 65536);
+}
+
+QByteArray fiveDigits(int value)
+{
+    return QByteArray::number(value).rightJustified(5, '0');
+}
+
+/// A way to ask for a word, and the controller that is asked.
+struct Protocol {
+    const char* name;
+    QByteArray (*answer)(const QByteArray& command);
+    /// The word in `device`, or -1 after a failure.
+    int (*read)(AbstractDeviceInterface& port, int device);
+};
+
+DriverInterface& hostLinkDriver()
+{
+    static const std::unique_ptr<host::DriverPlugin> plugin = [] {
+        QString error;
+        return host::DriverPlugin::load(DRIVER, &error);
+    }();
+    return *plugin->driver();
+}
+
+/// Opens a link, asks for data and closes the link again.
+const Protocol sessions = {
+    "Sessions",
+    [](const QByteArray& command) -> QByteArray {
+        if (command == "CR\r\n")
+            return "CC\r\n";
+        if (command == "CQ\r\n")
+            return "CF\r\n";
+        return fiveDigits(heldIn(command.mid(6, 5).toInt())) + "\r\n"; // "RDS DM01234 1\r\n"
+    },
+    [](AbstractDeviceInterface& port, int device) {
+        CommunicatorCommand command;
+        command.dataType = DataWord;
+        command.length = 1;
+        command.address = QStringLiteral("DM%1").arg(device);
+        const QByteArray word = hostLinkDriver().read(&port, command);
+        return hostLinkDriver().hasError()
+                   ? -1
+                   : static_cast<uchar>(word.at(0)) | static_cast<uchar>(word.at(1)) << 8;
+    }};
+
+/// The first reply is data already, read in two steps.
+const Protocol dataFirst = {
+    "DataFirst",
+    [](const QByteArray& command) { return fiveDigits(heldIn(command.toInt())) + "\r\n"; },
+    [](AbstractDeviceInterface& port, int device) {
+        for (int repeats = 0;; ++repeats) {
+            char reply[8] = {};
+            port.setOption(DiscardUnreadInput, QVariant(0));
+            port.write(QByteArray::number(device).constData(), QByteArray::number(device).size());
+            if (port.read(reply, 4) == 4 && port.read(reply + 4, 3) == 3 && reply[5] == 13 &&
+                reply[6] == 10)
+                return QByteArray(reply, 5).toInt();
+            if (repeats >= port.retry())
+                return -1;
+        }
+    }};
+
+constexpr Order everyOrder[] = {Order::OneAtATime, Order::InOrder, Order::AnyOrder};
+
 struct Tally {
     int right = 0;
     int wrong = 0;
 };
 
-/// Requests over one line, each for another device.
-class Session
+/// A controller, and requests to it, each for another device.
+class Station
 {
 public:
-    explicit Session(Work work, unsigned seed = 1)
-        : controller(work)
-        , random(seed)
+    Station(const Protocol& protocol, Order order, int retry, unsigned seed)
+        : random(seed)
+        , m_protocol(protocol)
+        , m_retry(retry)
     {
-        prompt();
+        line.answer = protocol.answer;
+        line.order = order;
+        line.byteGapMs = seed % 2;
+        answerInTime();
     }
 
-    void prompt()
+    void answerInTime()
     {
-        controller.latenessMs = [] { return PromptMs; };
+        line.latenessMs = [] { return PromptMs; };
     }
 
-    std::unique_ptr<host::Line> line()
+    std::unique_ptr<host::Port> makePort()
     {
-        return std::make_unique<VirtualLine>(controller, clockMs);
+        return std::make_unique<host::Port>(std::make_unique<VirtualTransport>(line),
+                                            host::ExchangeSettings{TimeoutMs, m_retry, 0});
     }
 
-    Tally read(DriverInterface& driver, AbstractDeviceInterface& port, int requests)
+    Tally read(host::Port& port, int requests)
     {
         Tally tally;
         for (int i = 0; i < requests; ++i) {
-            CommunicatorCommand command;
-            command.dataType = DataWord;
-            command.length = between(random, 1, 3);
-            command.address = QStringLiteral("DM%1").arg(between(random, 10000, 65534));
-            const QByteArray value = driver.read(&port, command);
-            if (!driver.hasError())
-                ++(value == held(command) ? tally.right : tally.wrong);
+            const int device = between(random, 10000, 65534);
+            const int word = m_protocol.read(port, device);
+            if (word >= 0)
+                ++(word == heldIn(device) ? tally.right : tally.wrong);
         }
         return tally;
     }
 
-    LateController controller;
+    /// As read(), with a new port for each request, like a program that is started for each.
+    Tally readAnew(int requests)
+    {
+        Tally tally;
+        for (int i = 0; i < requests; ++i) {
+            line.nowMs += between(random, 0, 3 * TimeoutMs);
+            const auto port = makePort();
+            const Tally one = read(*port, 1);
+            tally.right += one.right;
+            tally.wrong += one.wrong;
+        }
+        return tally;
+    }
+
+    VirtualLine line;
     Random random;
-    qint64 clockMs = 0;
 
 private:
-    static QByteArray held(const CommunicatorCommand& command)
-    {
-        const QByteArray reply = LateController::replyTo(
-            QStringLiteral("RDS %1 %2\r\n").arg(command.address).arg(command.length).toLatin1());
-        QByteArray bytes;
-        for (const QByteArray& text : reply.trimmed().split(' ')) {
-            const uint word = text.toUInt();
-            bytes += static_cast<char>(word & 0xff);
-            bytes += static_cast<char>(word >> 8);
-        }
-        return bytes;
-    }
+    const Protocol& m_protocol;
+    int m_retry;
 };
 
-class LateReplies : public testing::TestWithParam<Work>
+using Lateness = std::function<qint64()>;
+
+/// `latePercent` of the replies are up to 4 time-outs late, and `lostPercent` are lost.
+Lateness mixture(Random& random, int latePercent, int lostPercent)
 {
-};
-
-INSTANTIATE_TEST_SUITE_P(, LateReplies, testing::Values(Work::OneAtATime, Work::Pipelined),
-                         [](const auto& info) {
-                             return info.index == 0 ? "OneAtATime" : "Pipelined";
-                         });
-
-/// In time, then late in a pattern that comes again, then in time again.
-TEST_P(LateReplies, NeverReachAnotherRequest)
-{
-    QString error;
-    const auto plugin = host::DriverPlugin::load(DRIVER, &error);
-    ASSERT_TRUE(plugin) << qPrintable(error);
-    DriverInterface& driver = *plugin->driver();
-    for (unsigned seed = 0; seed < 200; ++seed) {
-        SCOPED_TRACE(testing::Message() << "seed " << seed);
-        Session session(GetParam(), seed);
-        host::LinePort port(session.line(), {TimeoutMs, static_cast<int>(seed % 4), 0});
-        session.controller.byteGapMs = seed % 2;
-        EXPECT_EQ(session.read(driver, port, 10).right, 10);
-
-        std::vector<qint64> latenessesMs(static_cast<size_t>(between(session.random, 1, 14)));
-        for (qint64& lateMs : latenessesMs)
-            lateMs = between(session.random, 0, 1) ? PromptMs
-                     : between(session.random, 0, 5)
-                         ? between(session.random, 5, 80) * TimeoutMs / 10
-                         : LateController::Never;
-        size_t next = 0;
-        session.controller.latenessMs = [&] { return latenessesMs[next++ % latenessesMs.size()]; };
-        EXPECT_EQ(session.read(driver, port, 150).wrong, 0);
-
-        session.prompt();
-        EXPECT_EQ(session.read(driver, port, 60).wrong, 0);
-        EXPECT_EQ(session.read(driver, port, 10).right, 10);
-    }
+    return [&random, latePercent, lostPercent]() -> qint64 {
+        const int percent = between(random, 1, 100);
+        if (percent <= lostPercent)
+            return VirtualLine::Never;
+        return percent <= lostPercent + latePercent ? between(random, TimeoutMs, 4 * TimeoutMs)
+                                                    : PromptMs;
+    };
 }
 
-/// A port over a virtual line, called as drivers call it.
-class LinePortTiming : public testing::Test
+Lateness constant(Random& random, int lowMs, int highMs)
+{
+    const qint64 lateMs = between(random, lowMs, highMs);
+    return [lateMs] { return lateMs; };
+}
+
+const struct Plan {
+    const char* name;
+    Lateness (*lateness)(Random& random);
+} plans[] = {
+    {"AllALittleLate",
+     [](Random& random) { return constant(random, TimeoutMs, 22 * TimeoutMs / 10); }},
+    {"AllLate",
+     [](Random& random) { return constant(random, 22 * TimeoutMs / 10, 4 * TimeoutMs); }},
+    {"FewLate", [](Random& random) { return mixture(random, 1, 0); }},
+    {"ManyLate", [](Random& random) { return mixture(random, 20, 0); }},
+    {"ManyLost", [](Random& random) { return mixture(random, 0, 10); }},
+    {"LateAndLost", [](Random& random) { return mixture(random, 20, 10); }},
+    {"AnyLateness",
+     [](Random& random) -> Lateness {
+         return [&random] { return between(random, 0, 4 * TimeoutMs); };
+     }},
+    {"LateForAWhile",
+     [](Random& random) -> Lateness {
+         return [&random, lateMs = PromptMs]() mutable {
+             if (between(random, 1, 20) == 1)
+                 lateMs =
+                     between(random, 0, 1) ? PromptMs : between(random, TimeoutMs, 4 * TimeoutMs);
+             return lateMs;
+         };
+     }},
+};
+
+class LateReplies : public testing::TestWithParam<Plan>
 {
 protected:
+    /// Calls `play` with every protocol, order and number of repeats.
+    template <typename Play>
+    void playAll(Play play)
+    {
+        for (const Protocol* protocol : {&sessions, &dataFirst}) {
+            for (Order order : everyOrder) {
+                for (unsigned seed = 0; seed < 20; ++seed) {
+                    SCOPED_TRACE(testing::Message()
+                                 << protocol->name << ", order " << static_cast<int>(order)
+                                 << ", seed " << seed);
+                    Station station(*protocol, order, static_cast<int>(seed % 4), seed);
+                    play(station);
+                }
+            }
+        }
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, LateReplies, testing::ValuesIn(plans),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_P(LateReplies, NeverReachAnotherRequest)
+{
+    playAll([](Station& station) {
+        const auto port = station.makePort();
+        EXPECT_EQ(station.read(*port, 10).right, 10);
+        station.line.latenessMs = GetParam().lateness(station.random);
+        EXPECT_EQ(station.read(*port, 100).wrong, 0);
+        station.answerInTime();
+        EXPECT_EQ(station.read(*port, 20).wrong, 0);
+        EXPECT_EQ(station.read(*port, 10).right, 10);
+    });
+}
+
+TEST_P(LateReplies, NeverReachAnotherPort)
+{
+    playAll([](Station& station) {
+        station.line.latenessMs = GetParam().lateness(station.random);
+        EXPECT_EQ(station.readAnew(30).wrong, 0);
+    });
+}
+
+/// A fault every 12 replies or so costs its time-out and little more, once the port has seen that
+/// nothing comes late.
+TEST(LostReplies, CostLittleWhereNothingIsLate)
+{
+    Station station(sessions, Order::InOrder, 3, 1);
+    const auto port = station.makePort();
+    station.line.latenessMs = mixture(station.random, 0, 10);
+    station.read(*port, 100);
+    const qint64 startMs = station.line.nowMs;
+    const int right = station.read(*port, 1000).right;
+    EXPECT_GT(right, 900);
+    EXPECT_LT((station.line.nowMs - startMs) / right, 13 * TimeoutMs / 10);
+}
+
+/// A port on a line in virtual time, called as drivers call it.
+class PortInVirtualTime : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        line.answer = [](const QByteArray& command) { return command; };
+        line.latenessMs = [this] { return latenessMs; };
+        auto made = std::make_unique<VirtualTransport>(line);
+        transport = made.get();
+        port =
+            std::make_unique<host::Port>(std::move(made), host::ExchangeSettings{TimeoutMs, 1, 0});
+    }
+
+    void discardUnreadInput() { port->setOption(DiscardUnreadInput, QVariant(0)); }
+    bool write(const QByteArray& bytes)
+    {
+        return port->write(bytes.constData(), bytes.size()) == bytes.size();
+    }
     QByteArray read(int count)
     {
         QByteArray bytes(count, '?');
-        return bytes.left(port.read(bytes.data(), count));
+        return bytes.left(port->read(bytes.data(), count));
+    }
+    QByteArray exchange(const QByteArray& command)
+    {
+        write(command);
+        return read(command.size());
     }
 
-    Session session{Work::Pipelined};
-    host::LinePort port{session.line(), {TimeoutMs, 1, 0}};
+    qint64 latenessMs = PromptMs;
+    VirtualLine line;
+    VirtualTransport* transport = nullptr;
+    std::unique_ptr<host::Port> port;
 };
 
-TEST_F(LinePortTiming, OneDeadlineHoldsForAllBytes)
+TEST_F(PortInVirtualTime, OneDeadlineHoldsForAllBytes)
 {
-    session.controller.byteGapMs = 40;
-    session.controller.send("CC\r\n", 40);
+    line.byteGapMs = 40;
+    line.send("CC\r\n", 40);
     EXPECT_EQ(read(4), "CC");
-    EXPECT_EQ(session.clockMs, TimeoutMs);
+    EXPECT_EQ(line.nowMs, TimeoutMs);
+    EXPECT_EQ(port->lastFailure(), "2 of 4 bytes within 100 ms");
 }
 
-TEST_F(LinePortTiming, NoCallOutlastsTheTimeoutOnALineThatNeverStops)
+TEST_F(PortInVirtualTime, TheTimeoutBeginsWhenTheBytesAreThrough)
 {
-    session.controller.byteGapMs = 1;
-    session.controller.send(QByteArray(3 * TimeoutMs, '?'), 0);
-    port.setOption(12, QVariant(0));
-    EXPECT_EQ(session.clockMs, TimeoutMs);
-    EXPECT_EQ(port.write("CR\r\n", 4), -1);
+    transport->msPerByte = 10;
+    latenessMs = VirtualLine::Never;
+    EXPECT_EQ(exchange("CR\r\n"), "");
+    EXPECT_EQ(line.nowMs, 40 + TimeoutMs + 40);
+}
+
+TEST_F(PortInVirtualTime, ARefusalCostsNoTime)
+{
+    EXPECT_EQ(exchange("E1\r\n"), "E1\r\n");
+    EXPECT_EQ(port->retry(), 1);
+    EXPECT_EQ(exchange("next"), "next");
+    EXPECT_EQ(line.nowMs, 2 * PromptMs);
+    EXPECT_EQ(port->lastFailure(), "");
+}
+
+TEST_F(PortInVirtualTime, UnreadBytesRefuseTheNextCommand)
+{
+    for (bool withOption : {true, false}) {
+        line.send("stale", line.nowMs);
+        if (withOption)
+            discardUnreadInput();
+        EXPECT_FALSE(write("refused"));
+        EXPECT_EQ(read(7), "");
+        EXPECT_EQ(port->lastFailure(), "bytes came that no command had asked for");
+        EXPECT_EQ(port->retry(), 2) << "the controller did nothing wrong";
+        const qint64 foundMs = line.nowMs;
+        EXPECT_EQ(exchange("again"), "again");
+        EXPECT_EQ(line.nowMs, foundMs + 4 * TimeoutMs + PromptMs);
+        EXPECT_EQ(port->retry(), 1);
+    }
+}
+
+TEST_F(PortInVirtualTime, TheReplyAfterAMissingOneIsDropped)
+{
+    latenessMs = VirtualLine::Never;
+    EXPECT_EQ(exchange("lost"), "");
+    EXPECT_EQ(port->retry(), 1);
+    latenessMs = PromptMs;
+    EXPECT_TRUE(write("dropped"));
     EXPECT_EQ(read(4), "");
-    EXPECT_EQ(session.clockMs, TimeoutMs);
-    EXPECT_NE(port.trouble(), "");
+    EXPECT_EQ(read(3), "") << "and its rest";
+    EXPECT_EQ(read(1), "") << "without waiting";
+    EXPECT_EQ(port->lastFailure(), "dropped a reply that may answer an earlier command");
+    EXPECT_EQ(port->retry(), 2);
+    EXPECT_EQ(exchange("again"), "again");
+    EXPECT_EQ(line.nowMs, TimeoutMs + PromptMs + 4 * TimeoutMs + PromptMs);
+}
+
+TEST_F(PortInVirtualTime, LateRepliesAreWhyItFails)
+{
+    latenessMs = 260;
+    EXPECT_EQ(exchange("1st"), "");
+    EXPECT_EQ(port->lastFailure(), "0 of 3 bytes within 100 ms");
+    port->settle();
+    EXPECT_EQ(port->lastFailure(), "0 of 3 bytes within 100 ms; replies come up to 260 ms after "
+                                   "their command: a time-out of 400 ms would do");
+    EXPECT_EQ(line.nowMs, 260 + 4 * TimeoutMs);
+    latenessMs = PromptMs;
+    EXPECT_EQ(exchange("2nd"), "2nd");
+}
+
+TEST_F(PortInVirtualTime, BytesThatLayThereForLongSayNothingOfLateness)
+{
+    latenessMs = 260;
+    EXPECT_EQ(exchange("1st"), "");
+    line.nowMs += 60 * TimeoutMs;
+    discardUnreadInput();
+    EXPECT_EQ(port->lastFailure(), "0 of 3 bytes within 100 ms");
+}
+
+TEST_F(PortInVirtualTime, GivesUpOnALineThatIsNeverSilent)
+{
+    EXPECT_EQ(exchange("good"), "good");
+    line.byteGapMs = 1;
+    line.send(QByteArray(100 * TimeoutMs, '?'), PromptMs);
+    discardUnreadInput();
+    EXPECT_EQ(line.nowMs, PromptMs);
+    discardUnreadInput();
+    EXPECT_EQ(line.nowMs, PromptMs + 4 * TimeoutMs);
+    EXPECT_FALSE(write("CR\r\n"));
+    EXPECT_EQ(port->lastFailure(), "the line was not silent: late replies may still come");
+    port.reset();
+    EXPECT_EQ(line.nowMs, PromptMs + 20 * TimeoutMs);
+}
+
+TEST_F(PortInVirtualTime, ALineThatBreaksWhileItIsMadeQuietCanBeOpenedAgain)
+{
+    line.send("stale", 0);
+    discardUnreadInput();
+    transport->breaks = true;
+    transport->canBeOpened = false;
+    discardUnreadInput();
+    EXPECT_EQ(port->lastFailure(), "broken");
+    EXPECT_EQ(port->retry(), 1);
+    transport->canBeOpened = true;
+    EXPECT_TRUE(port->open());
+    EXPECT_EQ(port->lastFailure(), "");
+    EXPECT_TRUE(write("CR\r\n"));
+}
+
+TEST_F(PortInVirtualTime, ALineThatBrokeInSyncIsOpenedForTheNextCommand)
+{
+    EXPECT_EQ(exchange("good"), "good");
+    transport->breaks = true;
+    EXPECT_EQ(exchange("next"), "next");
+}
+
+/// A serial line that was unplugged keeps its late replies; part of a command may be answered.
+TEST_F(PortInVirtualTime, AReplyAfterACommandThatBrokeIsDropped)
+{
+    discardUnreadInput();
+    transport->breaks = true;
+    EXPECT_FALSE(write("lost"));
+    EXPECT_EQ(port->lastFailure(), "broken");
+    EXPECT_EQ(exchange("drop"), "");
+    EXPECT_EQ(exchange("good"), "good");
 }
 
 } // namespace

@@ -1,11 +1,16 @@
 // Ports over real lines: a pseudo-terminal and a loopback socket, the same stories for both.
-#include "host/lineport.h"
+#include "drivers/portoptions.h"
+#include "host/makeport.h"
+#include "host/transport.h"
 #include "support/farend.h"
 
+#include <QNetworkProxy>
 #include <QVariant>
 
 #include <gtest/gtest.h>
 
+#include <asm/termbits.h>
+#include <sys/ioctl.h>
 #include <thread>
 
 namespace
@@ -13,7 +18,6 @@ namespace
 
 constexpr int LongMs = 10 * 60 * 1000; ///< a test that waits this long has failed
 constexpr int ShortMs = 30;            ///< where nothing is to come
-constexpr int AmpleMs = 500;           ///< where something comes, and then nothing more
 
 using MakeFarEnd = std::unique_ptr<FarEnd> (*)();
 
@@ -29,7 +33,7 @@ protected:
     void openLine(int timeoutMs)
     {
         port = host::makePort(plc->address(), host::LineSettings(), {timeoutMs, 3, 7});
-        ASSERT_TRUE(port->open()) << qPrintable(port->trouble());
+        ASSERT_TRUE(port->open()) << qPrintable(port->lastFailure());
         plc->meet();
     }
 
@@ -44,10 +48,10 @@ protected:
         return port->write(bytes.constData(), bytes.size()) == bytes.size();
     }
 
-    void discardInput() { port->setOption(12, QVariant(0)); }
+    void discardInput() { port->setOption(DiscardUnreadInput, QVariant(0)); }
 
     std::unique_ptr<FarEnd> plc = GetParam()();
-    std::unique_ptr<host::LinePort> port;
+    std::unique_ptr<host::Port> port;
 };
 
 INSTANTIATE_TEST_SUITE_P(, Port, testing::Values(make<SerialFarEnd>, make<TcpFarEnd>),
@@ -63,37 +67,6 @@ TEST_P(Port, CarriesEveryByteBothWays)
     EXPECT_EQ(read(9), all);
 }
 
-TEST_P(Port, WaitsForBytesThatTrickleIn)
-{
-    openLine(LongMs);
-    std::thread sender([this] {
-        for (char byte : QByteArray("CC\r\n"))
-            plc->send(QByteArray(1, byte));
-    });
-    EXPECT_EQ(read(4), "CC\r\n");
-    sender.join();
-}
-
-TEST_P(Port, ReturnsWhatCameInTime)
-{
-    openLine(AmpleMs);
-    plc->send("CC\r");
-    EXPECT_EQ(read(4), "CC\r");
-    EXPECT_EQ(port->trouble(), "3 of 4 bytes within 500 ms");
-}
-
-TEST_P(Port, Option12DiscardsUnreadInput)
-{
-    openLine(AmpleMs);
-    plc->send("late\r\n");
-    EXPECT_EQ(read(4), "late"); // so the rest has arrived too
-    discardInput();
-    EXPECT_TRUE(write("CR\r\n"));
-    EXPECT_EQ(plc->receive(4), "CR\r\n");
-    plc->send("CC\r\n");
-    EXPECT_EQ(read(4), "CC\r\n");
-}
-
 TEST_P(Port, BrokenLineEndsAReadAtOnce)
 {
     openLine(LongMs);
@@ -103,7 +76,7 @@ TEST_P(Port, BrokenLineEndsAReadAtOnce)
     });
     EXPECT_LE(read(4).size(), 2); // a hang-up may swallow what was under way
     sender.join();
-    EXPECT_NE(port->trouble(), "");
+    EXPECT_NE(port->lastFailure(), "");
 }
 
 TEST_P(Port, NextRequestOpensABrokenLineAgain)
@@ -115,12 +88,129 @@ TEST_P(Port, NextRequestOpensABrokenLineAgain)
     EXPECT_EQ(read(4), "");
     plc->comeBack();
     discardInput();
-    EXPECT_TRUE(write("CR\r\n")) << qPrintable(port->trouble());
+    EXPECT_TRUE(write("CR\r\n")) << qPrintable(port->lastFailure());
     plc->meet();
     EXPECT_EQ(plc->receive(4), "CR\r\n");
     plc->send("CC\r\n");
     EXPECT_EQ(read(4), "CC\r\n");
-    EXPECT_EQ(port->trouble(), "");
+    EXPECT_EQ(port->lastFailure(), "");
+}
+
+/// As the far end of the pseudo-terminal sees them. It can't show whether parity is on.
+TEST(SerialPort, SetsUpTheLine)
+{
+    using namespace host;
+    const struct {
+        LineSettings line;
+        unsigned controlFlags;
+        unsigned inputFlags;
+    } rows[] = {
+        {{9600, Parity::Even, 8, StopBits::One}, 0, INPCK},
+        {{115200, Parity::Odd, 8, StopBits::Two}, PARODD | CSTOPB, INPCK},
+        {{31250, Parity::None, 8, StopBits::One}, 0, 0}, // a rate that no list has
+        {{1200, Parity::Mark, 8, StopBits::One}, PARODD | CMSPAR, INPCK},
+        {{1200, Parity::Space, 8, StopBits::Two}, CMSPAR | CSTOPB, INPCK},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.line.baud);
+        SerialFarEnd plc;
+        const auto port = makePort(plc.address(), row.line, {});
+        ASSERT_TRUE(port->open()) << qPrintable(port->lastFailure());
+        termios2 seen;
+        ASSERT_EQ(ioctl(plc.descriptor(), TCGETS2, &seen), 0);
+        EXPECT_EQ(seen.c_ispeed, static_cast<unsigned>(row.line.baud));
+        EXPECT_EQ(seen.c_ospeed, static_cast<unsigned>(row.line.baud));
+        EXPECT_EQ(seen.c_cflag & (PARODD | CMSPAR | CSTOPB | CRTSCTS | CLOCAL),
+                  row.controlFlags | CLOCAL);
+        // A byte with bad parity, and a break, are dropped.
+        EXPECT_EQ(seen.c_iflag, row.inputFlags | IGNPAR | IGNBRK);
+        EXPECT_EQ(seen.c_oflag, 0u);
+        EXPECT_EQ(seen.c_lflag, 0u);
+    }
+}
+
+TEST(SerialPort, IsForOneAtATime)
+{
+    SerialFarEnd plc;
+    const auto first = host::makePort(plc.address(), host::LineSettings(), {});
+    const auto second = host::makePort(plc.address(), host::LineSettings(), {});
+    EXPECT_TRUE(first->open());
+    EXPECT_FALSE(second->open());
+    EXPECT_EQ(second->lastFailure(),
+              QStringLiteral("can't open %1: another port uses it").arg(plc.address().place));
+}
+
+/// Late replies of one process are not left to the next.
+TEST(SerialPort, TakesLateRepliesWithIt)
+{
+    SerialFarEnd plc;
+    const auto open = [&](int timeoutMs) {
+        auto port = host::makePort(plc.address(), host::LineSettings(), {timeoutMs, 0, 0});
+        EXPECT_TRUE(port->open());
+        return port;
+    };
+    char reply[4];
+    auto first = open(ShortMs);
+    first->write("1st!", 4);
+    EXPECT_EQ(first->read(reply, 4), 0);
+    plc.send("late");
+    first.reset();
+    const auto second = open(LongMs);
+    second->setOption(DiscardUnreadInput, QVariant(0));
+    EXPECT_EQ(second->write("2nd!", 4), 4) << qPrintable(second->lastFailure());
+}
+
+TEST(SerialPort, KnowsHowLongBytesTake)
+{
+    using namespace host;
+    const struct {
+        LineSettings line;
+        qint64 ms; ///< of 120 bytes, rounded up
+    } rows[] = {
+        {{1200, Parity::Even, 8, StopBits::One}, 1101},
+        {{1200, Parity::None, 8, StopBits::Two}, 1101},
+        {{1200, Parity::None, 7, StopBits::One}, 901},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(makeSerialTransport("/dev/null", row.line)->transferMs(120), row.ms);
+}
+
+TEST(SerialPort, GivesUpWhenTheLineTakesNoBytes)
+{
+    SerialFarEnd plc;
+    const auto port = host::makePort(plc.address(), host::LineSettings(), {ShortMs, 0, 0});
+    ASSERT_TRUE(port->open());
+    const QByteArray tooMuch(1 << 20, '?');
+    EXPECT_EQ(port->write(tooMuch.constData(), tooMuch.size()), -1);
+    EXPECT_TRUE(port->lastFailure().endsWith("it takes no bytes"))
+        << qPrintable(port->lastFailure());
+}
+
+class ProxyFactory : public QNetworkProxyFactory
+{
+public:
+    explicit ProxyFactory(bool& asked)
+        : m_asked(asked)
+    {
+    }
+    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery&) override
+    {
+        m_asked = true;
+        return {QNetworkProxy::NoProxy};
+    }
+
+private:
+    bool& m_asked;
+};
+
+TEST(TcpPort, LeavesTheDesktopsProxyAlone)
+{
+    bool asked = false;
+    QNetworkProxyFactory::setApplicationProxyFactory(new ProxyFactory(asked));
+    // An address that is never assigned; Qt asks for no proxy on the way to this machine itself.
+    host::makePort({host::PortAddress::Kind::Tcp, "192.0.2.1", 1}, {}, {1, 0, 0})->open();
+    QNetworkProxyFactory::setApplicationProxyFactory(nullptr);
+    EXPECT_FALSE(asked);
 }
 
 TEST(TcpPort, LateReplyNeverReachesTheNextConnection)
@@ -129,12 +219,16 @@ TEST(TcpPort, LateReplyNeverReachesTheNextConnection)
     const auto port = host::makePort(plc.address(), host::LineSettings(), {ShortMs, 0, 0});
     char reply[4];
     for (const char* command : {"1st!", "2nd!", "3rd!"}) {
-        port->setOption(12, QVariant(0)); // leaves the old connection
-        ASSERT_EQ(port->write(command, 4), 4) << qPrintable(port->trouble());
+        port->setOption(DiscardUnreadInput, QVariant(0)); // leaves the old connection
+        ASSERT_EQ(port->write(command, 4), 4) << qPrintable(port->lastFailure());
         plc.meet();
         EXPECT_EQ(plc.receive(4), command);
         EXPECT_EQ(port->read(reply, 4), 0);
     }
+    port->write("4th!", 4);
+    plc.meet();
+    plc.send("good");
+    EXPECT_EQ(port->read(reply, 4), 4) << "a new connection has no late replies";
 }
 
 } // namespace

@@ -100,4 +100,29 @@ TEST(PortText, IsAnAddressOrARefusal)
     }
 }
 
+TEST(ListenText, IsAnAddressOrARefusal)
+{
+    const struct {
+        const char* text;
+        const char* address; ///< as portAddressFromText() reads it; null for a refusal
+        const char* error;
+    } rows[] = {
+        {"8501", "tcp:127.0.0.1:8501", ""},
+        {"0.0.0.0:65535", "tcp:0.0.0.0:65535", ""},
+        {"[::1]:0", "tcp:[::1]:0", ""},
+        {"::1:0", nullptr, "port \"::1:0\": an IPv6 address stands in brackets, as in [::1]:8501"},
+        {":8501", nullptr, "port \":8501\": the address is missing, as in 0.0.0.0:8501"},
+        {"[::1]", nullptr, "port \"[::1]\": the port number is not one from 0 to 65535"},
+        {"4294967297", nullptr, "port \"4294967297\": the port number is not one from 0 to 65535"},
+        {"", nullptr, "port \"\": the port number is not one from 0 to 65535"},
+    };
+    for (const auto& row : rows) {
+        QString error;
+        const auto address = listenAddressFromText(row.text, &error);
+        EXPECT_EQ(address ? textOf(*address) : QString(), row.address) << row.text;
+        EXPECT_EQ(error, row.error);
+    }
+    EXPECT_EQ(textOf({PortAddress::Kind::Serial, "/dev/ttyUSB0", 0}), "/dev/ttyUSB0");
+}
+
 } // namespace

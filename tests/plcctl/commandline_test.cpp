@@ -96,7 +96,7 @@ TEST(Outcome, OfMisuse)
         {"TooLargeForAWord", "write DM7 1 65536", 2, "", "-32768 to 65535"},
         {"NotABit", "write MR7 1 2 -t bit", 2, "", "'2' does not fit a bit: 0 or 1"},
         {"WordToACounterComparator", "write CTC1 5", 2, "", "can't write word to CTC1\n"},
-        {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: 'nine'"},
+        {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: port \"nine\""},
     });
 }
 

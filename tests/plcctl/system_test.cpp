@@ -5,9 +5,7 @@
 #include "drivers/communicatorcommand.h"
 #include "drivers/driverinterface.h"
 #include "host/driverplugin.h"
-#include "host/lineport.h"
-#include "host/linesettings.h"
-#include "host/portaddress.h"
+#include "host/makeport.h"
 
 #include <gtest/gtest.h>
 
@@ -55,7 +53,7 @@ private:
     }
 
     std::unique_ptr<host::DriverPlugin> m_plugin;
-    std::unique_ptr<host::LinePort> m_port;
+    std::unique_ptr<host::Port> m_port;
     bool m_open = false;
 };
 

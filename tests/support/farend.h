@@ -1,9 +1,9 @@
-// The other end of a real line, for tests: a pseudo-terminal or a loopback socket.
-// It knows no protocol and nothing of the port under test.
+// The far end of a real line, for tests: a pseudo-terminal or a loopback socket.
 #ifndef TESTS_SUPPORT_FAREND_H
 #define TESTS_SUPPORT_FAREND_H
 
 #include "host/portaddress.h"
+#include "support/descriptor.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -11,33 +11,7 @@
 
 #include <arpa/inet.h>
 #include <memory>
-#include <pty.h>
-#include <stdexcept>
 #include <sys/socket.h>
-#include <unistd.h>
-
-/// A file descriptor that closes itself.
-class Descriptor
-{
-public:
-    ~Descriptor() { reset(); }
-    void reset(int fd = -1)
-    {
-        if (m_fd >= 0)
-            ::close(m_fd);
-        m_fd = fd;
-    }
-    int get() const { return m_fd; }
-
-private:
-    int m_fd = -1;
-};
-
-inline void require(bool done, const char* what)
-{
-    if (!done)
-        throw std::runtime_error(what);
-}
 
 class FarEnd
 {
@@ -73,6 +47,8 @@ public:
         return bytes.left(have);
     }
 
+    int descriptor() const { return m_line.get(); }
+
 protected:
     Descriptor m_line;
 };
@@ -99,11 +75,7 @@ public:
 
     void comeBack() override
     {
-        int master = -1, slave = -1;
-        require(openpty(&master, &slave, nullptr, nullptr, nullptr) == 0, "openpty");
-        m_line.reset(master);
-        require(QFile::link(QString::fromLocal8Bit(ttyname(slave)), link()), "link");
-        ::close(slave);
+        require(QFile::link(QString::fromStdString(openPseudoTerminal(m_line)), link()), "link");
     }
 
 private:

@@ -6,8 +6,7 @@
 #include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
 #include "host/driverplugin.h"
-#include "host/lineport.h"
-#include "host/portaddress.h"
+#include "host/makeport.h"
 
 #include <QCoreApplication>
 #include <QtEndian>
@@ -121,7 +120,7 @@ TEST_F(Modbus, ReadsAndWritesEveryKindOfARealPeerAndNothingBesideIt)
     LibmodbusStation peer(247);
     const auto line = host::makePort({host::PortAddress::Kind::Serial, peer.device(), 0},
                                      host::LineSettings(), {LongMs, NoRetry, 0});
-    ASSERT_TRUE(line->open()) << qPrintable(line->trouble());
+    ASSERT_TRUE(line->open()) << qPrintable(line->lastFailure());
     for (const Kind& kind : kinds) {
         SCOPED_TRACE(kind.name);
         std::vector<int> registers(LibmodbusStation::RegisterCount, 1);

@@ -1,0 +1,112 @@
+#include "host/descriptortransport.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <unistd.h>
+
+namespace host
+{
+
+namespace
+{
+
+bool isForNow(int error)
+{
+    return error == EAGAIN || error == EINTR;
+}
+
+QString textOf(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+} // namespace
+
+DescriptorTransport::~DescriptorTransport()
+{
+    close();
+}
+
+bool DescriptorTransport::open(int timeoutMs)
+{
+    close();
+    m_descriptor = openDescriptor(timeoutMs, &m_failure);
+    return isOpen();
+}
+
+bool DescriptorTransport::write(const char* data, int length, int timeoutMs)
+{
+    if (!isOpen())
+        return false;
+    const qint64 deadlineMs = nowMs() + timeoutMs;
+    while (length > 0) {
+        const ssize_t count = writeSome(m_descriptor, data, static_cast<size_t>(length));
+        if (count >= 0) {
+            data += count;
+            length -= static_cast<int>(count);
+            continue;
+        }
+        if (!isForNow(errno))
+            return fail(QStringLiteral("can't write to %1: %2").arg(name(), textOf(errno)));
+        const qint64 leftMs = deadlineMs - nowMs();
+        if (leftMs <= 0)
+            return fail(QStringLiteral("can't write to %1: it takes no bytes").arg(name()));
+        waitFor(POLLOUT, static_cast<int>(leftMs));
+    }
+    return true;
+}
+
+int DescriptorTransport::read(char* buffer, int maxLength, int waitMs)
+{
+    if (m_begin < m_end)
+        return takeReceived(buffer, maxLength);
+    if (!isOpen())
+        return Failed;
+    if (waitMs > 0 && !waitFor(POLLIN, waitMs))
+        return 0;
+    const ssize_t count = ::read(m_descriptor, m_received, sizeof m_received);
+    if (count > 0) {
+        m_begin = 0;
+        m_end = static_cast<int>(count);
+        return takeReceived(buffer, maxLength);
+    }
+    if (count < 0 && isForNow(errno))
+        return 0;
+    fail(QStringLiteral("%1: %2").arg(name(), count == 0 ? QStringLiteral("closed by the far end")
+                                                         : textOf(errno)));
+    return Failed;
+}
+
+int DescriptorTransport::takeReceived(char* buffer, int maxLength)
+{
+    const int count = std::min(maxLength, m_end - m_begin);
+    std::memcpy(buffer, m_received + m_begin, static_cast<size_t>(count));
+    m_begin += count;
+    return count;
+}
+
+/// False when nothing happened in time, or a signal came first.
+bool DescriptorTransport::waitFor(short events, int waitMs) const
+{
+    pollfd wanted = {m_descriptor, events, 0};
+    return ::poll(&wanted, 1, waitMs) > 0;
+}
+
+bool DescriptorTransport::fail(const QString& reason)
+{
+    m_failure = reason;
+    close();
+    return false;
+}
+
+void DescriptorTransport::close()
+{
+    if (isOpen())
+        ::close(m_descriptor);
+    m_descriptor = NoDescriptor;
+    m_begin = m_end = 0;
+}
+
+} // namespace host

@@ -1,0 +1,23 @@
+// Makes the port that an address stands for.
+#ifndef HOST_MAKEPORT_H
+#define HOST_MAKEPORT_H
+
+#include "host/exchangesettings.h"
+#include "host/linesettings.h"
+#include "host/port.h"
+#include "host/portaddress.h"
+
+#include <memory>
+
+namespace host
+{
+
+/// Makes the port, closed: Port::open() tells whether the device or the server is there.
+///
+/// line  used by serial ports only
+std::unique_ptr<Port> makePort(const PortAddress& address, const LineSettings& line,
+                               const ExchangeSettings& exchange);
+
+} // namespace host
+
+#endif

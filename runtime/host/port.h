@@ -1,0 +1,91 @@
+// The port that drivers talk through: whole replies on a deadline, over a transport that may break,
+// and never a late reply in place of another. It knows no protocol.
+#ifndef HOST_PORT_H
+#define HOST_PORT_H
+
+#include "drivers/abstractdeviceinterface.h"
+#include "host/exchangesettings.h"
+#include "host/guard.h"
+
+#include <QString>
+
+#include <memory>
+
+namespace host
+{
+
+class Transport;
+
+/// Works without a running event loop, in one thread. Opening and reading take at most the
+/// time-out, and a read the time that the bytes themselves need on a slow line besides. A command,
+/// or option 12 before it, may first wait for the line to be silent, as guard.h says: that takes at
+/// most 4 time-outs, and happens only after a reply was missing or bytes came that were not asked
+/// for. On a connection there is no such wait: the port connects anew.
+class Port : public AbstractDeviceInterface
+{
+public:
+    Port(std::unique_ptr<Transport> transport, const ExchangeSettings& exchange);
+
+    /// Settles a line that has replies under way.
+    ~Port() override;
+
+    /// Opens the transport. Returns false when it can't be opened; lastFailure() says why. Not
+    /// needed later on: a transport that broke is opened again before the next command.
+    bool open();
+
+    /// Waits until no late reply is under way, so that whoever opens the line next does not take it
+    /// for an own one. Returns at once when none can be; else it takes 4 time-outs from the last
+    /// command or byte, and 16 at most.
+    void settle();
+
+    /// What last went wrong, as a sentence for a person, with the time-out that would do when
+    /// replies are too late; empty after a good reply.
+    QString lastFailure() const;
+
+    /// Waits on one deadline, however the bytes trickle in. Returns at once with what it has when
+    /// the transport breaks, and 0 when the command before it did not go out or the reply may be
+    /// that of an earlier command.
+    int read(char* buffer, int maxLength) override;
+
+    /// Returns `length`, or -1 when the command did not go out.
+    int write(const char* data, int length) override;
+
+    /// Option 12 with value 0 makes the transport ready for a command. Bytes that were received and
+    /// not read are dropped; the command is then refused when they show that the replies before it
+    /// may have been late ones. write() does the same when it was not asked for before. Other
+    /// options are ignored.
+    void setOption(int option, const QVariant& value) override;
+
+    /// One more than asked for after an attempt that failed because the port dropped a reply or
+    /// refused a command: the controller may have done nothing wrong.
+    int retry() override;
+    int delay() override;
+
+private:
+    /// What a write finds and a read depends on.
+    enum class Command { None, Ready, Refused, Sent, NotSent };
+
+    enum class Failure { None, Transport, Incomplete, Dropped, Unread, NotSilent };
+
+    int receive(char* buffer, int maxLength);
+    bool send(const char* data, int length);
+    bool prepare();
+    bool listenUntilReady(qint64 deadlineMs);
+    bool reopen();
+    bool fail(Failure failure);
+    QString failureText() const;
+    int remainingMs(qint64 untilMs) const;
+
+    std::unique_ptr<Transport> m_transport;
+    ExchangeSettings m_exchange;
+    Guard m_guard;
+    qint64 m_sentMs = 0; ///< when the last byte of the last command was on its way
+    Command m_command = Command::None;
+    Failure m_failure = Failure::None;
+    int m_received = 0; ///< of `m_wanted` bytes, when a reply was incomplete
+    int m_wanted = 0;
+};
+
+} // namespace host
+
+#endif
