@@ -96,10 +96,9 @@ void Session::write(const std::vector<TypedDevice>& devices, const std::vector<V
 {
     for (const WriteRequest& request : planWrites(devices, values, m_driver.blocks())) {
         const TypedDevice& first = devices[request.indices.front()];
-        const auto failure =
-            perform(first, Direction::Write, [&](AbstractDeviceInterface& port) {
-                return m_driver.object().write(&port, request.command, request.data);
-            });
+        const auto failure = perform(first, Direction::Write, [&](AbstractDeviceInterface& port) {
+            return m_driver.object().write(&port, request.command, request.data);
+        });
         if (failure)
             throw *failure;
     }
@@ -136,7 +135,7 @@ Failure Session::failureOf(const TypedDevice& first, Direction direction) const
     const Failure failure = driverFailure(m_driver.object().getLastError().toStdString(),
                                           {m_driver.description(), first, direction});
     const std::string detail = m_portFailure ? m_portFailure() : std::string();
-    return detail.empty() ? failure : failure.with("(" + detail + ")");
+    return detail.empty() ? failure : failure.with(" (" + detail + ")");
 }
 
 } // namespace bench

@@ -1,17 +1,12 @@
-// Puts a driver and a port together and lets requests through.
 #include "bench.h"
 
-#include "controller.h"
-#include "failure.h"
 #include "project.h"
+#include "report.h"
 
-#include "drivers/communicatorcommand.h"
+#include "bench/tags.h"
+
 #include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
-#include "drivers/driversetting.h"
-#include "host/driverplugin.h"
-#include "host/makeport.h"
-#include "host/tracingport.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -25,223 +20,126 @@ namespace plcctl
 namespace
 {
 
+using bench::Failure;
+using bench::FailureKind;
+
 /// Where the driver lies, seen from this program: in the build tree, and installed.
 const char* const DriverPlaces[] = {PLCCTL_BUILT_DRIVER, PLCCTL_INSTALLED_DRIVER};
 
-QString ownDriver()
+bool isTcp(const bench::PortOptions& port)
 {
-    const QDir here(QCoreApplication::applicationDirPath());
-    for (const char* place : DriverPlaces) {
-        if (QFileInfo::exists(here.filePath(place)))
-            return here.filePath(place);
-    }
-    throw Failure(CannotOpen, "there is no driver beside this program",
-                  "Build or install it, or name a plug-in with --driver.");
-}
-
-host::ExchangeSettings exchangeOf(const BenchOptions& options, DriverInterface& driver)
-{
-    const std::unique_ptr<DriverSetting> defaults(driver.getDefaultDriverSetting());
-    host::ExchangeSettings exchange = host::exchangeSettingsFrom(*defaults);
-    exchange.timeoutMs = options.timeoutMs.value_or(exchange.timeoutMs);
-    exchange.retry = options.retry.value_or(exchange.retry);
-    exchange.delayMs = options.delayMs.value_or(exchange.delayMs);
-    return exchange;
-}
-
-host::LineSettings lineOf(const BenchOptions& options, DriverInterface& driver)
-{
-    const QString text = options.line.empty() ? driver.getStringBasedDefaultDriverSetting()
-                                              : QString::fromStdString(options.line);
-    QString error;
-    const auto settings = host::lineSettingsFromText(text, &error);
-    if (!settings)
-        throw Failure(WrongUsage, "--line: " + error.toStdString());
-    return *settings;
-}
-
-host::PortAddress addressOf(const std::string& port)
-{
-    QString error;
-    const auto address = host::portAddressFromText(QString::fromStdString(port), &error);
-    if (!address)
-        throw Failure(WrongUsage, "--port: " + error.toStdString());
-    return *address;
-}
-
-bool isSimulatedPort(const BenchOptions& options)
-{
-    return options.port == BenchOptions::SimulatedPort;
-}
-
-void refuseControllerOptions(const ControllerOptions& controller)
-{
-    if (!controller.faults.empty() || !controller.presets.empty())
-        throw Failure(WrongUsage, "--fault and --set are for --port sim only");
-}
-
-/// Makes the built-in controller that the driver speaks to, and tells the person that it is one.
-std::unique_ptr<SimulatedController> builtInController(const std::string& driverName,
-                                                       const ControllerOptions& options)
-{
-    const std::optional<std::string> protocol = protocolOfDriver(driverName);
-    if (!protocol)
-        throw Failure(WrongUsage, "no simulated controller speaks to the driver '" + driverName +
-                                      "'; --port is needed");
-    auto controller = std::make_unique<SimulatedController>(*protocol, options);
-    std::fprintf(stderr,
-                 "using the built-in simulated controller (%s); --port leads to a real one\n",
-                 protocol->c_str());
-    return controller;
-}
-
-/// Runs a controller in a thread of its own. Returns the device that leads to it.
-std::string serve(SimulatedController& controller)
-{
-    std::string why;
-    if (!controller.server().openPty(std::string(), why))
-        throw Failure(CannotOpen, why);
-    controller.server().start();
-    return controller.server().ptyPath();
-}
-
-CommunicatorCommand commandFor(const std::string& device, const Unit& unit, int count)
-{
-    CommunicatorCommand command;
-    command.dataType = unit.dataType;
-    command.length = count;
-    command.address = QString::fromStdString(device);
-    return command;
+    return !port.isSimulated() &&
+           bench::portAddress(port.port).kind == host::PortAddress::Kind::Tcp;
 }
 
 /// Finds the port in the project and names it in its setting.
 LinkIdStationId linkInProject(const BenchOptions& options, DeviceSetting& setting)
 {
     const Project project(options.project);
-    const bool isTcp =
-        !isSimulatedPort(options) && addressOf(options.port).kind == host::PortAddress::Kind::Tcp;
-    if (isTcp)
+    if (isTcp(options.port))
         setting.string = QStringLiteral("ETHERNET");
     if (!options.portName.empty())
         setting.string = QString::fromStdString(options.portName);
-    if (!isTcp)
+    if (!isTcp(options.port))
         return project.linkOn(setting.string);
-    const host::PortAddress address = addressOf(options.port);
+    const host::PortAddress address = bench::portAddress(options.port.port);
     setting.socketList = {{address.place, address.tcpPort}};
     return project.linkOn(setting.string, address.place, address.tcpPort);
 }
 
-void printTrace(const QString& line)
+void printTrace(const std::string& line)
 {
-    std::fprintf(stderr, "%s\n", line.toLocal8Bit().constData());
+    std::fprintf(stderr, "%s\n", line.c_str());
 }
 
 } // namespace
 
-std::unique_ptr<host::DriverPlugin> loadDriver(const std::string& file)
+std::string driverFile(const std::string& name)
 {
-    const QString name = file.empty() ? ownDriver() : QString::fromStdString(file);
-    QString error;
-    auto plugin = host::DriverPlugin::load(name, &error);
-    if (!plugin)
-        throw Failure(CannotOpen, error.toStdString());
-    return plugin;
+    if (!name.empty())
+        return name;
+    const QDir here(QCoreApplication::applicationDirPath());
+    for (const char* place : DriverPlaces) {
+        if (QFileInfo::exists(here.filePath(place)))
+            return here.filePath(place).toStdString();
+    }
+    throw Failure(FailureKind::CannotOpen, "there is no driver beside this program",
+                  "Build or install it, or name a plug-in with --driver.");
 }
 
 Bench::Bench(const BenchOptions& options)
-    : m_plugin(loadDriver(options.driverFile))
+    : m_options(options)
+    , m_driver(driverFile(options.driverFile))
 {
-    const host::LineSettings line = lineOf(options, driver());
-    std::string port = options.port;
-    if (isSimulatedPort(options)) {
-        m_controller = builtInController(driverName(), options.controller);
-        port = serve(*m_controller);
-    } else {
-        refuseControllerOptions(options.controller);
-    }
-    m_line = host::makePort(addressOf(port), line, exchangeOf(options, driver()));
-    if (!m_line->open())
-        throw Failure(CannotOpen, m_line->lastFailure().toStdString());
-    if (!options.project.empty())
-        tellDriverOfProject(options);
+    if (!options.tagFile.empty())
+        m_tags = bench::loadTags(options.tagFile, m_driver.devices());
     if (options.trace)
-        m_trace = std::make_unique<host::TracingPort>(*m_line, printTrace);
+        m_options.port.trace = printTrace;
 }
 
-Bench::~Bench() = default;
+Bench::~Bench()
+{
+    m_stop.interrupts(nullptr);
+}
+
+std::vector<bench::Point> Bench::points(const std::vector<std::string>& texts, int count) const
+{
+    std::optional<bench::Type> type;
+    if (!m_options.type.empty())
+        type = bench::typeNamed(m_options.type);
+    std::vector<bench::Point> points;
+    for (const std::string& text : texts) {
+        const auto found = bench::resolve(text, m_tags, m_driver.devices(), count, type);
+        points.insert(points.end(), found.begin(), found.end());
+    }
+    return points;
+}
+
+bench::Session& Bench::session()
+{
+    if (m_session)
+        return *m_session;
+    m_port = std::make_unique<bench::OpenPort>(m_options.port, m_driver);
+    m_stop.interrupts(m_port.get());
+    if (m_options.port.port.empty())
+        note("using the built-in simulated controller (" + m_driver.description().protocol +
+             "); --port leads to a real one");
+    if (!m_options.project.empty())
+        tellDriverOfProject();
+    m_session = std::make_unique<bench::Session>(m_driver, m_port->port(),
+                                                 [this] { return m_port->lastFailure(); });
+    m_session->isStopped = [this] { return isStopped(); };
+    return *m_session;
+}
+
+bool Bench::waitForStop(std::chrono::microseconds time) const
+{
+    using std::chrono::ceil;
+    using std::chrono::milliseconds;
+    return m_stop.waitFor(static_cast<int>(ceil<milliseconds>(time).count()));
+}
 
 /// Tells the driver what its link and station are in a panel project, the way a panel does: by the
 /// settings of its port.
-void Bench::tellDriverOfProject(const BenchOptions& options)
+void Bench::tellDriverOfProject()
 {
-    const std::unique_ptr<DeviceSetting> setting(driver().getDefaultSerialDeviceSetting());
-    const LinkIdStationId link = linkInProject(options, *setting);
+    const std::unique_ptr<DeviceSetting> setting(m_driver.object().getDefaultSerialDeviceSetting());
+    const LinkIdStationId link = linkInProject(m_options, *setting);
     setting->linkID = link.linkId;
     setting->auxValue = link.stationId;
-    if (!driver().deviceSettingChanged(setting.get()))
-        throw Failure(WrongUsage, "the driver refuses link " + std::to_string(link.linkId) +
-                                      ", station " + std::to_string(link.stationId));
-    std::fprintf(stderr, "%s is link %d of the project, station %d\n",
-                 setting->string.toLocal8Bit().constData(), link.linkId, link.stationId);
+    if (!m_driver.object().deviceSettingChanged(setting.get()))
+        throw bench::wrongUsage("the driver refuses link " + std::to_string(link.linkId) +
+                                ", station " + std::to_string(link.stationId));
+    note(setting->string.toStdString() + " is link " + std::to_string(link.linkId) +
+         " of the project, station " + std::to_string(link.stationId));
 }
 
-std::string Bench::driverName() const
+std::vector<bench::TypedDevice> devicesOf(const std::vector<bench::Point>& points)
 {
-    return driver().name().toStdString();
-}
-
-void Bench::checkCount(std::size_t count, const Unit& unit) const
-{
-    const int most =
-        unit.dataType == DataBit ? driver().getBitBlockAccessSize() : driver().getBlockAccessSize();
-    if (count > static_cast<std::size_t>(most))
-        throw Failure(WrongUsage,
-                      "the driver takes at most " + counted(most, unit) + " in one request");
-}
-
-std::vector<std::uint32_t> Bench::read(const std::string& device, const Unit& unit, int count)
-{
-    const QByteArray data = driver().read(&port(), commandFor(device, unit, count));
-    if (driver().hasError())
-        fail();
-    if (data.size() != count * unit.bytes)
-        throw Failure(InvalidReply, "the driver returned " + std::to_string(data.size()) +
-                                        " bytes for " + counted(count, unit));
-    return valuesOf(data, unit);
-}
-
-void Bench::write(const std::string& device, const Unit& unit,
-                  const std::vector<std::uint32_t>& values)
-{
-    const int count = static_cast<int>(values.size());
-    if (driver().write(&port(), commandFor(device, unit, count), dataOf(values, unit)))
-        return;
-    if (driver().hasError())
-        fail();
-    throw Failure(WrongUsage, std::string("the driver writes no units of type ") + unit.name);
-}
-
-void Bench::fail() const
-{
-    const Failure failure = driverFailure(driver().getLastError());
-    m_line->settle(); // so that it can say how late the replies are
-    const QString reason = m_line->lastFailure();
-    if (reason.isEmpty())
-        throw failure;
-    throw Failure(failure.status(), failure.what() + (" (" + reason.toStdString() + ")"),
-                  failure.advice());
-}
-
-DriverInterface& Bench::driver() const
-{
-    return *m_plugin->driver();
-}
-
-AbstractDeviceInterface& Bench::port() const
-{
-    if (m_trace != nullptr)
-        return *m_trace;
-    return *m_line;
+    std::vector<bench::TypedDevice> devices;
+    for (const bench::Point& point : points)
+        devices.push_back(point.device);
+    return devices;
 }
 
 } // namespace plcctl

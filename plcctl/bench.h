@@ -1,69 +1,64 @@
-// The bench: a loaded driver, a port that is open, and the requests that go through them.
-// It knows drivers by their interface only, and nothing of how requests or results are typed.
+// What most subcommands begin with: a driver, the points that were named, and then an open port.
 #ifndef PLCCTL_BENCH_H
 #define PLCCTL_BENCH_H
 
 #include "options.h"
-#include "units.h"
+#include "stopsignal.h"
 
+#include "bench/driver.h"
+#include "bench/openport.h"
+#include "bench/points.h"
+#include "bench/session.h"
+
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
 
-class AbstractDeviceInterface;
-class DriverInterface;
-
-namespace host
-{
-class DriverPlugin;
-class Port;
-class TracingPort;
-} // namespace host
-
 namespace plcctl
 {
 
-class SimulatedController;
-
-/// Loads a driver plug-in; an empty name means the one that was built with this program.
-/// Throws a Failure (CannotOpen) when there is no driver in the file.
-std::unique_ptr<host::DriverPlugin> loadDriver(const std::string& file);
+/// The file of a driver; an empty name means the one that was built with this program. Throws a
+/// Failure (CannotOpen) when there is none.
+std::string driverFile(const std::string& name);
 
 class Bench
 {
 public:
-    /// Loads the driver and opens the port. Throws a Failure, WrongUsage when an option can't be
-    /// understood and CannotOpen when the driver or the port is not to be had.
+    /// Loads the driver and the tag file. Throws a Failure when one of them can't be understood.
     explicit Bench(const BenchOptions& options);
     ~Bench();
 
-    std::string driverName() const;
+    const bench::Driver& driver() const { return m_driver; }
+    const std::vector<bench::Point>& tags() const { return m_tags; }
 
-    /// Whether the controller lives inside this program.
-    bool isSimulated() const { return m_controller != nullptr; }
+    /// The points that texts name: tags, patterns, devices, ranges, or `count` values from each
+    /// device on. Throws a Failure (WrongUsage); nothing was sent.
+    std::vector<bench::Point> points(const std::vector<std::string>& texts, int count = 1) const;
 
-    /// Refuses, by throwing a Failure (WrongUsage), more units than the driver takes at once.
-    void checkCount(std::size_t count, const Unit& unit) const;
+    /// Opens the port at the first call. Says so when it is the simulated one that was not asked
+    /// for. Throws a Failure as OpenPort does.
+    bench::Session& session();
 
-    /// Reads `count` units from `device` on. Throws the Failure that the driver tells of.
-    std::vector<std::uint32_t> read(const std::string& device, const Unit& unit, int count);
+    /// Whether a signal asks the program to end. Requests then fail at once.
+    bool isStopped() const { return m_stop.waitFor(0); }
 
-    /// Writes the values to `device` and the units behind it. Throws as read() does.
-    void write(const std::string& device, const Unit& unit,
-               const std::vector<std::uint32_t>& values);
+    /// Waits, at most so long, for such a signal. Returns whether one has come.
+    bool waitForStop(std::chrono::microseconds time) const;
 
 private:
-    void tellDriverOfProject(const BenchOptions& options);
-    [[noreturn]] void fail() const;
-    DriverInterface& driver() const;
-    AbstractDeviceInterface& port() const;
+    void tellDriverOfProject();
 
-    // The last to be created goes first: nothing is used after it has gone.
-    std::unique_ptr<SimulatedController> m_controller;
-    std::unique_ptr<host::DriverPlugin> m_plugin;
-    std::unique_ptr<host::Port> m_line;
-    std::unique_ptr<host::TracingPort> m_trace; ///< null without --trace
+    BenchOptions m_options;
+    StopSignal m_stop;
+    bench::Driver m_driver;
+    std::vector<bench::Point> m_tags;
+    std::unique_ptr<bench::OpenPort> m_port;
+    std::unique_ptr<bench::Session> m_session;
 };
+
+/// The devices of points, in the same order.
+std::vector<bench::TypedDevice> devicesOf(const std::vector<bench::Point>& points);
 
 } // namespace plcctl
 

@@ -1,8 +1,7 @@
-// The subcommands, each in a source file of its own with its options, its help and what it does.
+// The subcommands. Each function declares one, with its options and help; running it sets the exit
+// status, or throws a bench::Failure.
 #ifndef PLCCTL_COMMANDS_H
 #define PLCCTL_COMMANDS_H
-
-#include "failure.h"
 
 namespace CLI
 {
@@ -12,14 +11,13 @@ class App;
 namespace plcctl
 {
 
-// Each adds one subcommand to `app`, which runs while the arguments are parsed. It leaves in
-// `status` what the program is to end with, or throws a Failure.
-void addInfoCommand(CLI::App& app, ExitStatus& status);
-void addReadCommand(CLI::App& app, ExitStatus& status);
-void addWriteCommand(CLI::App& app, ExitStatus& status);
-void addWatchCommand(CLI::App& app, ExitStatus& status);
-void addLinksCommand(CLI::App& app, ExitStatus& status);
-void addSimulateCommand(CLI::App& app, ExitStatus& status);
+void addInfoCommand(CLI::App& app, int& status);
+void addLinksCommand(CLI::App& app, int& status);
+void addReadCommand(CLI::App& app, int& status);
+void addSimulateCommand(CLI::App& app, int& status);
+void addTagsCommand(CLI::App& app, int& status);
+void addWatchCommand(CLI::App& app, int& status);
+void addWriteCommand(CLI::App& app, int& status);
 
 } // namespace plcctl
 

@@ -10,7 +10,7 @@ namespace
 {
 
 constexpr std::size_t NameWidth = 26;
-constexpr std::size_t DescriptionWidth = 90 - NameWidth;
+constexpr std::size_t DescriptionWidth = 80 - NameWidth;
 
 } // namespace
 

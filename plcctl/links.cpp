@@ -2,6 +2,7 @@
 #include "commands.h"
 #include "options.h"
 #include "project.h"
+#include "report.h"
 
 #include <CLI/CLI.hpp>
 
@@ -32,7 +33,7 @@ Table tableOf(const std::vector<ProjectLink>& links)
 
 } // namespace
 
-void addLinksCommand(CLI::App& app, ExitStatus& status)
+void addLinksCommand(CLI::App& app, int& status)
 {
     CLI::App* const command = app.add_subcommand("links", "List the links of a panel project");
     const auto options = std::make_shared<LinksOptions>();

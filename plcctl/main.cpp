@@ -1,7 +1,10 @@
 // plcctl: loads a PLC driver plug-in and lets a person use it.
 #include "commands.h"
-#include "failure.h"
 #include "help.h"
+#include "report.h"
+#include "stopsignal.h"
+
+#include "bench/nearest.h"
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
@@ -17,31 +20,46 @@ const char* const Description =
 
 const char* const Footer = R"(Examples:
   plcctl read DM100 -c 2             two words from a simulated controller inside plcctl
-  plcctl read MR500 -t bit -p /dev/ttyUSB0
+  plcctl read MR500 DM8:dint -p /dev/ttyUSB0
   plcctl write DM100 12 2 -p tcp:192.168.0.10
   plcctl read --help                 what one subcommand can do
 
-Exit status: 0 success, 1 the controller refused, 2 wrong usage, 3 the line or the plug-in
-could not be opened, 4 no reply, 5 a reply that is none. Data goes to standard output,
-everything else to standard error.)";
+Exit status: 0 success, 1 the controller refused, 2 wrong usage, 3 the line, the
+plug-in or a file could not be opened, 4 no reply, 5 invalid reply, 6 a value read
+back is not the one written. Data goes to standard output, everything else to
+standard error.)";
+
+std::vector<std::string> subcommandNames(const CLI::App& app)
+{
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(command->get_name());
+    return names;
+}
 
 /// What CLI11 complains about, in our words where its own would not help.
-plcctl::Failure wrongArguments(const CLI::App& app, const CLI::ParseError& error)
+bench::Failure wrongArguments(const CLI::App& app, const CLI::ParseError& error)
 {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
     const std::vector<std::string> unknown = app.remaining();
-    const std::string name = chosen.empty() ? "plcctl" : "plcctl " + chosen.front()->get_name();
-    const std::string text = chosen.empty() && !unknown.empty()
-                                 ? "no such subcommand or option: " + unknown.front()
-                                 : error.what();
-    return plcctl::Failure(plcctl::WrongUsage, text, "Try '" + name + " --help'.");
+    if (!chosen.empty())
+        return bench::wrongUsage(error.what(),
+                                 "Try 'plcctl " + chosen.front()->get_name() + " --help'.");
+    if (unknown.empty())
+        return bench::wrongUsage("a subcommand is missing: " +
+                                     bench::listed(subcommandNames(app), 20),
+                                 "Try 'plcctl --help'.");
+    const std::string meant = bench::nearest(unknown.front(), subcommandNames(app));
+    return bench::wrongUsage("no such subcommand or option: " + unknown.front(),
+                             meant.empty() ? "Try 'plcctl --help'."
+                                           : "Did you mean 'plcctl " + meant + "'?");
 }
 
-plcctl::ExitStatus run(int argc, char** argv)
+int run(int argc, char** argv)
 {
     using namespace plcctl;
     CLI::App app(Description, "plcctl");
-    ExitStatus status = Success;
+    int status = Success;
     app.formatter(std::make_shared<HelpFormatter>());
     app.footer(Footer);
     app.set_version_flag("--version", "plcctl " PLCCTL_VERSION);
@@ -50,6 +68,7 @@ plcctl::ExitStatus run(int argc, char** argv)
     addReadCommand(app, status);
     addWriteCommand(app, status);
     addWatchCommand(app, status);
+    addTagsCommand(app, status);
     addLinksCommand(app, status);
     addSimulateCommand(app, status);
     try {
@@ -58,10 +77,10 @@ plcctl::ExitStatus run(int argc, char** argv)
         app.exit(help);
     } catch (const CLI::ParseError& error) {
         report(wrongArguments(app, error));
-        return WrongUsage;
-    } catch (const Failure& failure) {
+        return bench::exitStatus(bench::FailureKind::WrongUsage);
+    } catch (const bench::Failure& failure) {
         report(failure);
-        return failure.status();
+        return bench::exitStatus(failure.kind());
     }
     return status;
 }
@@ -71,9 +90,12 @@ plcctl::ExitStatus run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
-    const plcctl::ExitStatus status = run(argc, argv);
+    const int status = run(argc, argv);
+    // As a shell says it of a program that a signal ended.
+    if (status != plcctl::Success && plcctl::StopSignal::caught() != 0)
+        return 128 + plcctl::StopSignal::caught();
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
         return status;
-    plcctl::report(plcctl::Failure(plcctl::CannotOpen, "can't write to standard output"));
-    return plcctl::CannotOpen;
+    plcctl::note("cannot write to standard output");
+    return bench::exitStatus(bench::FailureKind::CannotOpen);
 }

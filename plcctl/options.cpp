@@ -3,6 +3,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <map>
+
 namespace plcctl
 {
 
@@ -10,40 +12,13 @@ namespace
 {
 
 constexpr int MaxMs = 3600 * 1000;
+constexpr int MaxDurationMs = 24 * 3600 * 1000;
 constexpr int MaxRetries = 1000;
 constexpr int MaxCount = 65535;
 
 const char* const LineGroup = "The line";
 const char* const ProjectGroup = "The panel project";
 const char* const SimulatorGroup = "The simulated controller";
-
-std::vector<std::string> unitNames()
-{
-    std::vector<std::string> names;
-    for (const Unit& unit : units())
-        names.push_back(unit.name);
-    return names;
-}
-
-void addLineOptions(CLI::App& command, BenchOptions& options)
-{
-    command
-        .add_option("-p,--port", options.port,
-                    "A serial device such as /dev/ttyUSB0; or tcp:HOST[:PORT], port 8501 if "
-                    "omitted; or sim, a simulated controller inside this program that ends with it")
-        ->default_val(BenchOptions::SimulatedPort)
-        ->type_name("PORT")
-        ->group(LineGroup);
-    command
-        .add_option("-l,--line", options.line,
-                    "Serial line, such as RS232,9600,EVEN,8,1 (default: the driver's)")
-        ->type_name("TEXT")
-        ->group(LineGroup);
-    command
-        .add_flag("--trace", options.trace,
-                  "Show every call and byte of the line on standard error")
-        ->group(LineGroup);
-}
 
 void addProjectOptions(CLI::App& command, BenchOptions& options)
 {
@@ -57,8 +32,8 @@ void addProjectOptions(CLI::App& command, BenchOptions& options)
         ->group(ProjectGroup);
 }
 
-/// Numbers that the driver knows defaults for.
-void addPatienceOptions(CLI::App& command, BenchOptions& options)
+/// Numbers that the driver has defaults for.
+void addPatienceOptions(CLI::App& command, bench::PortOptions& options)
 {
     const auto add = [&](const char* names, std::optional<int>& value, int low, int high,
                          const char* unit, const std::string& help) {
@@ -72,6 +47,17 @@ void addPatienceOptions(CLI::App& command, BenchOptions& options)
     add("--delay", options.delayMs, 0, MaxMs, "MS", "Pause before every attempt, in ms");
 }
 
+/// An option that may be given again and again, with one value each time.
+void addRepeatedOption(CLI::App& command, const char* name, std::vector<std::string>& values,
+                       const char* help, const char* typeName)
+{
+    command.add_option(name, values, help)
+        ->take_all()
+        ->allow_extra_args(false)
+        ->type_name(typeName)
+        ->group(SimulatorGroup);
+}
+
 } // namespace
 
 CLI::Validator between(int low, int high)
@@ -80,19 +66,21 @@ CLI::Validator between(int low, int high)
     return range.description("");
 }
 
+void addDevicesArgument(CLI::App& command, std::vector<std::string>& devices)
+{
+    command
+        .add_option("DEVICE", devices,
+                    "Device, range or tag, such as DM100, DM8:dint, MR0..MR15 or boiler.*")
+        ->required()
+        ->type_name("");
+}
+
 void addCountOption(CLI::App& command, int& count)
 {
-    command.add_option("-c,--count", count, "Units to read, from each device on")
+    command.add_option("-c,--count", count, "Values to read, from each device on")
         ->check(between(1, MaxCount))
         ->capture_default_str()
         ->type_name("N");
-}
-
-void addDevicesArgument(CLI::App& command, std::vector<std::string>& devices)
-{
-    command.add_option("DEVICE", devices, "Where to start, such as DM100, MR500 or T5")
-        ->required()
-        ->type_name("");
 }
 
 void addDriverOption(CLI::App& command, std::string& driverFile)
@@ -103,13 +91,47 @@ void addDriverOption(CLI::App& command, std::string& driverFile)
         ->type_name("FILE");
 }
 
+void addNamingOptions(CLI::App& command, BenchOptions& options)
+{
+    command
+        .add_option("--tags", options.tagFile,
+                    "Tag file, a CSV table: its names can be used in place of devices")
+        ->type_name("FILE");
+    command
+        .add_option("-t,--type", options.type,
+                    "Type of devices that have none of their own: bool, byte, int, uint, word, "
+                    "dint, udint, dword, real or string8 (default: the area's)")
+        ->type_name("TYPE");
+}
+
+void addPortOptions(CLI::App& command, BenchOptions& options)
+{
+    command
+        .add_option("-p,--port", options.port.port,
+                    "A serial device such as /dev/ttyUSB0; or tcp:HOST[:PORT], port 8501 if "
+                    "omitted; or sim, a simulated controller inside this program that ends with "
+                    "it (default: sim)")
+        ->type_name("PORT")
+        ->group(LineGroup);
+    command
+        .add_option("-l,--line", options.port.line,
+                    "Serial line, such as RS232,9600,EVEN,8,1 (default: the driver's)")
+        ->type_name("TEXT")
+        ->group(LineGroup);
+    addPatienceOptions(command, options.port);
+    command
+        .add_flag("--trace", options.trace,
+                  "Show every call and byte of the line on standard error")
+        ->group(LineGroup);
+}
+
 void addBenchOptions(CLI::App& command, BenchOptions& options)
 {
+    addNamingOptions(command, options);
     addDriverOption(command, options.driverFile);
-    addLineOptions(command, options);
-    addPatienceOptions(command, options);
+    addPortOptions(command, options);
     addProjectOptions(command, options);
-    addControllerOptions(command, options.controller);
+    addControllerOptions(command, options.port.controller);
 }
 
 CLI::Option* addProjectOption(CLI::App& command, std::string& project)
@@ -122,7 +144,7 @@ CLI::Option* addProjectOption(CLI::App& command, std::string& project)
         ->group(ProjectGroup);
 }
 
-void addControllerOptions(CLI::App& command, ControllerOptions& options)
+void addControllerOptions(CLI::App& command, bench::ControllerOptions& options)
 {
     command
         .add_option("--fault", options.faults,
@@ -133,21 +155,12 @@ void addControllerOptions(CLI::App& command, ControllerOptions& options)
         ->capture_default_str()
         ->type_name("N")
         ->group(SimulatorGroup);
-    command
-        .add_option("--set", options.presets,
-                    "Value to start with, such as DM100=12 or T5=10,20,30; may be repeated")
-        ->take_all()
-        ->allow_extra_args(false)
-        ->type_name("DEVICE=VALUE")
-        ->group(SimulatorGroup);
-}
-
-void addUnitOption(CLI::App& command, std::string& unitName)
-{
-    command.add_option("-t,--type", unitName, "Unit: bit, byte, word, dword or block (of bytes)")
-        ->check(CLI::Validator(CLI::IsMember(unitNames())).description(""))
-        ->capture_default_str()
-        ->type_name("TYPE");
+    addRepeatedOption(command, "--set", options.presets,
+                      "Value to start with, such as DM100=12 or T5=10,20,30; may be repeated",
+                      "DEVICE=VALUE");
+    addRepeatedOption(command, "--move", options.movements,
+                      "Let a device move, such as DM100=ramp:0..100/10s; may be repeated",
+                      "DEVICE=MOVEMENT");
 }
 
 void addFormatOption(CLI::App& command, Format& format)
@@ -165,15 +178,29 @@ void addFormatOption(CLI::App& command, Format& format)
 void addStyleOptions(CLI::App& command, Style& style)
 {
     addFormatOption(command, style.format);
-    const auto choose = [&style](Notation notation) {
+    const auto choose = [&style](bench::Notation notation) {
         return [&style, notation](std::int64_t) { style.notation = notation; };
     };
-    CLI::Option* const isSigned = command.add_flag_function("-s,--signed", choose(Notation::Signed),
-                                                            "Values with a sign, such as -5");
+    CLI::Option* const isSigned = command.add_flag_function(
+        "-s,--signed", choose(bench::Notation::Signed), "Whole numbers with a sign, such as -5");
     command
-        .add_flag_function("-x,--hex", choose(Notation::Hexadecimal),
-                           "Values in hexadecimal, such as 0x001F")
+        .add_flag_function("-x,--hex", choose(bench::Notation::Hexadecimal),
+                           "Whole numbers in hexadecimal, such as 0x001F")
         ->excludes(isSigned);
+}
+
+int parseDurationMs(const std::string& option, const std::string& text)
+{
+    const std::map<std::string, long long> scales = {
+        {"", 1}, {"ms", 1}, {"s", 1000}, {"m", 60 * 1000}, {"h", 3600 * 1000}};
+    const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
+    const auto scale = scales.find(text.substr(digits));
+    if (digits == 0 || digits > 8 || scale == scales.end())
+        throw CLI::ValidationError(option, "'" + text + "' is not a time; write 500ms or 2s");
+    const long long ms = std::stoll(text.substr(0, digits)) * scale->second;
+    if (ms > MaxDurationMs)
+        throw CLI::ValidationError(option, "'" + text + "' is more than a day");
+    return static_cast<int>(ms);
 }
 
 } // namespace plcctl

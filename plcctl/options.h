@@ -1,12 +1,11 @@
 // The options that several subcommands share, as the person typed them.
-// It opens nothing: what the texts mean to drivers and lines is the business of bench.h.
 #ifndef PLCCTL_OPTIONS_H
 #define PLCCTL_OPTIONS_H
 
 #include "output.h"
 
-#include <cstdint>
-#include <optional>
+#include "bench/openport.h"
+
 #include <string>
 #include <vector>
 
@@ -20,30 +19,15 @@ class Validator;
 namespace plcctl
 {
 
-/// What a simulated controller starts with and what it does wrong.
-struct ControllerOptions {
-    std::string faults;
-    std::uint32_t seed = 1;
-    std::vector<std::string> presets;   ///< such as "DM100=12"
-    std::vector<std::string> movements; ///< such as "DM100=ramp:0..100/10s"
-    std::uint32_t baud = 0;             ///< speed that replies are paced by; 0: at once
-};
-
-/// The driver, the line to the controller, and how patient to be with it.
+/// The driver, the port to the controller, and how devices are named.
 struct BenchOptions {
     std::string driverFile; ///< empty: the one that was built with this program
-    std::string port;
-    std::string line; ///< empty: the driver's default
-    std::optional<int> timeoutMs;
-    std::optional<int> retry;
-    std::optional<int> delayMs;
+    std::string tagFile;    ///< empty for none
+    std::string type;       ///< of devices without one; empty: the natural one of their area
+    bench::PortOptions port;
     bool trace = false;
-    std::string project;          ///< where the panel project lies; empty for none
-    std::string portName;         ///< the port's name in that project; empty: the usual one
-    ControllerOptions controller; ///< of port "sim" only
-
-    /// The value of `port` that stands for a simulated controller inside this program.
-    static constexpr const char* SimulatedPort = "sim";
+    std::string project;  ///< where the panel project lies; empty for none
+    std::string portName; ///< the port's name in that project; empty: the usual one
 };
 
 /// Accepts whole numbers in a range, without words about it in the help text.
@@ -55,22 +39,33 @@ void addDevicesArgument(CLI::App& command, std::vector<std::string>& devices);
 /// --count.
 void addCountOption(CLI::App& command, int& count);
 
+/// --driver.
 void addDriverOption(CLI::App& command, std::string& driverFile);
+
+/// --tags and --type.
+void addNamingOptions(CLI::App& command, BenchOptions& options);
 
 /// --project.
 CLI::Option* addProjectOption(CLI::App& command, std::string& project);
 
-void addBenchOptions(CLI::App& command, BenchOptions& options);
-void addControllerOptions(CLI::App& command, ControllerOptions& options);
+/// Where the controller is and how patient to be with it.
+void addPortOptions(CLI::App& command, BenchOptions& options);
 
-/// --type; `unitName` keeps its value as the default.
-void addUnitOption(CLI::App& command, std::string& unitName);
+/// --fault, --seed, --set and --move.
+void addControllerOptions(CLI::App& command, bench::ControllerOptions& options);
+
+/// All of the above that a subcommand needs which sends requests.
+void addBenchOptions(CLI::App& command, BenchOptions& options);
 
 /// --format.
 void addFormatOption(CLI::App& command, Format& format);
 
 /// --format, --signed and --hex.
 void addStyleOptions(CLI::App& command, Style& style);
+
+/// "500ms", "2s", "1m" or a plain number of milliseconds. Throws CLI::ValidationError in the name
+/// of the option.
+int parseDurationMs(const std::string& option, const std::string& text);
 
 } // namespace plcctl
 

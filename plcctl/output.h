@@ -1,34 +1,35 @@
 // Writes data to standard output, as a table for people, as CSV or as JSON.
-// It knows no driver and no line.
 #ifndef PLCCTL_OUTPUT_H
 #define PLCCTL_OUTPUT_H
 
-#include "units.h"
+#include "bench/plan.h"
+#include "bench/points.h"
+
+#include <nlohmann/json.hpp>
 
 #include <string>
-#include <utility>
 #include <variant>
 #include <vector>
 
 namespace plcctl
 {
 
+/// Keeps the order in which fields are set.
+using Json = nlohmann::ordered_json;
+
 enum class Format { Table, Csv, Json };
 
 /// How values look, as the person asked for it.
 struct Style {
     Format format = Format::Table;
-    Notation notation = Notation::Unsigned;
+    bench::Notation notation = bench::Notation::Natural;
 };
 
-/// One unit that was read.
-struct Reading {
-    std::string device;
-    std::uint32_t value;
+/// A point and the value that was read of it.
+struct PointValue {
+    const bench::Point* point;
+    bench::Value value;
 };
-
-/// A name and its text.
-using Fact = std::pair<std::string, std::string>;
 
 /// A number, a text, or nothing.
 using Field = std::variant<std::monostate, int, std::string>;
@@ -39,30 +40,35 @@ struct Table {
     std::vector<std::vector<Field>> rows; ///< a field for each name
 };
 
-/// A line each; in CSV behind a header, in JSON as one array of objects.
-void printReadings(const std::vector<Reading>& readings, const Unit& unit, const Style& style);
+/// A line each; in CSV after a header, in JSON as one array of objects.
+void printValues(const std::vector<PointValue>& values, const Style& style);
 
-/// A line each; in CSV behind a header, in JSON as one object.
-void printFacts(const std::vector<Fact>& facts, Format format);
-
-/// A line each behind a header; in JSON as one array of objects, without the empty fields.
+/// A line each after a header; in JSON as one array of objects, without the empty fields.
 void printTable(const Table& table, Format format);
+
+/// The rows of a table as a JSON array.
+Json jsonOf(const Table& table);
+
+/// One line of JSON; bytes that are not UTF-8 are replaced.
+void printJson(const Json& json, int indent = -1);
+
+/// A line of CSV: cells in quotes where they would not be one cell otherwise.
+void printCsv(const std::vector<std::string>& cells);
 
 /// The local time of day, for a person to read.
 std::string clockTime();
 
-/// Prints what changed as it comes, a line each with the time; in CSV behind a header, in JSON as
-/// an object each.
-class ChangePrinter
-{
-public:
-    ChangePrinter(const Unit& unit, const Style& style);
-    void print(const Reading& reading) const;
+/// Local date and time with its distance from UTC, so that logs of two places can be compared.
+std::string timeStamp();
 
-private:
-    const Unit& m_unit;
-    Style m_style;
-};
+/// The fields of a value in CSV, in the order of valueColumns().
+std::vector<std::string> cellsOf(const PointValue& value, bench::Notation notation);
+const std::vector<std::string>& valueColumns();
+
+Json jsonOf(const PointValue& value, bench::Notation notation);
+
+/// The value with its unit.
+std::string textWithUnit(const PointValue& value, bench::Notation notation);
 
 } // namespace plcctl
 

@@ -1,7 +1,7 @@
 // The questions that are put to a project's database.
 #include "project.h"
 
-#include "failure.h"
+#include "bench/failure.h"
 
 #include <QFileInfo>
 #include <QSqlDatabase>
@@ -37,15 +37,17 @@ int hmiPortOf(const QString& portName)
 {
     const int hmiPort = DevStrToHmiPort(portName);
     if (hmiPort < 0)
-        throw Failure(WrongUsage, "--port-name: no panel port is called '" +
-                                      portName.toStdString() + "'; names are as COM1 or ETHERNET");
+        throw bench::Failure(bench::FailureKind::WrongUsage,
+                             "--port-name: no panel port is called '" + portName.toStdString() +
+                                 "'; names are as COM1 or ETHERNET");
     return hmiPort;
 }
 
-Failure noLink(const std::string& place, const std::string& directory)
+bench::Failure noLink(const std::string& place, const std::string& directory)
 {
-    return Failure(WrongUsage, "the project has no link with a default station on " + place,
-                   "'plcctl links --project " + directory + "' shows those that it has.");
+    return bench::Failure(bench::FailureKind::WrongUsage,
+                          "the project has no link with a default station on " + place,
+                          "'plcctl links --project " + directory + "' shows those that it has.");
 }
 
 } // namespace
@@ -55,8 +57,9 @@ Project::Project(const std::string& directory)
 {
     const QString file = projectfiles::databaseName(QString::fromStdString(directory));
     if (!QFileInfo(file).isFile())
-        throw Failure(CannotOpen, "there is no project database " + file.toStdString(),
-                      "--project names the directory that holds compile/database/database.");
+        throw bench::Failure(bench::FailureKind::CannotOpen,
+                             "there is no project database " + file.toStdString(),
+                             "--project names the directory that holds compile/database/database.");
     QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), Connection);
     database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
     database.setDatabaseName(file);
@@ -67,7 +70,8 @@ Project::Project(const std::string& directory)
     query = QSqlQuery();
     database = QSqlDatabase();
     QSqlDatabase::removeDatabase(Connection);
-    throw Failure(CannotOpen, file.toStdString() + " is no project database: " + why.toStdString());
+    throw bench::Failure(bench::FailureKind::CannotOpen,
+                         file.toStdString() + " is no project database: " + why.toStdString());
 }
 
 Project::~Project()

@@ -1,7 +1,7 @@
-// plcctl read: one request for every device, then all that came.
+// plcctl read: everything that was asked for, once, in as few requests as can be.
 #include "bench.h"
 #include "commands.h"
-#include "devicenames.h"
+#include "report.h"
 
 #include <CLI/CLI.hpp>
 
@@ -15,58 +15,58 @@ struct ReadOptions {
     BenchOptions bench;
     std::vector<std::string> devices;
     int count = 1;
-    std::string unit = "word";
     Style style;
 };
 
-std::vector<Reading> readRun(Bench& bench, const std::string& device, const Unit& unit, int count)
+/// Tells of each failure once, by the name of the first point that it hit. Returns the exit status
+/// of the first.
+int reportFailures(const std::vector<bench::Point>& points,
+                   const std::vector<bench::Reading>& readings)
 {
-    const RunNames names(bench.driverName(), device, unit);
-    std::vector<Reading> run;
-    for (const std::uint32_t value : bench.read(device, unit, count))
-        run.push_back({names.at(static_cast<int>(run.size())), value});
-    return run;
+    int status = Success;
+    std::string last;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const auto& failure = readings[i].failure;
+        if (!failure || failure->what() == last)
+            continue;
+        report(*failure, points[i].name);
+        last = failure->what();
+        status = status == Success ? bench::exitStatus(failure->kind()) : status;
+    }
+    return status;
 }
 
-/// Returns Success, or the status of the first device that failed; the others are read all the
-/// same.
-ExitStatus read(const ReadOptions& options)
+/// The values that came are printed also when others failed.
+int read(const ReadOptions& options)
 {
-    const Unit& unit = unitNamed(options.unit);
     Bench bench(options.bench);
-    bench.checkCount(static_cast<std::size_t>(options.count), unit);
-    std::vector<Reading> readings;
-    ExitStatus status = Success;
-    for (const std::string& device : options.devices) {
-        try {
-            const std::vector<Reading> run = readRun(bench, device, unit, options.count);
-            readings.insert(readings.end(), run.begin(), run.end());
-        } catch (const Failure& failure) {
-            report(failure, device);
-            status = status == Success ? failure.status() : status;
-        }
-    }
-    printReadings(readings, unit, options.style);
+    const std::vector<bench::Point> points = bench.points(options.devices, options.count);
+    const auto readings = bench.session().read(devicesOf(points));
+    std::vector<PointValue> values;
+    for (std::size_t i = 0; i < points.size(); ++i)
+        if (readings[i].value)
+            values.push_back({&points[i], *readings[i].value});
+    const int status = reportFailures(points, readings);
+    printValues(values, options.style);
     return status;
 }
 
 } // namespace
 
-void addReadCommand(CLI::App& app, ExitStatus& status)
+void addReadCommand(CLI::App& app, int& status)
 {
     CLI::App* const command = app.add_subcommand("read", "Read devices once");
     const auto options = std::make_shared<ReadOptions>();
     addDevicesArgument(*command, options->devices);
     addCountOption(*command, options->count);
-    addUnitOption(*command, options->unit);
     addStyleOptions(*command, options->style);
     addBenchOptions(*command, options->bench);
     command->footer(R"(Examples:
   plcctl read DM100 -c 2                    DM100 and DM101
-  plcctl read T5 TS5 -t dword               a timer's current value and its set value
-  plcctl read MR514 -c 4 -t bit             MR514, MR515, MR600, MR601
-  plcctl read DM100 --hex -p /dev/ttyUSB0 -l RS232,38400,EVEN,8,1
-  plcctl read DM100 -p tcp:192.168.0.10 --trace)");
+  plcctl read DM8:dint DM20:real T5 MR500   each in a type of its own
+  plcctl read MR0..MR15 DM100:string8
+  plcctl read 'boiler.*' --tags plant.csv -p /dev/ttyUSB0
+  plcctl read DM100 --hex -p tcp:192.168.0.10 --trace)");
     command->callback([options, &status] { status = read(*options); });
 }
 

@@ -1,7 +1,10 @@
 // plcctl simulate: a simulated controller as a program of its own.
 #include "commands.h"
-#include "controller.h"
+#include "options.h"
+#include "report.h"
 #include "stopsignal.h"
+
+#include "bench/controllers.h"
 
 #include "host/portaddress.h"
 
@@ -19,8 +22,8 @@ constexpr std::uint32_t SlowestBaud = 50;
 constexpr std::uint32_t FastestBaud = 4000000;
 
 struct SimulateOptions {
-    std::string protocol = protocolNames().front();
-    ControllerOptions controller;
+    std::string protocol = bench::simulatedProtocols().front();
+    bench::ControllerOptions controller;
     std::optional<std::string> ptyLink;
     std::optional<std::string> tcp;
     bool verbose = false;
@@ -31,7 +34,7 @@ host::PortAddress parseTcp(const std::string& text)
     QString error;
     const auto address = host::listenAddressFromText(QString::fromStdString(text), &error);
     if (!address)
-        throw Failure(WrongUsage, "--tcp: " + error.toStdString());
+        throw bench::wrongUsage("--tcp: " + error.toStdString());
     return *address;
 }
 
@@ -39,7 +42,7 @@ std::string openPty(simulator::Server& server, const std::string& link)
 {
     std::string why;
     if (!server.openPty(link, why))
-        throw Failure(CannotOpen, why);
+        throw bench::Failure(bench::FailureKind::CannotOpen, why);
     return link.empty() ? server.ptyPath() : link + " (" + server.ptyPath() + ")";
 }
 
@@ -47,7 +50,7 @@ std::string listenTcp(simulator::Server& server, host::PortAddress address)
 {
     std::string why;
     if (!server.listenTcp(address.place.toStdString(), address.tcpPort, why))
-        throw Failure(CannotOpen, why);
+        throw bench::Failure(bench::FailureKind::CannotOpen, why);
     address.tcpPort = server.tcpPort();
     return host::textOf(address).toStdString();
 }
@@ -67,11 +70,11 @@ void printTraffic(const std::string& line)
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
-ExitStatus simulate(const SimulateOptions& options)
+int simulate(const SimulateOptions& options)
 {
     const StopSignal stop;
-    SimulatedController controller(options.protocol, options.controller,
-                                   options.verbose ? printTraffic : simulator::TrafficLog());
+    bench::SimulatedController controller(options.protocol, options.controller,
+                                          options.verbose ? printTraffic : simulator::TrafficLog());
     const std::string places = openLines(controller.server(), options);
     controller.server().start();
     // One line that other programs wait for.
@@ -84,7 +87,7 @@ ExitStatus simulate(const SimulateOptions& options)
 void addProtocolOption(CLI::App& command, std::string& protocol)
 {
     command.add_option("--protocol", protocol, "What the controller speaks: kv1000 or modbusrtu")
-        ->check(CLI::Validator(CLI::IsMember(protocolNames())).description(""))
+        ->check(CLI::Validator(CLI::IsMember(bench::simulatedProtocols())).description(""))
         ->capture_default_str()
         ->type_name("NAME");
 }
@@ -107,16 +110,6 @@ void addLineOptions(CLI::App& command, SimulateOptions& options)
     command.add_flag("-v,--trace,--verbose", options.verbose, "Show the traffic on standard error");
 }
 
-void addMoveOption(CLI::App& command, std::vector<std::string>& movements)
-{
-    command
-        .add_option("--move", movements,
-                    "Let a device move, such as DM100=ramp:0..100/10s; may be repeated")
-        ->take_all()
-        ->allow_extra_args(false)
-        ->type_name("DEVICE=MOVEMENT");
-}
-
 std::string footer()
 {
     return std::string(R"(Once it listens it says so in one line on standard output.
@@ -128,7 +121,8 @@ Examples:
   plcctl simulate --protocol modbusrtu --move HR5=sine:0..4000/1s --baud 9600
 
 )") + simulator::MotionHelp +
-           "\n" + simulator::FaultHelp + "\nCommands and error codes:\n\n" + commandsHelp() + R"(
+           "\n" + simulator::FaultHelp + "\nCommands and error codes:\n\n" + bench::commandsHelp() +
+           R"(
 Examples of fault plans:
 
   late=700ms:0.2,cut:0.1    of all replies a fifth late, a tenth cut
@@ -138,14 +132,13 @@ Examples of fault plans:
 
 } // namespace
 
-void addSimulateCommand(CLI::App& app, ExitStatus& status)
+void addSimulateCommand(CLI::App& app, int& status)
 {
     CLI::App* const command =
         app.add_subcommand("simulate", "Be a controller, until Ctrl-C, for others to connect to");
     const auto options = std::make_shared<SimulateOptions>();
     addProtocolOption(*command, options->protocol);
     addLineOptions(*command, *options);
-    addMoveOption(*command, options->controller.movements);
     addControllerOptions(*command, options->controller);
     command->footer(footer());
     command->callback([options, &status] { status = simulate(*options); });

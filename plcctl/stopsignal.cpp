@@ -1,6 +1,9 @@
 // Signals through a pipe, which can be waited for without a race.
 #include "stopsignal.h"
 
+#include "bench/openport.h"
+
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -15,17 +18,23 @@ namespace plcctl
 namespace
 {
 
-constexpr int StopSignals[] = {SIGINT, SIGTERM};
+constexpr int StopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 /// Read end and write end. A byte in it stays there: every later wait finds it too.
 int stopPipe[2];
 
-void noteSignal(int)
+std::atomic<bench::OpenPort*> interruptedPort{nullptr};
+std::atomic<int> caughtSignal{0};
+
+void noteSignal(int signal)
 {
     const int errorBefore = errno;
+    caughtSignal = signal;
     const char anything = 0;
     // It fails only when the pipe is full, and then there is enough in it.
     [[maybe_unused]] const ssize_t written = write(stopPipe[1], &anything, 1);
+    if (bench::OpenPort* const port = interruptedPort)
+        port->interrupt();
     errno = errorBefore;
 }
 
@@ -46,8 +55,14 @@ StopSignal::~StopSignal()
 {
     for (const int signal : StopSignals)
         std::signal(signal, SIG_DFL);
+    interruptedPort = nullptr;
     close(stopPipe[0]);
     close(stopPipe[1]);
+}
+
+void StopSignal::interrupts(bench::OpenPort* port)
+{
+    interruptedPort = port;
 }
 
 bool StopSignal::waitFor(int ms) const
@@ -62,6 +77,11 @@ bool StopSignal::waitFor(int ms) const
         left = ms == Forever ? Forever : static_cast<int>(rest < 0 ? 0 : rest);
     }
     return arrival.revents != 0;
+}
+
+int StopSignal::caught()
+{
+    return caughtSignal;
 }
 
 } // namespace plcctl

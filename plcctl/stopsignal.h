@@ -1,7 +1,12 @@
-// Turns Ctrl-C, and the signal that ends a service, into something to wait for.
-// It knows nothing of what is stopped.
+// Turns Ctrl-C, and the signals that end a service or close its terminal, into something to wait
+// for.
 #ifndef PLCCTL_STOPSIGNAL_H
 #define PLCCTL_STOPSIGNAL_H
+
+namespace bench
+{
+class OpenPort;
+}
 
 namespace plcctl
 {
@@ -17,8 +22,14 @@ public:
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
 
+    /// A signal interrupts this port, so that a request under way ends soon. Null for none.
+    void interrupts(bench::OpenPort* port);
+
     /// Waits up to `ms`, or Forever. Returns whether a signal has come, now or earlier.
     bool waitFor(int ms) const;
+
+    /// The signal that has come, 0 for none.
+    static int caught();
 };
 
 } // namespace plcctl

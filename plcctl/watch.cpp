@@ -1,14 +1,13 @@
 // plcctl watch: reads again and again and tells what changed.
 #include "bench.h"
 #include "commands.h"
-#include "devicenames.h"
-#include "stopsignal.h"
+#include "report.h"
+
+#include "bench/watcher.h"
 
 #include <CLI/CLI.hpp>
 
-#include <chrono>
 #include <cstdio>
-#include <optional>
 
 namespace plcctl
 {
@@ -16,131 +15,150 @@ namespace plcctl
 namespace
 {
 
-constexpr int MaxIntervalMs = 24 * 3600 * 1000;
+using bench::Failure;
+using bench::FailureKind;
+using std::chrono::milliseconds;
+
 constexpr int MaxRounds = 1000 * 1000 * 1000;
 
 struct WatchOptions {
     BenchOptions bench;
     std::vector<std::string> devices;
     int count = 1;
-    std::string unit = "word";
     Style style;
     int intervalMs = 500;
     int rounds = 0; ///< 0: until a signal
 };
 
-/// One device with what was last seen of it.
-struct Watched {
-    std::string device;
-    RunNames names;
-    std::vector<std::uint32_t> values; ///< empty until the first good reading
-    ExitStatus status;                 ///< of the last reading, Success before the first
-};
-
-class Watch
+/// Prints what changed as it comes, a line each with the time; in CSV after a header, in JSON as an
+/// object each. Throws a Failure (CannotOpen) when the line can't be written.
+class ChangePrinter
 {
 public:
-    Watch(const WatchOptions& options)
-        : m_unit(unitNamed(options.unit))
-        , m_count(options.count)
-        , m_bench(options.bench)
-        , m_changes(m_unit, options.style)
+    explicit ChangePrinter(const Style& style)
+        : m_style(style)
     {
-        m_bench.checkCount(static_cast<std::size_t>(m_count), m_unit);
-        for (const std::string& device : options.devices)
-            m_devices.push_back({device, {m_bench.driverName(), device, m_unit}, {}, Success});
+        if (style.format != Format::Csv)
+            return;
+        std::vector<std::string> columns = {"time"};
+        columns.insert(columns.end(), valueColumns().begin(), valueColumns().end());
+        printCsv(columns);
     }
 
-    /// Reads every device once. Returns Success, or the status of the first that failed.
-    ExitStatus round()
+    void print(const PointValue& value) const
     {
-        ExitStatus status = Success;
-        for (Watched& watched : m_devices) {
-            const ExitStatus outcome = look(watched);
-            status = status == Success ? outcome : status;
+        const bench::Notation notation = m_style.notation;
+        switch (m_style.format) {
+        case Format::Table:
+            std::printf("%s  %s  %s\n", clockTime().c_str(), value.point->name.c_str(),
+                        textWithUnit(value, notation).c_str());
+            break;
+        case Format::Csv: {
+            std::vector<std::string> cells = {timeStamp()};
+            const std::vector<std::string> rest = cellsOf(value, notation);
+            cells.insert(cells.end(), rest.begin(), rest.end());
+            printCsv(cells);
+            break;
         }
-        return status;
+        case Format::Json: {
+            Json change = {{"time", timeStamp()}};
+            change.update(jsonOf(value, notation));
+            printJson(change);
+            break;
+        }
+        }
+        if (std::fflush(stdout) != 0)
+            throw Failure(FailureKind::CannotOpen, "cannot write to standard output");
     }
 
 private:
-    ExitStatus look(Watched& watched)
-    {
-        try {
-            tellChanges(watched, m_bench.read(watched.device, m_unit, m_count));
-            return Success;
-        } catch (const Failure& failure) {
-            tellFailure(watched, failure);
-            return failure.status();
-        }
-    }
-
-    void tellChanges(Watched& watched, const std::vector<std::uint32_t>& values)
-    {
-        if (watched.status != Success)
-            std::fprintf(stderr, "plcctl: %s: answers again\n", subject(watched).c_str());
-        watched.status = Success;
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            if (watched.values.empty() || watched.values[i] != values[i])
-                m_changes.print({watched.names.at(static_cast<int>(i)), values[i]});
-        }
-        watched.values = values;
-    }
-
-    static std::string subject(const Watched& watched)
-    {
-        return clockTime() + " " + escaped(watched.device);
-    }
-
-    /// A failure that lasts is told once; its details may vary.
-    static void tellFailure(Watched& watched, const Failure& failure)
-    {
-        if (watched.status != failure.status())
-            report(failure, subject(watched));
-        watched.status = failure.status();
-    }
-
-    const Unit& m_unit;
-    int m_count;
-    Bench m_bench;
-    ChangePrinter m_changes;
-    std::vector<Watched> m_devices;
+    Style m_style;
 };
+
+std::string subject(const bench::Watched& watched)
+{
+    return clockTime() + " " + watched.point.name;
+}
+
+/// A failure that lasts is told once; its details may vary. Advice comes with the first of a kind
+/// only, so that a line that comes and goes fills no screen with it.
+class FailureTeller
+{
+public:
+    void tell(const bench::Watched& watched)
+    {
+        if (watched.isBack)
+            note(subject(watched) + ": answers again");
+        if (!watched.isNewFailure)
+            return;
+        const Failure& failure = *watched.failure;
+        int& told = m_told[std::size_t(failure.kind())];
+        const std::string count = told == 0 ? "" : " (time " + std::to_string(told + 1) + ")";
+        report(Failure(failure.kind(), failure.what() + count, told == 0 ? failure.advice() : ""),
+               subject(watched));
+        ++told;
+    }
+
+private:
+    int m_told[bench::LastFailureKind + 1] = {};
+};
+
+void tellRound(const bench::Round& round, milliseconds interval)
+{
+    if (!round.isNews)
+        return;
+    const std::string wanted = "the interval of " + bench::durationText(interval);
+    note(round.overran ? wanted + " cannot be held: a round took " + bench::durationText(round.took)
+                       : wanted + " is held again");
+}
+
+void tellSummary(const bench::Summary& summary, Format format)
+{
+    if (format == Format::Json) {
+        std::fprintf(stderr, "%s\n", bench::toJson(summary).dump().c_str());
+        return;
+    }
+    for (const std::string& line : bench::textLines(summary))
+        std::fprintf(stderr, "%s\n", line.c_str());
+}
 
 /// Ends with the status of the last round, or with Success at a signal. A request that is wrong in
 /// itself never gets better and ends it too.
-ExitStatus watch(const WatchOptions& options)
+int watchPoints(Bench& bench, bench::Watcher& watcher, const WatchOptions& options)
 {
-    using namespace std::chrono;
-    const StopSignal stop;
-    Watch watch(options);
+    const ChangePrinter changes(options.style);
+    FailureTeller failures;
     for (int done = 1;; ++done) {
-        const auto next = steady_clock::now() + milliseconds(options.intervalMs);
-        const ExitStatus status = watch.round();
-        if (done == options.rounds || status == WrongUsage)
-            return status;
-        const auto wait = duration_cast<milliseconds>(next - steady_clock::now()).count();
-        if (stop.waitFor(static_cast<int>(std::max<std::int64_t>(wait, 0))))
+        const bench::Round round = watcher.round();
+        if (bench.isStopped())
+            return Success;
+        for (const bench::Watched& watched : watcher.points()) {
+            failures.tell(watched);
+            if (watched.isNewValue)
+                changes.print({&watched.point, *watched.value});
+        }
+        tellRound(round, milliseconds(options.intervalMs));
+        const Failure* const failure = watcher.firstFailure();
+        if (done == options.rounds || (failure && failure->kind() == FailureKind::WrongUsage))
+            return failure ? bench::exitStatus(failure->kind()) : Success;
+        if (bench.waitForStop(watcher.untilDue()))
             return Success;
     }
 }
 
-/// "500ms", "2s" or a plain number of milliseconds.
-int parseInterval(const std::string& text)
+int watch(const WatchOptions& options)
 {
-    const std::map<std::string, int> scales = {{"", 1}, {"ms", 1}, {"s", 1000}};
-    const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
-    const auto scale = scales.find(text.substr(digits));
-    if (digits == 0 || digits > 8 || scale == scales.end())
-        throw CLI::ValidationError("--interval", "'" + text + "' is no time; write 500ms or 2s");
-    const long long ms = std::stoll(text.substr(0, digits)) * scale->second;
-    if (ms > MaxIntervalMs)
-        throw CLI::ValidationError("--interval", "'" + text + "' is more than a day");
-    return static_cast<int>(ms);
+    Bench bench(options.bench);
+    const std::vector<bench::Point> points = bench.points(options.devices, options.count);
+    bench::Watcher watcher(bench.session(), points, milliseconds(options.intervalMs));
+    const int status = watchPoints(bench, watcher, options);
+    tellSummary(watcher.summary(), options.style.format);
+    return status;
 }
 
 } // namespace
 
-void addWatchCommand(CLI::App& app, ExitStatus& status)
+void addWatchCommand(CLI::App& app, int& status)
 {
     CLI::App* const command =
         app.add_subcommand("watch", "Read devices again and again and print what changes");
@@ -150,22 +168,24 @@ void addWatchCommand(CLI::App& app, ExitStatus& status)
     command
         ->add_option_function<std::string>(
             "-i,--interval",
-            [options](const std::string& text) { options->intervalMs = parseInterval(text); },
+            [options](const std::string& text) {
+                options->intervalMs = parseDurationMs("--interval", text);
+            },
             "Time from one round to the next, such as 500ms or 2s (default: 500ms)")
         ->type_name("TIME");
     command->add_option("-n,--rounds", options->rounds, "Rounds before it ends (default: no end)")
         ->check(between(1, MaxRounds))
         ->type_name("N");
-    addUnitOption(*command, options->unit);
     addStyleOptions(*command, options->style);
     addBenchOptions(*command, options->bench);
     command->footer(
-        R"(The first round prints every value. A failure is told once, and once more when the device
-answers again; meanwhile plcctl keeps trying. Ctrl-C ends it.
+        R"(The first round prints every value. A failure is told once, and once more when the
+device answers again; meanwhile plcctl keeps trying. Ctrl-C ends it. A summary comes
+last, on standard error: requests, failures, latencies and the achieved interval.
 
 Examples:
   plcctl watch DM100 T5 -i 200ms -p /dev/ttyUSB0
-  plcctl watch MR500 -c 16 -t bit -f csv -p tcp:192.168.0.10 > changes.csv)");
+  plcctl watch MR0..MR15 -f csv -p tcp:192.168.0.10 > changes.csv)");
     command->callback([options, &status] { status = watch(*options); });
 }
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace host
@@ -24,9 +25,16 @@ QString textOf(int error)
 
 } // namespace
 
+DescriptorTransport::DescriptorTransport()
+    : m_wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+{
+    m_clock.start();
+}
+
 DescriptorTransport::~DescriptorTransport()
 {
     close();
+    ::close(m_wakeUp);
 }
 
 bool DescriptorTransport::open(int timeoutMs)
@@ -87,11 +95,17 @@ int DescriptorTransport::takeReceived(char* buffer, int maxLength)
     return count;
 }
 
-/// False when nothing happened in time, or a signal came first.
+void DescriptorTransport::interrupt()
+{
+    const uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(m_wakeUp, &one, sizeof one);
+}
+
+/// False when nothing happened in time, or a signal or an interruption came first.
 bool DescriptorTransport::waitFor(short events, int waitMs) const
 {
-    pollfd wanted = {m_descriptor, events, 0};
-    return ::poll(&wanted, 1, waitMs) > 0;
+    pollfd wanted[] = {{m_descriptor, events, 0}, {m_wakeUp, POLLIN, 0}};
+    return ::poll(wanted, 2, waitMs) > 0 && wanted[0].revents != 0;
 }
 
 bool DescriptorTransport::fail(const QString& reason)

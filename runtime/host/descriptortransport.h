@@ -14,7 +14,7 @@ namespace host
 class DescriptorTransport : public Transport
 {
 public:
-    DescriptorTransport() { m_clock.start(); }
+    DescriptorTransport();
     ~DescriptorTransport() override;
 
     bool open(int timeoutMs) override;
@@ -23,6 +23,7 @@ public:
     int read(char* buffer, int maxLength, int waitMs) override;
     qint64 nowMs() const override { return m_clock.elapsed(); }
     QString lastFailure() const override { return m_failure; }
+    void interrupt() override;
 
 protected:
     static constexpr int NoDescriptor = -1;
@@ -43,6 +44,7 @@ private:
     void close();
 
     int m_descriptor = NoDescriptor;
+    int m_wakeUp = NoDescriptor; ///< readable once interrupted
     QElapsedTimer m_clock;
     QString m_failure;
 

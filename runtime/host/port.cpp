@@ -68,6 +68,10 @@ int Port::receive(char* buffer, int maxLength)
                               m_transport->transferMs(maxLength);
     int have = 0;
     while (have < maxLength) {
+        if (m_interrupted) {
+            fail(Failure::Interrupted);
+            break;
+        }
         const int waitMs = remainingMs(deadlineMs);
         const int count = m_transport->read(buffer + have, maxLength - have, waitMs);
         if (count == Transport::Failed) {
@@ -112,20 +116,30 @@ void Port::setOption(int option, const QVariant& value)
         m_command = prepare() ? Command::Ready : Command::Refused;
 }
 
+void Port::interrupt()
+{
+    m_interrupted = true;
+    m_transport->interrupt();
+}
+
 int Port::retry()
 {
+    if (m_interrupted)
+        return 0;
     const bool ownFailure = m_failure == Failure::Dropped || m_failure == Failure::Unread;
     return ownFailure ? qMax(0, m_exchange.retry) + 1 : m_exchange.retry;
 }
 
 int Port::delay()
 {
-    return m_exchange.delayMs;
+    return m_interrupted ? 0 : m_exchange.delayMs;
 }
 
 /// Makes the transport ready for a command: open, and with no late reply under way.
 bool Port::prepare()
 {
+    if (m_interrupted)
+        return fail(Failure::Interrupted);
     const bool leaveLateReplies = !m_guard.isInSync() && !m_transport->keepsLateReplies();
     if ((leaveLateReplies || !m_transport->isOpen()) && !reopen())
         return false;
@@ -140,6 +154,8 @@ bool Port::listenUntilReady(qint64 deadlineMs)
     for (;;) {
         const int count = m_transport->read(unread, sizeof unread, waitMs);
         const qint64 nowMs = m_transport->nowMs();
+        if (m_interrupted)
+            return fail(Failure::Interrupted);
         if (count == Transport::Failed) {
             if (reopened || !reopen())
                 return fail(Failure::Transport);
@@ -163,7 +179,7 @@ void Port::settle()
         return;
     const qint64 deadlineMs = m_transport->nowMs() + MaxGuardTimesToSettle * m_guard.guardTimeMs();
     char unread[256];
-    while (m_transport->isOpen()) {
+    while (m_transport->isOpen() && !m_interrupted) {
         const int waitMs = remainingMs(qMin(deadlineMs, m_guard.settledAtMs()));
         if (waitMs == 0)
             return;
@@ -215,6 +231,8 @@ QString Port::failureText() const
         return QStringLiteral("dropped a reply that may answer an earlier command");
     case Failure::Unread:
         return QStringLiteral("bytes came that no command had asked for");
+    case Failure::Interrupted:
+        return QStringLiteral("interrupted");
     case Failure::NotSilent:
         return QStringLiteral("the line was not silent: late replies may still come");
     }

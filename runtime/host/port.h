@@ -9,6 +9,7 @@
 
 #include <QString>
 
+#include <atomic>
 #include <memory>
 
 namespace host
@@ -42,6 +43,9 @@ public:
     /// replies are too late; empty after a good reply.
     QString lastFailure() const;
 
+    /// Lets a call that waits end at once, and every later one fail. Safe in a signal handler.
+    void interrupt();
+
     /// Waits on one deadline, however the bytes trickle in. Returns at once with what it has when
     /// the transport breaks, and 0 when the command before it did not go out or the reply may be
     /// that of an earlier command.
@@ -65,7 +69,7 @@ private:
     /// What a write finds and a read depends on.
     enum class Command { None, Ready, Refused, Sent, NotSent };
 
-    enum class Failure { None, Transport, Incomplete, Dropped, Unread, NotSilent };
+    enum class Failure { None, Transport, Incomplete, Dropped, Unread, NotSilent, Interrupted };
 
     int receive(char* buffer, int maxLength);
     bool send(const char* data, int length);
@@ -82,6 +86,7 @@ private:
     qint64 m_sentMs = 0; ///< when the last byte of the last command was on its way
     Command m_command = Command::None;
     Failure m_failure = Failure::None;
+    std::atomic<bool> m_interrupted{false};
     int m_received = 0; ///< of `m_wanted` bytes, when a reply was incomplete
     int m_wanted = 0;
 };

@@ -42,6 +42,9 @@ public:
     /// A monotonic time in milliseconds.
     virtual qint64 nowMs() const = 0;
 
+    /// Lets a wait in read() or write() end at once, and every later one. Safe in a signal handler.
+    virtual void interrupt() {}
+
     /// The last failure as a sentence for a person; empty when there was none.
     virtual QString lastFailure() const = 0;
 };

@@ -1,14 +1,13 @@
-// Turns options into a simulated controller.
-#include "controller.h"
+#include "bench/controllers.h"
 
-#include "failure.h"
+#include "bench/failure.h"
 
 #include "simulator/kv1000/controller.h"
 #include "simulator/modbusrtu/controller.h"
 
 #include <utility>
 
-namespace plcctl
+namespace bench
 {
 
 namespace
@@ -16,7 +15,6 @@ namespace
 
 struct Protocol {
     const char* name;
-    const char* driverName; ///< of the driver that speaks it
     std::unique_ptr<simulator::Controller> (*make)();
 };
 
@@ -27,8 +25,8 @@ std::unique_ptr<simulator::Controller> make()
 }
 
 constexpr Protocol protocols[] = {
-    {"kv1000", "KEYENCE KV-1000", make<simulator::kv1000::Controller>},
-    {"modbusrtu", "Modbus RTU", make<simulator::modbusrtu::Controller>},
+    {"kv1000", make<simulator::kv1000::Controller>},
+    {"modbusrtu", make<simulator::modbusrtu::Controller>},
 };
 
 std::unique_ptr<simulator::Controller> makeController(const std::string& name)
@@ -37,7 +35,7 @@ std::unique_ptr<simulator::Controller> makeController(const std::string& name)
         if (name == protocol.name)
             return protocol.make();
     }
-    throw Failure(WrongUsage, "no simulated controller speaks " + name);
+    throw wrongUsage("no simulated controller speaks " + name);
 }
 
 simulator::FaultPlan planOf(const ControllerOptions& options, const simulator::Commands& commands)
@@ -45,27 +43,18 @@ simulator::FaultPlan planOf(const ControllerOptions& options, const simulator::C
     std::string why;
     const auto plan = simulator::FaultPlan::parse(options.faults, options.seed, commands, why);
     if (!plan)
-        throw Failure(WrongUsage, "--fault: " + why);
+        throw wrongUsage("--fault: " + why);
     return *plan;
 }
 
 } // namespace
 
-std::vector<std::string> protocolNames()
+std::vector<std::string> simulatedProtocols()
 {
     std::vector<std::string> names;
     for (const Protocol& protocol : protocols)
         names.push_back(protocol.name);
     return names;
-}
-
-std::optional<std::string> protocolOfDriver(const std::string& driverName)
-{
-    for (const Protocol& protocol : protocols) {
-        if (driverName == protocol.driverName)
-            return protocol.name;
-    }
-    return std::nullopt;
 }
 
 std::string commandsHelp()
@@ -92,12 +81,12 @@ SimulatedController::SimulatedController(const std::string& protocol,
     std::string why;
     for (const std::string& preset : options.presets) {
         if (!m_controller->preset(preset, why))
-            throw Failure(WrongUsage, "--set: " + why);
+            throw wrongUsage("--set: " + why);
     }
     for (const std::string& movement : options.movements) {
         if (!m_controller->move(movement, why))
-            throw Failure(WrongUsage, "--move: " + why);
+            throw wrongUsage("--move: " + why);
     }
 }
 
-} // namespace plcctl
+} // namespace bench

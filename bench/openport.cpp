@@ -1,0 +1,116 @@
+#include "bench/openport.h"
+
+#include "bench/nearest.h"
+
+#include "drivers/driverinterface.h"
+#include "drivers/driversetting.h"
+#include "host/makeport.h"
+#include "host/port.h"
+#include "host/tracingport.h"
+
+#include <algorithm>
+
+namespace bench
+{
+
+namespace
+{
+
+std::unique_ptr<SimulatedController> simulatedFor(const Driver& driver,
+                                                  const ControllerOptions& options)
+{
+    const std::vector<std::string> known = simulatedProtocols();
+    const std::string& protocol = driver.description().protocol;
+    if (std::find(known.begin(), known.end(), protocol) == known.end())
+        throw wrongUsage("there is no simulated controller for the driver " + driver.name(),
+                         "Name the port of a real one with --port.");
+    return std::make_unique<SimulatedController>(protocol, options);
+}
+
+/// Runs a controller in a thread of its own. Returns the device that leads to it.
+std::string serve(SimulatedController& controller)
+{
+    std::string why;
+    if (!controller.server().openPty(std::string(), why))
+        throw Failure(FailureKind::CannotOpen, why);
+    controller.server().start();
+    return controller.server().ptyPath();
+}
+
+void refuseControllerOptions(const ControllerOptions& options)
+{
+    if (!options.faults.empty() || !options.presets.empty() || !options.movements.empty())
+        throw wrongUsage("--fault, --set and --move are for the simulated controller only",
+                         "Leave --port away, or use plcctl simulate.");
+}
+
+} // namespace
+
+host::LineSettings lineSettings(const PortOptions& options, const Driver& driver)
+{
+    const QString text = options.line.empty() ? driver.object().getStringBasedDefaultDriverSetting()
+                                              : QString::fromStdString(options.line);
+    QString error;
+    const auto settings = host::lineSettingsFromText(text, &error);
+    if (!settings)
+        throw wrongUsage("--line: " + error.toStdString());
+    return *settings;
+}
+
+host::ExchangeSettings exchangeSettings(const PortOptions& options, const Driver& driver)
+{
+    const std::unique_ptr<DriverSetting> defaults(driver.object().getDefaultDriverSetting());
+    host::ExchangeSettings exchange = host::exchangeSettingsFrom(*defaults);
+    exchange.timeoutMs = options.timeoutMs.value_or(exchange.timeoutMs);
+    exchange.retry = options.retry.value_or(exchange.retry);
+    exchange.delayMs = options.delayMs.value_or(exchange.delayMs);
+    return exchange;
+}
+
+host::PortAddress portAddress(const std::string& port)
+{
+    QString error;
+    const auto address = host::portAddressFromText(QString::fromStdString(port), &error);
+    if (!address)
+        throw wrongUsage("--port: " + error.toStdString());
+    return *address;
+}
+
+OpenPort::OpenPort(const PortOptions& options, const Driver& driver)
+{
+    const host::LineSettings line = lineSettings(options, driver);
+    std::string place = options.port;
+    if (options.isSimulated()) {
+        m_controller = simulatedFor(driver, options.controller);
+        place = serve(*m_controller);
+    } else {
+        refuseControllerOptions(options.controller);
+    }
+    m_port = host::makePort(portAddress(place), line, exchangeSettings(options, driver));
+    if (!m_port->open())
+        throw Failure(FailureKind::CannotOpen, lastFailure());
+    if (options.trace)
+        m_trace = std::make_unique<host::TracingPort>(
+            *m_port, [trace = options.trace](const QString& text) { trace(text.toStdString()); });
+}
+
+OpenPort::~OpenPort() = default;
+
+AbstractDeviceInterface& OpenPort::port() const
+{
+    if (m_trace)
+        return *m_trace;
+    return *m_port;
+}
+
+std::string OpenPort::lastFailure() const
+{
+    return m_port->lastFailure().toStdString();
+}
+
+void OpenPort::interrupt()
+{
+    m_port->interrupt();
+}
+
+} // namespace bench

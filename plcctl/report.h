@@ -1,0 +1,31 @@
+// How failures and texts from outside are shown to the person who typed the command.
+#ifndef PLCCTL_REPORT_H
+#define PLCCTL_REPORT_H
+
+#include "bench/failure.h"
+
+#include <string>
+
+namespace plcctl
+{
+
+/// What the program ends with after success; bench::exitStatus() has the others.
+constexpr int Success = 0;
+
+/// Prints the failure and its advice on standard error.
+///
+/// subject  what it happened to, such as a device; may be empty
+void report(const bench::Failure& failure, const std::string& subject = std::string());
+
+/// Prints one line on standard error, with the program's name before it.
+void note(const std::string& text);
+
+/// The text with control characters written as \r, \n or \x1F, so that a terminal shows them.
+std::string escaped(const std::string& text);
+
+/// "1 value", "2 values".
+std::string counted(std::size_t count, const std::string& thing);
+
+} // namespace plcctl
+
+#endif

@@ -1,0 +1,96 @@
+// plcctl tags: checks a tag file against a driver's areas and shows what is in it.
+#include "bench.h"
+#include "commands.h"
+#include "report.h"
+
+#include "bench/tags.h"
+
+#include <CLI/CLI.hpp>
+
+#include <fstream>
+#include <iterator>
+
+namespace plcctl
+{
+
+namespace
+{
+
+struct TagsOptions {
+    std::string file;
+    std::string driverFile;
+    Format format = Format::Table;
+};
+
+std::string contentOf(const std::string& name)
+{
+    std::ifstream file(name, std::ios::binary);
+    if (!file)
+        throw bench::Failure(bench::FailureKind::CannotOpen, "cannot read " + name);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string scaleText(const bench::Scale& scale)
+{
+    if (scale.isPlain())
+        return std::string();
+    return "x " + QString::number(scale.factor).toStdString() +
+           (scale.offset == 0 ? "" : " + " + QString::number(scale.offset).toStdString());
+}
+
+std::string limitsText(const bench::Point& tag)
+{
+    if (!tag.writable)
+        return "read only";
+    const auto text = [](const std::optional<double>& limit) {
+        return limit ? QString::number(*limit).toStdString() : std::string();
+    };
+    return tag.min || tag.max ? text(tag.min) + ".." + text(tag.max) : std::string();
+}
+
+Table tableOf(const std::vector<bench::Point>& tags)
+{
+    Table table{{"name", "device", "type", "scale", "unit", "write", "comment"}, {}};
+    for (const bench::Point& tag : tags)
+        table.rows.push_back({tag.name, tag.device.name, bench::nameOf(tag.device.type),
+                              scaleText(tag.scale), tag.unit, limitsText(tag), tag.comment});
+    return table;
+}
+
+/// All problems are told, each with its place.
+int checkTags(const TagsOptions& options)
+{
+    const bench::Driver driver(driverFile(options.driverFile));
+    const bench::TagFile file = bench::parseTags(contentOf(options.file), driver.devices());
+    for (const bench::TagProblem& problem : file.problems)
+        note(options.file + ": " + bench::textOf(problem));
+    printTable(tableOf(file.tags), options.format);
+    return file.problems.empty() ? Success : bench::exitStatus(bench::FailureKind::WrongUsage);
+}
+
+} // namespace
+
+void addTagsCommand(CLI::App& app, int& status)
+{
+    CLI::App* const command =
+        app.add_subcommand("tags", "Check a tag file against a driver and show its tags");
+    const auto options = std::make_shared<TagsOptions>();
+    command->add_option("FILE", options->file, "CSV table of tags")->required()->type_name("");
+    addDriverOption(*command, options->driverFile);
+    addFormatOption(*command, options->format);
+    command->footer(
+        R"(The first row names the columns: name and device, and where wanted type, factor, offset,
+unit, decimals, writable, min, max and comment. What a person reads is the controller's
+number times the factor, plus the offset.
+
+  name,device,type,factor,unit,min,max
+  boiler.temp,DM100,int,0.1,°C,,
+  boiler.setpoint,DM101,int,0.1,°C,5,80
+
+Examples:
+  plcctl tags plant.csv
+  plcctl read 'boiler.*' --tags plant.csv -p /dev/ttyUSB0)");
+    command->callback([options, &status] { status = checkTags(*options); });
+}
+
+} // namespace plcctl
