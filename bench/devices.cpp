@@ -218,10 +218,13 @@ bool isServed(const TypedDevice& device, Direction direction)
 
 Failure notServed(const TypedDevice& device, Direction direction)
 {
+    const std::string verb = direction == Direction::Read ? "read" : "written";
+    if (!device.isDescribed())
+        return wrongUsage(device.name + " can't be " + verb + " as " + nameOf(device.type),
+                          "The driver does not serve this type. Try another one.");
     const DeviceArea& area = *device.place.area;
     const std::string name = deviceText(device.place, device.place.digits);
     const auto types = servedTypes(area, direction);
-    const std::string verb = direction == Direction::Read ? "read" : "written";
     const std::string advice =
         types.empty()
             ? area.letters + " can't be " + verb + " at all."

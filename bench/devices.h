@@ -70,7 +70,7 @@ std::string rangeOf(const host::DeviceArea& area);
 /// where it serves the width of the area's devices. True where there are no areas.
 bool isServed(const TypedDevice& device, Direction direction);
 
-/// Why it does not, and what to type instead.
+/// That it does not, and what to type instead, as far as the areas tell.
 Failure notServed(const TypedDevice& device, Direction direction);
 
 /// That an area has no such letters, and which areas there are, those nearest to them first.
@@ -86,7 +86,7 @@ public:
 
     const host::DriverDescription& description() const { return m_description; }
 
-    /// A device with its type: the one behind its last colon, else the default, else the natural
+    /// A device with its type: the one after its last colon, else the default, else the natural
     /// one of its area. Throws a Failure (WrongUsage) for what is no device, does not exist, or can
     /// be neither read nor written in that type.
     TypedDevice parse(const std::string& text, std::optional<Type> defaultType = {}) const;

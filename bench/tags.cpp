@@ -118,7 +118,7 @@ private:
         int& index = m_columns[static_cast<std::size_t>(known - ColumnNames.begin())];
         if (index >= 0)
             m_file.problems.push_back(
-                {cell.place, std::string(), "the column '" + name + "' stands here twice"});
+                {cell.place, std::string(), "the column '" + name + "' appears twice"});
         index = cell.place.column - 1;
     }
 
@@ -162,7 +162,7 @@ private:
         else if (isDeviceText(name))
             problem(NameColumn, "'" + name + "' is also a device");
         else if (!m_names.insert(name).second)
-            problem(NameColumn, "'" + name + "' stands here twice");
+            problem(NameColumn, "'" + name + "' appears twice");
         return name;
     }
 
@@ -251,7 +251,7 @@ private:
         return static_cast<int>(std::clamp(*decimals, 0.0, double(MaxDecimals)));
     }
 
-    /// The number in a cell; nothing when it is empty, and a problem when it is none.
+    /// The number in a cell; nothing when it is empty, and a problem when it is not a number.
     std::optional<double> number(Column column)
     {
         std::string digits = text(column);

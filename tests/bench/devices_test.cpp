@@ -102,6 +102,8 @@ TEST(Devices, NeedTypesWhereThereAreNoAreas)
               "'2:X5' has no type. This driver does not describe its devices. Type 2:X5:uint, for "
               "example.");
     EXPECT_NE(tests::refusal([&] { devices.parseRun("X1..X5:uint"); }), "");
+    EXPECT_STREQ(notServed(devices.parse("X5:bool"), Direction::Write).what(),
+                 "X5 can't be written as bool");
 }
 
 } // namespace
