@@ -3,6 +3,7 @@
 
 #include <climits>
 #include <gtest/gtest.h>
+#include <string>
 
 TEST(DataConvert, ReadsValuesFromTheStartOfAnArray)
 {
@@ -54,27 +55,45 @@ TEST(DataConvert, SwapsElementsAndPadsToUnits)
     EXPECT_EQ(fromBigEndianULongArray(source, 1 << 29), QByteArray());
 }
 
-TEST(RequestData, SizesAndFits)
+namespace
+{
+
+/// Which of the classifiers say yes.
+std::string kindOf(const CommunicatorCommand& command)
+{
+    return std::string(isBitCommand(command) ? "bit " : "") +
+           (isByteCommand(command) ? "byte " : "") + (isWordCommand(command) ? "word " : "") +
+           (isDoubleWordCommand(command) ? "double " : "") +
+           (isBlockCommand(command) ? "block " : "");
+}
+
+} // namespace
+
+TEST(RequestData, ClassifiesSizesAndFits)
 {
     const struct {
         int dataType, length, dataBytes;
         const char* fitted; ///< what becomes of 01020304
+        const char* kind;
     } rows[] = {
-        {DataBit, 9, 2, "0102"},
-        {DataBit, 0, 0, ""},
-        {DataBitGroup, 8, 1, "01"},
-        {DataByte, 7, 7, "01020304000000"},
-        {DataWord, 3, 6, "010203040000"},
-        {DataWord, INT_MAX, 0, ""}, // beyond int
-        {DataDoubleWord, 1, 4, "01020304"},
-        {DataQuadWord, 1, 8, "0102030400000000"},
-        {7, 3, 0, ""},
+        {DataBit, 9, 2, "0102", "bit "},
+        {DataBit, 12, 2, "0102", "bit "},
+        {DataBit, 0, 0, "", "bit "},
+        {DataBitGroup, 8, 1, "01", ""},
+        {DataByte, 7, 7, "01020304000000", "byte "},
+        {DataBlock, 1, 1, "01", "block "},
+        {DataWord, 3, 6, "010203040000", "word "},
+        {DataWord, INT_MAX, 0, "", "word "}, // beyond int
+        {DataDoubleWord, 1, 4, "01020304", "double "},
+        {DataQuadWord, 1, 8, "0102030400000000", ""},
+        {7, 3, 0, "", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << "type " << row.dataType << ", length " << row.length);
         CommunicatorCommand command;
         command.dataType = row.dataType;
         command.length = row.length;
+        EXPECT_EQ(kindOf(command), row.kind);
         EXPECT_EQ(GetSafeDataLen(command), row.dataBytes);
         EXPECT_EQ(ToSafeData(command, bytes("01020304")), bytes(row.fitted));
     }

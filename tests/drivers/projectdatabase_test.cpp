@@ -1,6 +1,7 @@
 #include "drivers/tools.h"
 #include "support/bytes.h"
 
+#include <QCoreApplication>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QStringList>
@@ -132,6 +133,7 @@ TEST(HmiPort, NumbersPorts)
         {"COM1a", -1},
         {"", -1},
         {"COM\xD9\xA3", -1},
+        {"COM2147482648", 2147483647},
         {"COM2147482649", 999},
         {"COM4294967297", 999},
     };
@@ -150,4 +152,8 @@ TEST(ProjectPaths, LeaveOutWhatDoesNotExist)
                   directory.filePath(made) + "/database");
     }
     EXPECT_EQ(projectfiles::compilePath(program.path()), QDir(directory.filePath("compile")));
+
+    const QDir ownDirectory(QCoreApplication::applicationDirPath());
+    EXPECT_EQ(GetCompilePath(), ownDirectory);
+    EXPECT_EQ(GetDatabaseName(), ownDirectory.filePath("database"));
 }

@@ -27,9 +27,9 @@ TEST(TxPackage, EachAppendAddsOneSection)
     package.clearAll();
     EXPECT_EQ(package.totalSize(), 0);
     EXPECT_EQ(package.numberOfSections(), 0);
-    package.appendByte(0x01);
-    package.appendByte(0x02);
-    EXPECT_EQ(package.dataAt(1), bytes("02"));
+    package.appendWord(0x0102);
+    package.appendByte(0x03);
+    EXPECT_EQ(package.dataAt(1), bytes("03"));
 }
 
 TEST(TxPackage, LooksAtFrames)
