@@ -96,7 +96,10 @@ TEST(Outcome, OfMisuse)
         {"TooLargeForAWord", "write DM7 1 65536", 2, "", "-32768 to 65535"},
         {"NotABit", "write MR7 1 2 -t bit", 2, "", "'2' does not fit a bit: 0 or 1"},
         {"WordToACounterComparator", "write CTC1 5", 2, "", "can't write word to CTC1\n"},
-        {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: port \"nine\""},
+        {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: 'nine'"},
+        {"Ipv6WithoutBrackets", "simulate --tcp ::1:0", 2, "", "--tcp: '::1:0'"},
+        {"UnknownProtocol", "simulate --protocol can", 2, "", "{kv1000,modbusrtu}"},
+        {"UnknownMovement", "simulate --move DM0=saw/1s", 2, "", "--move: \"saw\""},
     });
 }
 
@@ -107,6 +110,9 @@ TEST(BuiltInController, IsTheOneThatTheDriverSpeaksToAndSaysSo)
     const Result modbus = plcctl("read HR7 --set HR7=5 --driver " MODBUS_DRIVER);
     EXPECT_EQ(modbus.out, "HR7  5\n");
     EXPECT_NE(modbus.err.find("controller (modbusrtu)"), std::string::npos);
+    const Result none = plcctl("read D5 --driver " MINIMAL_DRIVER);
+    EXPECT_EQ(none.status, 2);
+    EXPECT_NE(none.err.find("--port is needed"), std::string::npos) << none.err;
 }
 
 TEST(Info, TellsWhatTheDriverAnswers)
@@ -185,6 +191,20 @@ TEST(Watch, OutlivesFailuresAndTellsWhenTheyAreOver)
     EXPECT_NE(run.out.find("DM7  "), std::string::npos);
     EXPECT_EQ(run.err.find("packet loss"), run.err.rfind("packet loss")) << run.err;
     EXPECT_GT(run.err.find("DM7: answers again"), run.err.find("packet loss")) << run.err;
+}
+
+TEST(Simulate, SpeaksModbusAtAnIpv6AddressWithMovingValues)
+{
+    Background process("simulate --protocol modbusrtu --tcp [::1]:0 --set HR5=1 --move "
+                       "HR5=toggle:7..7/1s");
+    const std::string ready = process.nextLine();
+    const std::string prefix = "listening on ";
+    if (ready.empty())
+        GTEST_SKIP() << "it cannot listen on [::1]; is there no IPv6?";
+    ASSERT_EQ(ready.find(prefix + "tcp:[::1]:"), 0U) << ready;
+    const Result run =
+        plcctl("read HR5 --driver " MODBUS_DRIVER " -p " + ready.substr(prefix.size()));
+    EXPECT_EQ(run.out, "HR5  7\n") << run.err;
 }
 
 TEST(Simulate, EndsCleanlyAndTakesItsLinkAway)
