@@ -133,7 +133,8 @@ bool Server::openPty(const std::string& link, std::string& why)
 
 bool Server::listenTcp(const std::string& address, uint16_t port, std::string& why)
 {
-    const std::string where = address + ":" + std::to_string(port);
+    const bool isIpv6 = address.find(':') != std::string::npos;
+    const std::string where = (isIpv6 ? "[" + address + "]" : address) + ":" + std::to_string(port);
     std::string reason;
     const AddressList addresses = resolve(address, port, reason);
     if (!addresses) {

@@ -14,7 +14,7 @@
 namespace simulator::kv1000
 {
 
-/// How the number behind an area's letters counts its devices.
+/// How the number after an area's letters counts its devices.
 enum class Numbering {
     Decimal,     ///< 0, 1, 2, ...
     Channels,    ///< channel * 100 + bit, bits 00 to 15: ..., 114, 115, 200, ...
