@@ -17,6 +17,8 @@ std::string quoted(const QByteArray& bytes)
             text += "\\n";
         else if (c == '\0')
             text += "\\0";
+        else if (c == '"' || c == '\\')
+            text += std::string("\\") + c;
         else
             text += c >= ' ' && c <= '~' ? std::string(1, c) : hex;
     }
@@ -43,9 +45,12 @@ QByteArray unquoted(const std::string& text)
         case '0':
             bytes.append('\0');
             break;
-        default:
+        case 'x':
             bytes.append(static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16)));
             i += 2;
+            break;
+        default:
+            bytes.append(text[i]);
         }
     }
     return bytes;
@@ -58,7 +63,7 @@ int ScriptedPort::read(char* buffer, int maxLength)
         return 0;
     const QByteArray bytes = unquoted(answer).left(maxLength);
     std::memcpy(buffer, bytes.constData(), static_cast<size_t>(bytes.size()));
-    const size_t as = answer.rfind(" as ");
+    const size_t as = answer.find(" as ", answer.rfind('"'));
     return as == std::string::npos ? bytes.size() : std::stoi(answer.substr(as + 4));
 }
 

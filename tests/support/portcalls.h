@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-/// "CC\r\n" in quotes, with unprintable bytes escaped; and back.
+/// "CC\r\n" in quotes, with unprintable bytes, quotes and backslashes escaped; and back. unquoted
+/// throws std::invalid_argument for a \x without digits.
 std::string quoted(const QByteArray& bytes);
 QByteArray unquoted(const std::string& text);
 

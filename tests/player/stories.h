@@ -1,0 +1,34 @@
+// Story files: what a driver does with its port, told as text. What they look like is told by
+// StoriesHelp, which paneldriver-play prints.
+#ifndef TESTS_PLAYER_STORIES_H
+#define TESTS_PLAYER_STORIES_H
+
+#include <istream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+extern const char* const StoriesHelp;
+
+struct Story {
+    std::string name;
+    int line = 0; ///< of the name in its file
+    std::string request;
+    std::vector<std::string> calls; ///< as ScriptedPort has them
+    std::string outcome;            ///< begins with '=' or '!'
+};
+
+/// Says line and reason.
+class BadStory : public std::runtime_error
+{
+public:
+    BadStory(int line, const std::string& reason)
+        : std::runtime_error("line " + std::to_string(line) + ": " + reason)
+    {
+    }
+};
+
+/// Reads all stories, with their shorthands written out. Throws BadStory.
+std::vector<Story> readStories(std::istream& file);
+
+#endif
