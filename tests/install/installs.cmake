@@ -1,5 +1,5 @@
-# Installs a built tree and lays the example's source beside it, both anew.
+# Installs a built tree and lays the sources of the examples beside it, both anew.
 file(REMOVE_RECURSE ${prefix} ${outside})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${build} --prefix ${prefix}
     COMMAND_ERROR_IS_FATAL ANY)
-file(COPY ${example}/ DESTINATION ${outside}/source)
+file(COPY ${examples}/ DESTINATION ${outside})

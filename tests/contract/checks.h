@@ -1,0 +1,12 @@
+// What a panel's runtime expects of any driver, asked of a plug-in file through the loader alone.
+#ifndef TESTS_CONTRACT_CHECKS_H
+#define TESTS_CONTRACT_CHECKS_H
+
+#include "contract/subject.h"
+
+class Report;
+
+/// Loads the plug-in, runs all checks on it and reports each.
+void runChecks(const Choice& choice, Report& report);
+
+#endif

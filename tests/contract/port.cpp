@@ -1,0 +1,52 @@
+#include "contract/port.h"
+
+#include "drivers/portoptions.h"
+
+#include <QVariant>
+
+#include <algorithm>
+
+NotingPort::NotingPort(Reply reply, int retries)
+    : m_reply(std::move(reply))
+    , m_retries(retries)
+{
+}
+
+int NotingPort::read(char* buffer, int maxLength)
+{
+    note("read");
+    m_isUntouched = false;
+    std::fill_n(buffer, std::max(0, maxLength), '\0');
+    return m_reply(buffer, maxLength);
+}
+
+int NotingPort::write(const char*, int length)
+{
+    note("write");
+    m_isUntouched = false;
+    return length;
+}
+
+void NotingPort::setOption(int option, const QVariant& value)
+{
+    note(option == DiscardUnreadInput && value == QVariant(0) ? "discard" : "option");
+}
+
+int NotingPort::delay()
+{
+    m_attempts.emplace_back();
+    return 0;
+}
+
+void NotingPort::note(const char* call)
+{
+    if (m_attempts.empty())
+        m_attempts.emplace_back("no pause");
+    std::string& calls = m_attempts.back();
+    calls += (calls.empty() ? "" : " ") + std::string(call);
+}
+
+int silence(char*, int)
+{
+    return 0;
+}

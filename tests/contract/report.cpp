@@ -1,0 +1,97 @@
+#include "contract/report.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr unsigned PatienceSeconds = 60;
+constexpr int FailedStatus = 1;
+const std::string Indent(11, ' ');
+
+// For the signal handler, which can't be told otherwise.
+std::string checkName, checkPlace;
+
+void tell(const std::string& text)
+{
+    if (::write(STDOUT_FILENO, text.data(), text.size()) < 0)
+        std::_Exit(FailedStatus);
+}
+
+void tellAndEnd(int signal)
+{
+    tell("FAILED   " + checkName + "\n" + Indent + checkPlace + "\n" + Indent);
+    if (signal == SIGALRM) {
+        tell("the driver did not return within a minute\n");
+        std::_Exit(FailedStatus);
+    }
+    // The handler is gone by now, so the signal ends the program as it always would.
+    tell("the driver crashed: " + std::string(strsignal(signal)) + "\n");
+}
+
+} // namespace
+
+Report::Report()
+{
+    struct sigaction action = {};
+    action.sa_handler = tellAndEnd;
+    action.sa_flags = SA_RESETHAND;
+    for (int signal : {SIGALRM, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
+        ::sigaction(signal, &action, nullptr);
+}
+
+void Report::begin(const std::string& name)
+{
+    checkName = name;
+    m_failures = 0;
+    m_notes.clear();
+    at("");
+}
+
+void Report::at(const std::string& place)
+{
+    m_place = checkPlace = place;
+    ::alarm(PatienceSeconds);
+}
+
+bool Report::expect(bool good, const std::string& expected, const std::string& got)
+{
+    if (good)
+        return true;
+    if (++m_failures == 1)
+        m_first = (m_place.empty() ? "" : Indent + m_place + "\n") + Indent +
+                  "expected: " + expected + "\n" + Indent + "got:      " + got + "\n";
+    return false;
+}
+
+void Report::end()
+{
+    ::alarm(0);
+    if (m_failures == 0) {
+        ++m_passedChecks;
+        std::printf("passed   %s\n", checkName.c_str());
+    } else {
+        ++m_failedChecks;
+        std::printf("FAILED   %s\n%s", checkName.c_str(), m_first.c_str());
+        if (m_failures > 1)
+            std::printf("%sand %d more of this kind\n", Indent.c_str(), m_failures - 1);
+    }
+    std::printf("%s", m_notes.c_str());
+    std::fflush(stdout);
+}
+
+void Report::note(const std::string& text)
+{
+    m_notes += Indent + text + "\n";
+}
+
+bool Report::summarize() const
+{
+    std::printf("checks passed: %d; failed: %d\n", m_passedChecks, m_failedChecks);
+    return m_failedChecks == 0;
+}

@@ -1,0 +1,55 @@
+// What is asked of a driver: which of its devices, in which widths and directions.
+#ifndef TESTS_CONTRACT_SUBJECT_H
+#define TESTS_CONTRACT_SUBJECT_H
+
+#include "drivers/communicatorcommand.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+enum class Direction { Read, Write };
+
+/// Whether the driver's author says that a request is served.
+enum class Declared { No, Yes, Unknown };
+
+struct Width {
+    const char* name;
+    DriverDataType dataType;
+    int bits;
+    int dataBytes;        ///< of one unit, in the driver's data
+    const char* declared; ///< the width by which descriptions tell of it
+
+    bool isBits() const { return bits == 1; }
+};
+
+extern const Width Widths[7];
+
+struct Request {
+    Direction direction;
+    const Width* width;
+    QString device;
+    qint64 room; ///< how many units there are from the device on, at least 1
+    Declared declared;
+
+    std::string kind() const; ///< "read word"
+    std::string name() const; ///< "read word D0"
+};
+
+/// As typed by the user; what is missing is taken from the driver's description.
+struct Choice {
+    QString file;
+    QString wordDevice;
+    QString bitDevice;
+    std::optional<QStringList> read; ///< names of widths that are served
+    std::optional<QStringList> write;
+};
+
+/// All requests for the chosen devices, or for the first device of each area of the description.
+/// Empty when there are neither.
+std::vector<Request> requestsFor(const Choice& choice);
+
+#endif
