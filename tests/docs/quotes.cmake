@@ -1,13 +1,14 @@
-# Looks for every quote of the guide, a block fenced as cpp or cmake, in the files of the examples.
+# Looks for every quote of the guide, a block fenced as cpp, cmake, json or text, in the files of the examples.
 cmake_minimum_required(VERSION 3.16)
 
 file(READ ${guide} rest)
 set(sources "")
-foreach(name minimal/minimal.cpp minimal/CMakeLists.txt modbus-rtu/modbusrtu.cpp)
+foreach(name minimal/minimal.cpp minimal/minimal.json minimal/stories.txt minimal/CMakeLists.txt
+        modbus-rtu/modbusrtu.cpp)
     file(READ ${examples}/${name} source)
     string(APPEND sources "${source}\n")
 endforeach()
-string(REGEX REPLACE "```(cpp|cmake)\n" "<quote>" rest "${rest}")
+string(REGEX REPLACE "```(cpp|cmake|json|text)\n" "<quote>" rest "${rest}")
 
 set(quotes 0)
 while(TRUE)
