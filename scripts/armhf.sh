@@ -1,20 +1,19 @@
 # Sourced by ./test --arm: what it takes to build for 32-bit ARM and to run the result here.
 # All of it stays in build/armhf; this machine gets a cross compiler and an emulator only.
-# shellcheck shell=bash disable=SC2154 # LibraryPackages comes from setup.sh
+# shellcheck shell=bash disable=SC2154 # ArmTools comes from setup.sh
 
 ArmhfHome=$PWD/build/armhf
 ArmhfRoot=$ArmhfHome/root
 
 # Everything that preset arm and its tests need; downloads only what an earlier run has not.
 prepare_armhf() {
-    install_packages crossbuild-essential-armhf qemu-user-static
+    install_packages "${BuildTools[@]}" "${BuildLibraries[@]}" "${ArmTools[@]}"
     local stamp=$ArmhfRoot/packages
-    if [[ ! -f $stamp || $(<"$stamp") != "${LibraryPackages[*]}" ]]; then
+    if [[ ! -f $stamp || $(<"$stamp") != "${ArmLibraries[*]}" ]]; then
         download_armhf_packages
         unpack_armhf_packages
-        echo "${LibraryPackages[*]}" >"$stamp"
+        echo "${ArmLibraries[*]}" >"$stamp"
     fi
-    build_preload_library
 }
 
 # apt as if for an ARM machine with nothing installed, with folders of its own.
@@ -47,7 +46,7 @@ END
     quietly build/log/armhf-update.log armhf_apt update
     quietly build/log/armhf-clean.log armhf_apt autoclean
     quietly build/log/armhf-download.log \
-        armhf_apt install -y --download-only "${LibraryPackages[@]}"
+        armhf_apt install -y --download-only "${ArmLibraries[@]}"
 }
 
 unpack_armhf_packages() {
@@ -87,10 +86,4 @@ use_qt_tools_of_this_machine() {
     local tools=usr/lib/qt5/bin
     rm -rf "${ArmhfRoot:?}/$tools"
     ln -s "/$tools" "$ArmhfRoot/$tools"
-}
-
-build_preload_library() {
-    quietly build/log/armhf-preload.log arm-linux-gnueabihf-gcc -O2 -Wall -Wextra -Werror \
-        -shared -fPIC scripts/armhf_preload.c \
-        -o "$ArmhfRoot/usr/lib/arm-linux-gnueabihf/libarmhf_preload.so"
 }
