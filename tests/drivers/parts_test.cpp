@@ -1,5 +1,5 @@
 // The parts that drivers are made of, and BasicDriver that puts them together.
-#include "support/portcalls.h"
+#include "conformance/scriptedport.h"
 
 #include "drivers/basicdriver.h"
 #include "drivers/driversetting.h"

@@ -1,6 +1,6 @@
 // What a runtime built elsewhere relies on: the order of the tables of virtual operations, the
 // names by which the driver casts, and its answers about itself.
-#include "support/portcalls.h"
+#include "conformance/scriptedport.h"
 
 #include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"

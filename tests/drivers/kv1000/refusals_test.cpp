@@ -1,6 +1,6 @@
 // The stories of transcripts.txt, with each of their replies replaced by a refusal.
-#include "player/play.h"
-#include "support/portcalls.h"
+#include "conformance/play.h"
+#include "conformance/scriptedport.h"
 
 #include "drivers/driverinterface.h"
 

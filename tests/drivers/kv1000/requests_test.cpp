@@ -1,6 +1,6 @@
 // Which command each device text becomes, what is refused before anything is sent, and how requests
 // that are too large for one command are cut.
-#include "support/portcalls.h"
+#include "conformance/scriptedport.h"
 
 #include "drivers/communicatorcommand.h"
 #include "drivers/driverinterface.h"

@@ -1,6 +1,6 @@
 // The programs for driver authors as they are used: what they say of a driver with one fault, and
 // of wrong usage.
-#include "player/stories.h"
+#include "conformance/stories.h"
 
 #include <QProcess>
 

@@ -1,7 +1,7 @@
-#include "contract/checks.h"
+#include "conformance/checks.h"
 
-#include "contract/port.h"
-#include "contract/report.h"
+#include "conformance/port.h"
+#include "conformance/report.h"
 
 #include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"

@@ -1,5 +1,5 @@
 // paneldriver-play: plays story files against any driver plug-in.
-#include "player/play.h"
+#include "conformance/play.h"
 
 #include "host/driverplugin.h"
 

@@ -1,7 +1,7 @@
 // Story files: what a driver does with its port, told as text. What they look like is told by
 // StoriesHelp, which paneldriver-play prints.
-#ifndef TESTS_PLAYER_STORIES_H
-#define TESTS_PLAYER_STORIES_H
+#ifndef CONFORMANCE_STORIES_H
+#define CONFORMANCE_STORIES_H
 
 #include <istream>
 #include <stdexcept>

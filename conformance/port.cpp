@@ -1,4 +1,4 @@
-#include "contract/port.h"
+#include "conformance/port.h"
 
 #include "drivers/portoptions.h"
 

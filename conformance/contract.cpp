@@ -1,6 +1,6 @@
 // paneldriver-contract: asks of a driver plug-in what every driver has to do.
-#include "contract/checks.h"
-#include "contract/report.h"
+#include "conformance/checks.h"
+#include "conformance/report.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,6 +1,6 @@
 // What is asked of a driver: which of its devices, in which widths and directions.
-#ifndef TESTS_CONTRACT_SUBJECT_H
-#define TESTS_CONTRACT_SUBJECT_H
+#ifndef CONFORMANCE_SUBJECT_H
+#define CONFORMANCE_SUBJECT_H
 
 #include "drivers/communicatorcommand.h"
 

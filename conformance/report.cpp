@@ -1,4 +1,4 @@
-#include "contract/report.h"
+#include "conformance/report.h"
 
 #include <csignal>
 #include <cstdio>

@@ -1,7 +1,7 @@
-#include "player/stories.h"
+#include "conformance/stories.h"
 
-#include "player/play.h"
-#include "support/portcalls.h"
+#include "conformance/play.h"
+#include "conformance/scriptedport.h"
 
 #include <QRegularExpression>
 #include <QStringList>

@@ -1,6 +1,6 @@
 // What is told of the checks: a line each, and of a failed one its first failure.
-#ifndef TESTS_CONTRACT_REPORT_H
-#define TESTS_CONTRACT_REPORT_H
+#ifndef CONFORMANCE_REPORT_H
+#define CONFORMANCE_REPORT_H
 
 #include <string>
 

@@ -1,8 +1,8 @@
 // Plays stories against a driver, as they are and with replies gone wrong.
-#ifndef TESTS_PLAYER_PLAY_H
-#define TESTS_PLAYER_PLAY_H
+#ifndef CONFORMANCE_PLAY_H
+#define CONFORMANCE_PLAY_H
 
-#include "player/stories.h"
+#include "conformance/stories.h"
 
 class AbstractDeviceInterface;
 class DriverInterface;

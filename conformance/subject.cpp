@@ -1,4 +1,4 @@
-#include "contract/subject.h"
+#include "conformance/subject.h"
 
 #include <QFileInfo>
 #include <QJsonArray>

@@ -1,6 +1,6 @@
 // A port with no line, which notes how a driver uses it.
-#ifndef TESTS_CONTRACT_PORT_H
-#define TESTS_CONTRACT_PORT_H
+#ifndef CONFORMANCE_PORT_H
+#define CONFORMANCE_PORT_H
 
 #include "drivers/abstractdeviceinterface.h"
 

@@ -1,5 +1,6 @@
 // Port calls as lines of text, and a port that follows a script of them. It knows no protocol.
-#pragma once
+#ifndef CONFORMANCE_SCRIPTEDPORT_H
+#define CONFORMANCE_SCRIPTEDPORT_H
 
 #include "drivers/abstractdeviceinterface.h"
 
@@ -39,3 +40,5 @@ private:
     std::vector<std::string> m_script;
     std::vector<std::string> m_calls;
 };
+
+#endif

@@ -1,8 +1,8 @@
 // What a panel's runtime expects of any driver, asked of a plug-in file through the loader alone.
-#ifndef TESTS_CONTRACT_CHECKS_H
-#define TESTS_CONTRACT_CHECKS_H
+#ifndef CONFORMANCE_CHECKS_H
+#define CONFORMANCE_CHECKS_H
 
-#include "contract/subject.h"
+#include "conformance/subject.h"
 
 class Report;
 

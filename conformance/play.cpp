@@ -1,6 +1,6 @@
-#include "player/play.h"
+#include "conformance/play.h"
 
-#include "support/portcalls.h"
+#include "conformance/scriptedport.h"
 
 #include "drivers/communicatorcommand.h"
 #include "drivers/driverinterface.h"

@@ -1,5 +1,5 @@
 // Port calls as lines of text, and a port that follows a script of them.
-#include "support/portcalls.h"
+#include "conformance/scriptedport.h"
 
 #include <algorithm>
 #include <cstdio>
