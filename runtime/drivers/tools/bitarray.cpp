@@ -92,6 +92,20 @@ void mergeBits(Byte* byte, int bits, int mask)
     *byte = static_cast<Byte>((*byte & ~mask) | (bits & mask));
 }
 
+/// Makes `size` bytes of the bits that begin `down` bits, 1 to 8, above the start of `from`, which
+/// holds one byte more. `to` may be `from`.
+void copyShifted(Byte* to, const Byte* from, int down, int size)
+{
+    int i = 0;
+    for (; i + 4 <= size; i += 4) {
+        const quint32 lower = qFromLittleEndian<quint32>(from + i) >> down;
+        const quint32 upper = static_cast<quint32>(from[i + 4]) << (32 - down);
+        qToLittleEndian(lower | upper, to + i);
+    }
+    for (; i < size; ++i)
+        to[i] = static_cast<Byte>(from[i] >> down | from[i + 1] << (BitsPerByte - down));
+}
+
 /// Copies `count` bits, 1 or more, from bit 0 of `from` to bit `start` of `to`. Within one array
 /// they must not reach `start`.
 void copyRun(Byte* to, const Byte* from, int start, int count)
@@ -108,8 +122,7 @@ void copyRun(Byte* to, const Byte* from, int start, int count)
         return;
     }
     mergeBits(target, from[0] << up, firstMask);
-    for (int i = 1; i < last; ++i)
-        target[i] = static_cast<Byte>(from[i] << up | from[i - 1] >> down);
+    copyShifted(target + 1, from, down, last - 1);
     // The source may end one byte before the target does.
     const int top = last < bytesFor(count) ? from[last] << up : 0;
     mergeBits(target + last, top | from[last - 1] >> down, lastMask);
@@ -138,8 +151,7 @@ void expandFour(Byte* to, unsigned fourBits)
 /// Shifts `size` bytes, 1 or more, towards bit 0 by 1 to 7 bits.
 void shiftBytes(Byte* bytes, int size, int bits)
 {
-    for (int i = 1; i < size; ++i)
-        bytes[i - 1] = static_cast<Byte>(bytes[i - 1] >> bits | bytes[i] << (BitsPerByte - bits));
+    copyShifted(bytes, bytes, bits, size - 1);
     bytes[size - 1] = static_cast<Byte>(bytes[size - 1] >> bits);
 }
 

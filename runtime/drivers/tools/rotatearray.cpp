@@ -7,7 +7,7 @@ namespace
 {
 
 /// A block of so many bytes or less waits here while the other one moves in one go.
-const int SetAsideBytes = 64;
+const int SetAsideBytes = 256;
 
 void rotateBytes(char* a, int m, int k)
 {
