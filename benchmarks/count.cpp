@@ -220,6 +220,13 @@ const std::vector<Case>& cases()
                  use(crc);
              });
          }},
+        {"DataPack of five fields", nullptr, 1, 1, None, None, 0,
+         [](int) {
+             return Work([] {
+                 unsigned char frame[10];
+                 use(DataPack(frame, "CCnvN", 1, 3, 0x1234, 0x5678, 0x01020304));
+             });
+         }},
         {"dumpByteArray", "byte", 16, 1024, None, None, None,
          [](int n) {
              return onBlock(n, [](const QByteArray& data) { use(dumpByteArray(data)); });

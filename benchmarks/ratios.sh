@@ -29,10 +29,10 @@ Benchmark=${1:-$(dirname "$(readlink -f "$0")")/../build/release/bin/kit_benchma
                 for (i = 1; i <= count[kit]; i++)
                     for (j = 1; j <= count[other]; j++) {
                         ratio = time[kit, i] / time[other, j]
+                        verdict = sprintf("%.2f × its time", ratio)
+                        if (ratio < 1) verdict = sprintf("%.1f × faster", 1 / ratio)
                         printf "| %s, %s | %.0f %s | %s %.0f %s | %s |\n", order[g], names[kit, i],
-                               time[kit, i], unit, names[other, j], time[other, j], unit,
-                               (ratio < 1 ? sprintf("%.1f × faster", 1 / ratio)
-                                          : sprintf("%.2f × its time", ratio))
+                               time[kit, i], unit, names[other, j], time[other, j], unit, verdict
                     }
             }
         }'
