@@ -176,7 +176,7 @@ std::string hexText(std::uint64_t pattern, int digits)
 
 std::string shownString(const std::string& bytes)
 {
-    const std::string text(bytes.c_str());
+    const std::string text = bytes.substr(0, bytes.find('\0'));
     const bool keepsHighBytes = isUtf8(text);
     std::string shown;
     for (const char c : text) {

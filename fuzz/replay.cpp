@@ -1,5 +1,6 @@
 // Stands in for libFuzzer where a target only replays inputs, with any compiler:
 //   fuzz_TARGET FILE-OR-DIRECTORY...
+// Then come some thousand inputs of random bytes, the same every time.
 #include "input.h"
 
 #include <QCoreApplication>
@@ -7,8 +8,12 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <random>
+
 namespace
 {
+
+const int RandomInputs = 1500;
 
 /// The files of a directory in the order of their names, or the file itself.
 QStringList filesOf(const QString& place)
@@ -33,6 +38,17 @@ void replay(const QString& path)
                            static_cast<size_t>(input.size()));
 }
 
+void playRandomInputs()
+{
+    std::mt19937 random(1);
+    for (int i = 0; i < RandomInputs; ++i) {
+        uint8_t bytes[512];
+        const size_t size = random() % (i % 2 ? 32 : sizeof bytes);
+        std::generate_n(bytes, size, [&] { return static_cast<uint8_t>(random()); });
+        LLVMFuzzerTestOneInput(bytes, size);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -42,6 +58,7 @@ int main(int argc, char** argv)
         files += filesOf(QString::fromLocal8Bit(argv[i]));
     for (const QString& path : files)
         replay(path);
-    std::printf("%d inputs replayed\n", files.size());
+    playRandomInputs();
+    std::printf("%d inputs replayed, %d random ones played\n", files.size(), RandomInputs);
     return files.isEmpty() ? EXIT_FAILURE : EXIT_SUCCESS;
 }

@@ -19,9 +19,11 @@ std::optional<HostAndPort> bracketed(const QString& text)
 {
     const int end = text.indexOf(QLatin1Char(']'));
     const QString rest = text.mid(end + 1);
-    if (end < 0 || !(rest.isEmpty() || rest.startsWith(QLatin1Char(':'))))
+    const QString host = text.mid(1, end - 1);
+    if (end < 0 || host.contains(QLatin1Char('[')) ||
+        !(rest.isEmpty() || rest.startsWith(QLatin1Char(':'))))
         return std::nullopt;
-    return HostAndPort{text.mid(1, end - 1), rest.isEmpty() ? QString() : rest.mid(1)};
+    return HostAndPort{host, rest.isEmpty() ? QString() : rest.mid(1)};
 }
 
 std::optional<HostAndPort> hostAndPort(const QString& text)

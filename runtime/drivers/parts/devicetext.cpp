@@ -20,13 +20,15 @@ bool isLetter(char c)
 /// The number that the whole text is; -1 for a text of anything but digits.
 qint64 plainNumber(const char* text, int length)
 {
+    if (length > MaxDigits)
+        return -1;
     qint64 number = 0;
     for (int i = 0; i < length; ++i) {
         if (text[i] < '0' || text[i] > '9')
             return -1;
         number = number * 10 + (text[i] - '0');
     }
-    return length <= MaxDigits ? number : -1;
+    return number;
 }
 
 } // namespace
