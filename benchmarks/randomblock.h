@@ -1,5 +1,4 @@
 // The bytes that every benchmark works on.
-// It knows nothing of what is measured.
 #ifndef BENCHMARKS_RANDOMBLOCK_H
 #define BENCHMARKS_RANDOMBLOCK_H
 

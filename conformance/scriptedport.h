@@ -1,4 +1,4 @@
-// Port calls as lines of text, and a port that follows a script of them. It knows no protocol.
+// Port calls as lines of text, and a port that follows a script of them.
 #ifndef CONFORMANCE_SCRIPTEDPORT_H
 #define CONFORMANCE_SCRIPTEDPORT_H
 

@@ -16,101 +16,101 @@ constexpr TimeMs BitsPerByte = 11;
 
 Channel::Channel(std::string name, Controller& controller, FaultPlan& faults, const TrafficLog& log,
                  uint32_t baud)
-    : name_(std::move(name))
-    , controller_(controller)
-    , session_(controller.newSession())
-    , faults_(faults)
-    , log_(log)
-    , baud_(baud)
+    : m_name(std::move(name))
+    , m_controller(controller)
+    , m_session(controller.newSession())
+    , m_faults(faults)
+    , m_log(log)
+    , m_baud(baud)
 {
 }
 
 void Channel::receive(std::string_view bytes, TimeMs now)
 {
-    if (now - lastReceived_ > session_->longestPauseMs())
-        received_.clear();
-    received_ += bytes;
-    lastReceived_ = now;
+    if (now - m_lastReceived > m_session->longestPauseMs())
+        m_received.clear();
+    m_received += bytes;
+    m_lastReceived = now;
     if (idle())
         carryOutRequests(now);
 }
 
 void Channel::carryOutRequests(TimeMs now)
 {
-    controller_.memory().advanceTo(now);
+    m_controller.memory().advanceTo(now);
     while (idle()) {
-        const size_t sizeBefore = received_.size();
-        const std::optional<std::string> request = session_->takeRequest(received_);
+        const size_t sizeBefore = m_received.size();
+        const std::optional<std::string> request = m_session->takeRequest(m_received);
         if (!request)
             return;
         carryOut(*request);
         if (!idle())
-            beginPiece(now + transferMs(sizeBefore - received_.size()));
+            beginPiece(now + transferMs(sizeBefore - m_received.size()));
     }
 }
 
 void Channel::carryOut(const std::string& request)
 {
-    const Fault fault = faults_.next(session_->commandName(request));
+    const Fault fault = m_faults.next(m_session->commandName(request));
     const std::string reply = fault.kind == FaultKind::Error
-                                  ? session_->errorReply(request, fault.value.value_or(0))
-                                  : session_->answer(request);
+                                  ? m_session->errorReply(request, fault.value.value_or(0))
+                                  : m_session->answer(request);
     for (Piece& piece : piecesOf(reply, fault))
-        pieces_.push_back(std::move(piece));
-    if (log_)
+        m_pieces.push_back(std::move(piece));
+    if (m_log)
         report(request, fault);
 }
 
 void Channel::beginPiece(TimeMs now)
 {
-    pieceStart_ = now + pieces_.front().delayMs;
-    pieceSent_ = 0;
+    m_pieceStart = now + m_pieces.front().delayMs;
+    m_pieceSent = 0;
 }
 
 /// How long the line takes for so many bytes, rounded up.
 TimeMs Channel::transferMs(size_t byteCount) const
 {
-    if (baud_ == Unpaced)
+    if (m_baud == Unpaced)
         return 0;
-    return (static_cast<TimeMs>(byteCount) * BitsPerByte * 1000 + baud_ - 1) / baud_;
+    return (static_cast<TimeMs>(byteCount) * BitsPerByte * 1000 + m_baud - 1) / m_baud;
 }
 
 void Channel::report(const std::string& request, const Fault& fault) const
 {
     std::string bytes;
-    for (const Piece& piece : pieces_)
+    for (const Piece& piece : m_pieces)
         bytes += piece.bytes;
     const std::string remark = describe(fault);
-    log_(name_ + " > " + printable(request));
-    log_(name_ + " < " + printable(bytes) + (remark.empty() ? "" : "  (" + remark + ")"));
+    m_log(m_name + " > " + printable(request));
+    m_log(m_name + " < " + printable(bytes) + (remark.empty() ? "" : "  (" + remark + ")"));
 }
 
 std::optional<TimeMs> Channel::nextDue() const
 {
     if (idle())
         return std::nullopt;
-    return pieceStart_ + transferMs(pieceSent_ + 1);
+    return m_pieceStart + transferMs(m_pieceSent + 1);
 }
 
 std::string_view Channel::due(TimeMs now) const
 {
     if (idle() || now < *nextDue())
         return std::string_view();
-    const std::string_view bytes = pieces_.front().bytes;
-    if (baud_ == Unpaced)
+    const std::string_view bytes = m_pieces.front().bytes;
+    if (m_baud == Unpaced)
         return bytes;
-    const TimeMs arrived = (now - pieceStart_) * baud_ / (BitsPerByte * 1000);
-    return bytes.substr(0, static_cast<size_t>(arrived) - pieceSent_);
+    const TimeMs arrived = (now - m_pieceStart) * m_baud / (BitsPerByte * 1000);
+    return bytes.substr(0, static_cast<size_t>(arrived) - m_pieceSent);
 }
 
 void Channel::sent(size_t count, TimeMs now)
 {
-    std::string& bytes = pieces_.front().bytes;
+    std::string& bytes = m_pieces.front().bytes;
     bytes.erase(0, count);
-    pieceSent_ += count;
+    m_pieceSent += count;
     if (!bytes.empty())
         return;
-    pieces_.pop_front();
+    m_pieces.pop_front();
     if (idle())
         carryOutRequests(now);
     else

@@ -42,7 +42,7 @@ public:
     void receive(std::string_view bytes, TimeMs now);
 
     /// True when no reply is under way.
-    bool idle() const { return pieces_.empty(); }
+    bool idle() const { return m_pieces.empty(); }
 
     /// When the next bytes are due; nothing while idle.
     std::optional<TimeMs> nextDue() const;
@@ -60,17 +60,17 @@ private:
     TimeMs transferMs(size_t byteCount) const;
     void report(const std::string& request, const Fault& fault) const;
 
-    std::string name_;
-    Controller& controller_;
-    std::unique_ptr<Session> session_;
-    FaultPlan& faults_;
-    const TrafficLog& log_;
-    uint32_t baud_;
-    std::string received_;     ///< what has not been carried out yet
-    TimeMs lastReceived_ = 0;  ///< when its last byte came
-    std::deque<Piece> pieces_; ///< what is left of the reply under way
-    TimeMs pieceStart_ = 0;    ///< when the first piece begins to be sent
-    size_t pieceSent_ = 0;     ///< bytes of it that were sent, and are no longer in it
+    std::string m_name;
+    Controller& m_controller;
+    std::unique_ptr<Session> m_session;
+    FaultPlan& m_faults;
+    const TrafficLog& m_log;
+    uint32_t m_baud;
+    std::string m_received;     ///< what has not been carried out yet
+    TimeMs m_lastReceived = 0;  ///< when its last byte came
+    std::deque<Piece> m_pieces; ///< what is left of the reply under way
+    TimeMs m_pieceStart = 0;    ///< when the first piece begins to be sent
+    size_t m_pieceSent = 0;     ///< bytes of it that were sent, and are no longer in it
 };
 
 /// Bytes as text that can be printed: "\r", "\n", and "\x00" for what cannot be printed.
@@ -78,4 +78,4 @@ std::string printable(std::string_view bytes);
 
 } // namespace simulator
 
-#endif // SIMULATOR_CHANNEL_H
+#endif

@@ -60,7 +60,7 @@ bool Controller::preset(std::string_view text, std::string& why)
         why = quoted(text) + " goes beyond " + target.lastName;
         return false;
     }
-    memory_.write(target.place, *values);
+    m_memory.write(target.place, *values);
     return true;
 }
 
@@ -73,7 +73,7 @@ bool Controller::move(std::string_view text, std::string& why)
     const auto motion = parseMotion(assignment->right, target.largestValue, why);
     if (!motion)
         return false;
-    memory_.move(target.place, *motion);
+    m_memory.move(target.place, *motion);
     return true;
 }
 
@@ -91,7 +91,7 @@ std::optional<uint32_t> Controller::look(std::string_view device) const
     const auto target = find(device);
     if (!target)
         return std::nullopt;
-    return memory_.read(target->place, 1).front();
+    return m_memory.read(target->place, 1).front();
 }
 
 } // namespace simulator

@@ -68,7 +68,7 @@ public:
     /// The value that preset() sets for this name, or nothing when there is no such device.
     std::optional<uint32_t> look(std::string_view device) const;
 
-    Memory& memory() { return memory_; }
+    Memory& memory() { return m_memory; }
 
 protected:
     /// What a device name stands for.
@@ -88,7 +88,7 @@ protected:
     virtual std::optional<NamedPlace> find(std::string_view device) const = 0;
     virtual const Demo& demo() const = 0;
 
-    Memory memory_;
+    Memory m_memory;
 
 private:
     struct Assignment;
@@ -99,4 +99,4 @@ private:
 
 } // namespace simulator
 
-#endif // SIMULATOR_CONTROLLER_H
+#endif

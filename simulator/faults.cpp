@@ -230,7 +230,7 @@ std::optional<FaultPlan> FaultPlan::parse(std::string_view text, uint32_t seed,
                                           const Commands& commands, std::string& why)
 {
     FaultPlan plan;
-    plan.random_.seed(seed);
+    plan.m_random.seed(seed);
     if (trimmed(text).empty())
         return plan;
     for (std::string_view part : split(text, ',')) {
@@ -241,7 +241,7 @@ std::optional<FaultPlan> FaultPlan::parse(std::string_view text, uint32_t seed,
             why = "bad fault " + quoted(word) + ": " + reason;
             return std::nullopt;
         }
-        plan.rules_.push_back(counted);
+        plan.m_rules.push_back(counted);
     }
     return plan;
 }
@@ -251,10 +251,10 @@ Fault FaultPlan::next(std::string_view command)
     // Two random numbers for every reply, used or not: a rule more or less does not shift those of
     // the others.
     constexpr double RandomNumbers = 4294967296.0;
-    double chance = static_cast<double>(random_()) / RandomNumbers;
+    double chance = static_cast<double>(m_random()) / RandomNumbers;
     Fault fault;
-    fault.dice = static_cast<uint32_t>(random_());
-    for (CountedRule& counted : rules_) {
+    fault.dice = static_cast<uint32_t>(m_random());
+    for (CountedRule& counted : m_rules) {
         const FaultRule& rule = counted.rule;
         if (!concerns(rule, command))
             continue;

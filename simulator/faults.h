@@ -80,8 +80,8 @@ private:
         uint32_t repliesSeen = 0;
     };
 
-    std::vector<CountedRule> rules_;
-    std::mt19937 random_;
+    std::vector<CountedRule> m_rules;
+    std::mt19937 m_random;
 };
 
 /// The pieces in which a reply goes out under a fault; none when nothing is sent. For
@@ -93,4 +93,4 @@ std::string describe(const Fault& fault);
 
 } // namespace simulator
 
-#endif // SIMULATOR_FAULTS_H
+#endif

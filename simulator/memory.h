@@ -48,11 +48,11 @@ private:
     void store(const Place& first, const std::vector<uint32_t>& values);
     void endMovement(const Place& first, size_t count);
 
-    mutable std::mutex mutex_;
-    std::map<uint32_t, std::vector<uint32_t>> blocks_; ///< each up to the last value written
-    std::vector<Moving> moving_;
+    mutable std::mutex m_mutex;
+    std::map<uint32_t, std::vector<uint32_t>> m_blocks; ///< each up to the last value written
+    std::vector<Moving> m_moving;
 };
 
 } // namespace simulator
 
-#endif // SIMULATOR_MEMORY_H
+#endif

@@ -39,4 +39,4 @@ uint32_t valueAfter(const Motion& motion, TimeMs elapsedMs);
 
 } // namespace simulator
 
-#endif // SIMULATOR_MOTION_H
+#endif

@@ -13,31 +13,31 @@ class OwnedFd
 public:
     OwnedFd() = default;
     explicit OwnedFd(int fd)
-        : fd_(fd)
+        : m_fd(fd)
     {
     }
     OwnedFd(OwnedFd&& other) noexcept
-        : fd_(std::exchange(other.fd_, -1))
+        : m_fd(std::exchange(other.m_fd, -1))
     {
     }
     OwnedFd& operator=(OwnedFd&& other) noexcept
     {
-        std::swap(fd_, other.fd_);
+        std::swap(m_fd, other.m_fd);
         return *this;
     }
     ~OwnedFd()
     {
         if (valid())
-            close(fd_);
+            close(m_fd);
     }
 
-    int get() const { return fd_; }
-    bool valid() const { return fd_ >= 0; }
+    int get() const { return m_fd; }
+    bool valid() const { return m_fd >= 0; }
 
 private:
-    int fd_ = -1; ///< -1: none
+    int m_fd = -1; ///< -1: none
 };
 
 } // namespace simulator
 
-#endif // SIMULATOR_OWNEDFD_H
+#endif

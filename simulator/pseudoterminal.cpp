@@ -85,8 +85,8 @@ bool isClaimed(const std::string& path)
 PseudoTerminal::~PseudoTerminal()
 {
     // Another terminal may have taken the name over.
-    if (!link_.empty() && linkTarget(link_) == path_)
-        unlink(link_.c_str());
+    if (!m_link.empty() && linkTarget(m_link) == m_path)
+        unlink(m_link.c_str());
 }
 
 bool PseudoTerminal::open(const std::string& link, std::string& why)
@@ -97,23 +97,23 @@ bool PseudoTerminal::open(const std::string& link, std::string& why)
     // go, and what they send while the controller is busy stays.
     OwnedFd slave(master.valid() ? ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC) : -1);
     OwnedFd hostEvents = watchHosts(path);
-    if (!slave.valid() || !hostEvents.valid() || tcgetattr(slave.get(), &settings_) != 0) {
+    if (!slave.valid() || !hostEvents.valid() || tcgetattr(slave.get(), &m_settings) != 0) {
         why = "cannot create a pseudo-terminal: " + lastError();
         return false;
     }
-    path_ = path;
+    m_path = path;
     if (!link.empty() && !makeLink(link, why)) {
-        path_.clear();
+        m_path.clear();
         return false;
     }
-    master_ = std::move(master);
-    slave_ = std::move(slave);
-    hostEvents_ = std::move(hostEvents);
-    claim_ = claimTerminal(path_);
+    m_master = std::move(master);
+    m_slave = std::move(slave);
+    m_hostEvents = std::move(hostEvents);
+    m_claim = claimTerminal(m_path);
     // Bytes pass unchanged and without echo. A pseudo-terminal ignores parity, and to ask for it is
     // an error when it is all that a host would change: so the speed is one that it will change.
-    cfmakeraw(&settings_);
-    cfsetspeed(&settings_, B50);
+    cfmakeraw(&m_settings);
+    cfsetspeed(&m_settings, B50);
     resetSettings();
     return true;
 }
@@ -133,22 +133,22 @@ bool PseudoTerminal::makeLink(const std::string& link, std::string& why)
     }
     if (leadsToTerminal)
         unlink(link.c_str());
-    if (symlink(path_.c_str(), link.c_str()) != 0) {
+    if (symlink(m_path.c_str(), link.c_str()) != 0) {
         why = "cannot create the link " + link + ": " + lastError();
         return false;
     }
-    link_ = link;
+    m_link = link;
     return true;
 }
 
 void PseudoTerminal::welcomeHosts()
 {
     alignas(inotify_event) std::array<char, 4096> bytes;
-    const ssize_t size = read(hostEvents_.get(), bytes.data(), bytes.size());
+    const ssize_t size = read(m_hostEvents.get(), bytes.data(), bytes.size());
     for (ssize_t place = 0; place < size;) {
         const auto* const event = reinterpret_cast<const inotify_event*>(bytes.data() + place);
         // Opened, too: since the last host left a late reply may have come.
-        tcflush(slave_.get(), TCIFLUSH);
+        tcflush(m_slave.get(), TCIFLUSH);
         if (event->mask & IN_CLOSE)
             resetSettings();
         place += static_cast<ssize_t>(sizeof *event + event->len);
@@ -158,8 +158,8 @@ void PseudoTerminal::welcomeHosts()
 /// A host that was killed has neither restored the settings nor given up its claim to the device.
 void PseudoTerminal::resetSettings()
 {
-    ioctl(slave_.get(), TIOCNXCL);
-    tcsetattr(slave_.get(), TCSANOW, &settings_);
+    ioctl(m_slave.get(), TIOCNXCL);
+    tcsetattr(m_slave.get(), TCSANOW, &m_settings);
 }
 
 } // namespace simulator

@@ -32,13 +32,13 @@ public:
     bool open(const std::string& link, std::string& why);
 
     /// The device that a host opens, such as "/dev/pts/3"; empty before open().
-    const std::string& path() const { return path_; }
+    const std::string& path() const { return m_path; }
 
     /// The controller's end; it does not block.
-    int descriptor() const { return master_.get(); }
+    int descriptor() const { return m_master.get(); }
 
     /// Readable when a host has opened or closed the device since the last welcomeHosts().
-    int eventDescriptor() const { return hostEvents_.get(); }
+    int eventDescriptor() const { return m_hostEvents.get(); }
 
     /// Prepares the line for the next host. To be called before bytes are read from descriptor():
     /// replies that a host left unread are gone by the time the next one sends something.
@@ -48,15 +48,15 @@ private:
     bool makeLink(const std::string& link, std::string& why);
     void resetSettings();
 
-    OwnedFd master_;
-    OwnedFd slave_; ///< our own hold on the host's end
-    OwnedFd hostEvents_;
-    OwnedFd claim_;    ///< tells other processes that this terminal is in use
-    termios settings_; ///< that every host finds
-    std::string path_;
-    std::string link_; ///< the link to remove at the end
+    OwnedFd m_master;
+    OwnedFd m_slave; ///< our own hold on the host's end
+    OwnedFd m_hostEvents;
+    OwnedFd m_claim;    ///< tells other processes that this terminal is in use
+    termios m_settings; ///< that every host finds
+    std::string m_path;
+    std::string m_link; ///< the link to remove at the end
 };
 
 } // namespace simulator
 
-#endif // SIMULATOR_PSEUDOTERMINAL_H
+#endif

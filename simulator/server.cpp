@@ -108,24 +108,24 @@ std::string nameOfPeer(const sockaddr_storage& address, socklen_t length)
 } // namespace
 
 Server::Server(Controller& controller, FaultPlan faults, TrafficLog log, uint32_t baud)
-    : controller_(controller)
-    , faults_(std::move(faults))
-    , log_(std::move(log))
-    , baud_(baud)
-    , wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    : m_controller(controller)
+    , m_faults(std::move(faults))
+    , m_log(std::move(log))
+    , m_baud(baud)
+    , m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
 }
 
 Server::~Server()
 {
     stop();
-    if (thread_.joinable())
-        thread_.join();
+    if (m_thread.joinable())
+        m_thread.join();
 }
 
 bool Server::openPty(const std::string& link, std::string& why)
 {
-    if (!pty_.open(link, why))
+    if (!m_pty.open(link, why))
         return false;
     addLine(LineKind::Pty, OwnedFd(), "pty");
     return true;
@@ -141,26 +141,26 @@ bool Server::listenTcp(const std::string& address, uint16_t port, std::string& w
         why = "cannot listen on " + where + ": " + reason;
         return false;
     }
-    for (const addrinfo* each = addresses.get(); each && !listener_.valid(); each = each->ai_next)
-        listener_ = listenOn(*each);
-    if (!listener_.valid()) {
+    for (const addrinfo* each = addresses.get(); each && !m_listener.valid(); each = each->ai_next)
+        m_listener = listenOn(*each);
+    if (!m_listener.valid()) {
         why = "cannot listen on " + where + ": " + lastError();
         return false;
     }
-    tcpPort_ = localPort(listener_.get());
+    m_tcpPort = localPort(m_listener.get());
     return true;
 }
 
 void Server::start()
 {
-    thread_ = std::thread([this] { run(); });
+    m_thread = std::thread([this] { run(); });
 }
 
 void Server::stop() noexcept
 {
     const int error = errno; // a signal handler must leave it as it was
     const uint64_t one = 1;
-    const ssize_t written = write(wakeUp_.get(), &one, sizeof one);
+    const ssize_t written = write(m_wakeUp.get(), &one, sizeof one);
     static_cast<void>(written); // fails only when the counter is full, and so readable anyway
     errno = error;
 }
@@ -170,11 +170,11 @@ void Server::run()
     std::vector<pollfd> events;
     while (wait(events)) {
         auto event = events.begin() + FirstLineEvent;
-        for (Line& line : lines_)
+        for (Line& line : m_lines)
             serve(line, (event++)->revents);
-        lines_.remove_if([](const Line& line) { return line.gone; });
+        m_lines.remove_if([](const Line& line) { return line.gone; });
         if (events[PtyHostEvent].revents != 0)
-            pty_.welcomeHosts();
+            m_pty.welcomeHosts();
         if (events[ListenerEvent].revents != 0)
             accept();
     }
@@ -182,14 +182,14 @@ void Server::run()
 
 bool Server::wait(std::vector<pollfd>& events) const
 {
-    if (!wakeUp_.valid())
+    if (!m_wakeUp.valid())
         return false;
-    const bool isFull = lines_.size() >= MaxLines;
-    events = {{wakeUp_.get(), POLLIN, 0},
-              {isFull ? -1 : listener_.get(), POLLIN, 0},
-              {pty_.eventDescriptor(), POLLIN, 0}};
+    const bool isFull = m_lines.size() >= MaxLines;
+    events = {{m_wakeUp.get(), POLLIN, 0},
+              {isFull ? -1 : m_listener.get(), POLLIN, 0},
+              {m_pty.eventDescriptor(), POLLIN, 0}};
     TimeMs nextDue = std::numeric_limits<TimeMs>::max();
-    for (const Line& line : lines_) {
+    for (const Line& line : m_lines) {
         // A line that is busy is not read: what the host sends meanwhile waits in the system.
         const bool isIdle = line.channel.idle();
         const int wanted = isIdle ? POLLIN : line.blocked ? POLLOUT : 0;
@@ -206,7 +206,7 @@ void Server::accept()
 {
     sockaddr_storage address = {};
     socklen_t length = sizeof address;
-    OwnedFd fd(accept4(listener_.get(), reinterpret_cast<sockaddr*>(&address), &length,
+    OwnedFd fd(accept4(m_listener.get(), reinterpret_cast<sockaddr*>(&address), &length,
                        SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (!fd.valid())
         return; // the host has gone again
@@ -218,13 +218,13 @@ void Server::accept()
 
 void Server::addLine(LineKind kind, OwnedFd socket, const std::string& name)
 {
-    Channel channel(name, controller_, faults_, log_, baud_);
-    lines_.push_back({kind, std::move(socket), std::move(channel), false, false});
+    Channel channel(name, m_controller, m_faults, m_log, m_baud);
+    m_lines.push_back({kind, std::move(socket), std::move(channel), false, false});
 }
 
 int Server::descriptorOf(const Line& line) const
 {
-    return line.kind == LineKind::Pty ? pty_.descriptor() : line.socket.get();
+    return line.kind == LineKind::Pty ? m_pty.descriptor() : line.socket.get();
 }
 
 void Server::serve(Line& line, short events)
@@ -242,7 +242,7 @@ void Server::serve(Line& line, short events)
 void Server::receive(Line& line)
 {
     if (line.kind == LineKind::Pty)
-        pty_.welcomeHosts();
+        m_pty.welcomeHosts();
     std::array<char, BytesPerRead> bytes;
     const ssize_t count = read(descriptorOf(line), bytes.data(), bytes.size());
     if (count <= 0) {
@@ -259,7 +259,7 @@ void Server::send(Line& line)
         const ssize_t count =
             line.kind == LineKind::Socket
                 ? ::send(line.socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL)
-                : write(pty_.descriptor(), bytes.data(), bytes.size());
+                : write(m_pty.descriptor(), bytes.data(), bytes.size());
         line.blocked = count < 0 && isTransient(errno);
         line.gone = count < 0 && !line.blocked;
         if (count < 0)

@@ -54,10 +54,10 @@ public:
     bool listenTcp(const std::string& address, uint16_t port, std::string& why);
 
     /// The device that a host opens, such as "/dev/pts/3"; empty without a pseudo-terminal.
-    const std::string& ptyPath() const { return pty_.path(); }
+    const std::string& ptyPath() const { return m_pty.path(); }
 
     /// The port that is listened on; 0 without one.
-    uint16_t tcpPort() const { return tcpPort_; }
+    uint16_t tcpPort() const { return m_tcpPort; }
 
     /// Serves in the calling thread until stop().
     void run();
@@ -92,18 +92,18 @@ private:
     void receive(Line& line);
     void send(Line& line);
 
-    Controller& controller_;
-    FaultPlan faults_;
-    TrafficLog log_;
-    uint32_t baud_;
-    OwnedFd wakeUp_; ///< readable once stop() was called
-    PseudoTerminal pty_;
-    OwnedFd listener_;
-    std::list<Line> lines_;
-    uint16_t tcpPort_ = 0;
-    std::thread thread_;
+    Controller& m_controller;
+    FaultPlan m_faults;
+    TrafficLog m_log;
+    uint32_t m_baud;
+    OwnedFd m_wakeUp; ///< readable once stop() was called
+    PseudoTerminal m_pty;
+    OwnedFd m_listener;
+    std::list<Line> m_lines;
+    uint16_t m_tcpPort = 0;
+    std::thread m_thread;
 };
 
 } // namespace simulator
 
-#endif // SIMULATOR_SERVER_H
+#endif

@@ -33,4 +33,4 @@ std::string quoted(std::string_view text);
 
 } // namespace simulator
 
-#endif // SIMULATOR_TEXT_H
+#endif

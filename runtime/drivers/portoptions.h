@@ -4,7 +4,7 @@
 
 /// For AbstractDeviceInterface::setOption.
 enum PortOption {
-    /// With the integer 0: drop the bytes that were received and that nobody has read. A driver
+    /// With the integer 0: drop the bytes that were received and not read. A driver
     /// sets it before a command, so that a late reply to an earlier one is not taken for the next.
     DiscardUnreadInput = 12
 };

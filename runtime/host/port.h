@@ -1,5 +1,5 @@
 // The port that drivers talk through: whole replies on a deadline, over a transport that may break,
-// and never a late reply in place of another. It knows no protocol.
+// and never a late reply in place of another.
 #ifndef HOST_PORT_H
 #define HOST_PORT_H
 

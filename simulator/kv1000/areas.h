@@ -75,4 +75,4 @@ uint32_t largestValue(ValueKind kind);
 
 } // namespace simulator::kv1000
 
-#endif // SIMULATOR_KV1000_AREAS_H
+#endif

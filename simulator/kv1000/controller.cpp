@@ -66,7 +66,7 @@ const Commands& Controller::commands() const
 
 std::unique_ptr<simulator::Session> Controller::newSession()
 {
-    return std::make_unique<Session>(memory_);
+    return std::make_unique<Session>(m_memory);
 }
 
 std::optional<uint32_t> Controller::lookState(std::string_view device) const
@@ -74,7 +74,7 @@ std::optional<uint32_t> Controller::lookState(std::string_view device) const
     const auto found = findPart(device);
     if (!found)
         return std::nullopt;
-    return memory_.read(placeOf(found->device, Part::State), 1).front();
+    return m_memory.read(placeOf(found->device, Part::State), 1).front();
 }
 
 std::optional<Controller::NamedPlace> Controller::find(std::string_view device) const

@@ -25,4 +25,4 @@ protected:
 
 } // namespace simulator::kv1000
 
-#endif // SIMULATOR_KV1000_CONTROLLER_H
+#endif

@@ -197,7 +197,7 @@ std::string Session::answer(std::string_view line)
             continue;
         if (arguments.size() < command.fewestArguments || arguments.size() > command.mostArguments)
             return refusal(ErrorCode::BadCommand);
-        if (command.needsSession == NeedsSession::Yes && !open_)
+        if (command.needsSession == NeedsSession::Yes && !m_open)
             return refusal(ErrorCode::NotAllowed);
         return (this->*command.carryOut)(arguments);
     }
@@ -207,13 +207,13 @@ std::string Session::answer(std::string_view line)
 // A host that lost its way begins again with this command, so an open session is no obstacle.
 std::string Session::open(const Arguments&)
 {
-    open_ = true;
+    m_open = true;
     return reply("CC");
 }
 
 std::string Session::close(const Arguments&)
 {
-    open_ = false;
+    m_open = false;
     return reply("CF");
 }
 
@@ -225,7 +225,7 @@ std::string Session::read(const Arguments& arguments)
     const auto range = findRange(arguments[0], *count);
     if (!range)
         return refusal(ErrorCode::NoSuchDevice);
-    return reply(listOf(memory_, *range));
+    return reply(listOf(m_memory, *range));
 }
 
 std::string Session::writeCurrent(const Arguments& arguments)
@@ -252,7 +252,7 @@ std::string Session::writeValues(const Arguments& arguments, Part wanted)
         parseValues({arguments.begin() + 2, arguments.end()}, *count, largestValue(kind));
     if (!part || !values)
         return refusal(ErrorCode::BadCommand);
-    memory_.write(placeOf(range->first, *part), *values);
+    m_memory.write(placeOf(range->first, *part), *values);
     return reply("OK");
 }
 
@@ -274,7 +274,7 @@ std::string Session::writeState(const Arguments& arguments, uint32_t state)
     const ValueKind kind = range->first.area->kind;
     if (kind != ValueKind::Bit && kind != ValueKind::Counting)
         return refusal(ErrorCode::BadCommand);
-    memory_.write(placeOf(range->first, Part::State), {state});
+    m_memory.write(placeOf(range->first, Part::State), {state});
     return reply("OK");
 }
 

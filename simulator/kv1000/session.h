@@ -40,7 +40,7 @@ class Session : public simulator::Session
 public:
     /// The memory must outlive the session; several sessions may share one.
     explicit Session(Memory& memory)
-        : memory_(memory)
+        : m_memory(memory)
     {
     }
 
@@ -73,10 +73,10 @@ private:
     std::string writeValues(const Arguments& arguments, Part wanted);
     std::string writeState(const Arguments& arguments, uint32_t state);
 
-    Memory& memory_;
-    bool open_ = false;
+    Memory& m_memory;
+    bool m_open = false;
 };
 
 } // namespace simulator::kv1000
 
-#endif // SIMULATOR_KV1000_SESSION_H
+#endif

@@ -14,7 +14,7 @@ const Commands& Controller::commands() const
 
 std::unique_ptr<simulator::Session> Controller::newSession()
 {
-    return std::make_unique<Session>(memory_, station_);
+    return std::make_unique<Session>(m_memory, m_station);
 }
 
 std::optional<Controller::NamedPlace> Controller::find(std::string_view device) const

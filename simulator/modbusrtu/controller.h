@@ -15,7 +15,7 @@ class Controller : public simulator::Controller
 public:
     /// The number that the station answers to, 1 to 247.
     explicit Controller(uint8_t station = 1)
-        : station_(station)
+        : m_station(station)
     {
     }
 
@@ -27,9 +27,9 @@ protected:
     const Demo& demo() const override;
 
 private:
-    uint8_t station_;
+    uint8_t m_station;
 };
 
 } // namespace simulator::modbusrtu
 
-#endif // SIMULATOR_MODBUSRTU_CONTROLLER_H
+#endif

@@ -153,7 +153,7 @@ std::optional<std::string> Session::takeRequest(std::string& received)
             break;
         }
         received.erase(0, frame.size());
-        if (byteAt(frame, 0) == station_ || byteAt(frame, 0) == Broadcast)
+        if (byteAt(frame, 0) == m_station || byteAt(frame, 0) == Broadcast)
             return frame;
     }
     return std::nullopt;
@@ -200,7 +200,7 @@ std::string Session::read(const Table& table, std::string_view frame)
         return errorReply(frame, IllegalValue);
     if (!exist(first, count))
         return errorReply(frame, IllegalAddress);
-    const std::string bytes = packed(table, memory_.read({table.block, first}, count));
+    const std::string bytes = packed(table, m_memory.read({table.block, first}, count));
     return reply(std::string{frame[0], frame[1], static_cast<char>(bytes.size())} + bytes);
 }
 
@@ -215,7 +215,7 @@ std::string Session::writeOne(const Table& table, std::string_view frame)
     }
     if (!exist(first, 1))
         return errorReply(frame, IllegalAddress);
-    memory_.write({table.block, first}, {value});
+    m_memory.write({table.block, first}, {value});
     return reply(std::string(frame.substr(0, HeadSize)));
 }
 
@@ -228,7 +228,7 @@ std::string Session::writeMany(const Table& table, std::string_view frame)
         return errorReply(frame, IllegalValue);
     if (!exist(first, count))
         return errorReply(frame, IllegalAddress);
-    memory_.write({table.block, first}, unpacked(table, bytes, count));
+    m_memory.write({table.block, first}, unpacked(table, bytes, count));
     return reply(std::string(frame.substr(0, HeadSize)));
 }
 

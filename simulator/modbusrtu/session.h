@@ -28,8 +28,8 @@ class Session : public simulator::Session
 public:
     /// The memory must outlive the session.
     Session(Memory& memory, uint8_t station)
-        : memory_(memory)
-        , station_(station)
+        : m_memory(memory)
+        , m_station(station)
     {
     }
 
@@ -50,10 +50,10 @@ private:
     std::string writeOne(const Table& table, std::string_view frame);
     std::string writeMany(const Table& table, std::string_view frame);
 
-    Memory& memory_;
-    uint8_t station_;
+    Memory& m_memory;
+    uint8_t m_station;
 };
 
 } // namespace simulator::modbusrtu
 
-#endif // SIMULATOR_MODBUSRTU_SESSION_H
+#endif

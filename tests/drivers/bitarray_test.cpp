@@ -61,4 +61,3 @@ TEST(BitArray, Shifts)
         EXPECT_EQ(shared, bytes(row.before));
     }
 }
-

@@ -1,4 +1,4 @@
-// The plug-in loader: what it loads, what it refuses and why, and that nothing stays behind.
+// The plug-in loader: what it loads, what it refuses and why, and that nothing stays in memory.
 #include "host/driverplugin.h"
 
 #include "drivers/driverinterface.h"

@@ -1,4 +1,4 @@
-// Qt's devices want an application behind them, though no event loop runs.
+// Qt's sockets want an application object, though no event loop runs.
 #include <QCoreApplication>
 
 #include <gtest/gtest.h>

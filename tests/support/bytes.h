@@ -1,5 +1,4 @@
 // Byte arrays as tests write and read them: in hexadecimal.
-// It knows nothing of the kit.
 #ifndef TESTS_SUPPORT_BYTES_H
 #define TESTS_SUPPORT_BYTES_H
 

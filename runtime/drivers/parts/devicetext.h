@@ -37,8 +37,8 @@ public:
     /// Whether at least one digit follows it, and nothing else.
     bool hasNumber() const { return isPlain() && digitCount() > 0; }
 
-    /// Whether the text is of this symbol and `count` devices exist from it on, where the symbol has
-    /// `size` devices, numbered from 0.
+    /// Whether the text is of this symbol and `count` devices exist from it on, where the symbol
+    /// has `size` devices, numbered from 0.
     bool hasDevices(const char* symbol, qint64 count, qint64 size) const;
 
     int digitCount() const { return m_length - m_symbolLength; } ///< of a plain text

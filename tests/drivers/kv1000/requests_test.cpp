@@ -29,8 +29,8 @@ CommunicatorCommand request(int type, const char* device, int length = 0)
 const std::vector<std::string> openedLink = {"delay", "option 12 0", R"(write "CR\r\n")",
                                              R"(read 4 "CC\r\n")"};
 
-/// The first command behind the open; empty when there is none.
-std::string commandBehindOpen(const ScriptedPort& port)
+/// The first command after the open; empty when there is none.
+std::string commandAfterOpen(const ScriptedPort& port)
 {
     for (size_t i = openedLink.size(); i < port.calls().size(); ++i)
         if (port.calls()[i].compare(0, 6, "write ") == 0)
@@ -88,8 +88,7 @@ TEST(ReadCommand, SpellsTheDeviceAndTheCount)
         const std::unique_ptr<DriverInterface> driver(CreateDriver());
         ScriptedPort port(openedLink);
         driver->read(&port, request(row.type, row.device, row.units));
-        EXPECT_EQ(commandBehindOpen(port), std::string("RDS ") + row.command + "\r\n")
-            << row.device;
+        EXPECT_EQ(commandAfterOpen(port), std::string("RDS ") + row.command + "\r\n") << row.device;
     }
 }
 
@@ -109,7 +108,7 @@ TEST(WriteCommand, ChoosesTheWordAndTheWidth)
         const std::unique_ptr<DriverInterface> driver(CreateDriver());
         ScriptedPort port(openedLink);
         driver->write(&port, request(DataWord, row.device), QByteArray("\x01\x02", 2));
-        EXPECT_EQ(commandBehindOpen(port), row.command) << row.device;
+        EXPECT_EQ(commandAfterOpen(port), row.command) << row.device;
     }
 }
 
@@ -131,7 +130,7 @@ TEST(BitCommand, SpellsTheDevice)
         const std::unique_ptr<DriverInterface> driver(CreateDriver());
         ScriptedPort port(openedLink);
         driver->write(&port, request(DataBit, row.device), QByteArray("\xFF", 1));
-        EXPECT_EQ(commandBehindOpen(port), row.command) << row.device;
+        EXPECT_EQ(commandAfterOpen(port), row.command) << row.device;
     }
 }
 
@@ -167,9 +166,9 @@ TEST(Refusal, IsSaidBeforeAnythingIsSent)
         {"relay read as words", Read, DataWord, "MR100", 1, noWords},
         {"relay read as bytes", Read, DataBlock, "R100", 1, noWords},
         {"unknown area", Read, DataDoubleWord, "B7", 1, noWords},
-        {"letter behind the number", Write, DataBit, "MR100A", 1, invalid},
-        {"blank behind the number", Write, DataBit, "MR100 ", 1, invalid},
-        {"sign behind the number", Write, DataBit, "MR100-5", 1, invalid},
+        {"letter after the number", Write, DataBit, "MR100A", 1, invalid},
+        {"blank after the number", Write, DataBit, "MR100 ", 1, invalid},
+        {"sign after the number", Write, DataBit, "MR100-5", 1, invalid},
         {"number beyond an int", Write, DataBit, "MR2147483648", 1, invalid},
         {"run beyond an int", Write, DataBit, "T2147483647", 2, invalid},
         {"run leaves the digits", Read, DataWord, "DM99744", 257, invalid},
@@ -180,7 +179,7 @@ TEST(Refusal, IsSaidBeforeAnythingIsSent)
         {"run from too many digits", Read, DataBit, "R000100", 769, invalid},
         {"run of set values leaves the digits", Read, DataDoubleWord, "TS9999", 65, invalid},
         {"run of a text without number", Read, DataBit, "MRX", 769, invalid},
-        {"run from a letter behind the number", Read, DataWord, "DM1A", 257, invalid},
+        {"run from a letter after the number", Read, DataWord, "DM1A", 257, invalid},
         {"long run of an unknown area", Read, DataBit, "B0", 769, invalid},
         {"long write to relays", Write, DataDoubleWord, "MR0", 140, invalid},
         {"run beyond ten characters", Write, DataDoubleWord, "AT99999999", 140, invalid},
@@ -202,7 +201,7 @@ TEST(Refusal, IsSaidBeforeAnythingIsSent)
     }
 }
 
-/// Opens the link and answers the reads behind it from a fixed text, cut as they ask for it.
+/// Opens the link and answers the reads after it from a fixed text, cut as they ask for it.
 class AnsweringPort : public ScriptedPort
 {
 public:
