@@ -67,10 +67,7 @@ QByteArray requestHead(const Run& run, int function)
 /// 0 over a frame that ends with its own check.
 unsigned short crcOf(const QByteArray& frame)
 {
-    unsigned short crc = 0xFFFF;
-    for (char c : frame)
-        crc = update_crc_16(crc, c);
-    return crc;
+    return update_crc_16_block(0xFFFF, frame.constData(), frame.size());
 }
 
 } // namespace
