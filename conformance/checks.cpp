@@ -53,9 +53,9 @@ int fewUnits(const Request& request)
 class Checks
 {
 public:
-    Checks(const Choice& choice, Report& report)
-        : m_file(QFileInfo(choice.file).absoluteFilePath())
-        , m_requests(requestsFor(choice))
+    Checks(const QString& file, const std::vector<Request>& requests, Report& report)
+        : m_file(QFileInfo(file).absoluteFilePath())
+        , m_requests(requests)
         , m_report(report)
     {
     }
@@ -236,21 +236,23 @@ bool Checks::isServed(const Request& request)
     return false;
 }
 
-/// "D0 (read word, dword; write word), D1 (read word)".
-std::string listOf(const std::vector<Request>& requests)
+/// A line for each device, such as "D0 (read word, dword; write word)".
+std::vector<std::string> linesOf(const std::vector<Request>& requests)
 {
-    std::string list;
+    std::vector<std::string> lines;
     const Request* last = nullptr;
     for (const Request& request : requests) {
         if (!last || request.device != last->device)
-            list += (last ? "), " : "") + request.device.toStdString() + " (" + request.kind();
+            lines.push_back(request.device.toStdString() + " (" + request.kind());
         else if (request.direction != last->direction)
-            list += "; " + request.kind();
+            lines.back() += "; " + request.kind();
         else
-            list += ", " + std::string(request.width->name);
+            lines.back() += ", " + std::string(request.width->name);
         last = &request;
     }
-    return last ? list + ")" : "nothing";
+    for (std::string& line : lines)
+        line += ")";
+    return lines;
 }
 
 void Checks::servesWhatItDeclares()
@@ -261,8 +263,10 @@ void Checks::servesWhatItDeclares()
     m_requests = served;
     m_report.at("");
     m_report.expect(!served.empty(), "at least one width that is served", "none");
-    m_report.note("tested:  " + listOf(served));
-    m_report.note("skipped: " + listOf(skipped));
+    for (const std::string& line : linesOf(served))
+        m_report.note("tested:  " + line);
+    for (const std::string& line : linesOf(skipped))
+        m_report.note("skipped: " + line);
 }
 
 void Checks::leavesUnknownWidthsAlone()
@@ -411,7 +415,7 @@ void Checks::leavesMemory()
 
 } // namespace
 
-void runChecks(const Choice& choice, Report& report)
+void runChecks(const QString& file, const std::vector<Request>& requests, Report& report)
 {
-    Checks(choice, report).run();
+    Checks(file, requests, report).run();
 }

@@ -7,6 +7,6 @@
 class Report;
 
 /// Loads the plug-in, runs all checks on it and reports each.
-void runChecks(const Choice& choice, Report& report);
+void runChecks(const QString& file, const std::vector<Request>& requests, Report& report);
 
 #endif

@@ -2,6 +2,8 @@
 #include "conformance/checks.h"
 #include "conformance/report.h"
 
+#include "host/driverdescription.h"
+
 #include <CLI/CLI.hpp>
 
 #include <iostream>
@@ -81,13 +83,19 @@ int main(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         return complain(error.what());
     }
-    choice.file = QString::fromStdString(file);
     choice.wordDevice = QString::fromStdString(word);
     choice.bitDevice = QString::fromStdString(bit);
-    if (requestsFor(choice).empty())
+    QString error;
+    const auto description = host::readDriverDescription(QString::fromStdString(file), &error);
+    if (!description) {
+        std::cout << "FAILED   " << error.toStdString() << "\n";
+        return Failed;
+    }
+    const std::vector<Request> requests = requestsFor(choice, *description);
+    if (requests.empty())
         return complain(file + " has no description of devices: name some with --word and --bit");
 
     Report report;
-    runChecks(choice, report);
+    runChecks(QString::fromStdString(file), requests, report);
     return report.summarize() ? Passed : Failed;
 }

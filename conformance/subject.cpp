@@ -1,113 +1,91 @@
 #include "conformance/subject.h"
 
-#include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QPluginLoader>
+#include "host/driverdescription.h"
+
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 const Width Widths[7] = {
-    {"bit", DataBit, 1, 1, "bit"},          {"byte", DataByte, 8, 1, "byte"},
-    {"word", DataWord, 16, 2, "word"},      {"dword", DataDoubleWord, 32, 4, "dword"},
-    {"quad", DataQuadWord, 64, 8, nullptr}, {"block", DataBlock, 8, 1, "byte"},
-    {"group", DataBitGroup, 1, 1, "bit"},
+    {"bit", DataBit, 1, 1, DataBit},
+    {"byte", DataByte, 8, 1, DataByte},
+    {"word", DataWord, 16, 2, DataWord},
+    {"dword", DataDoubleWord, 32, 4, DataDoubleWord},
+    {"quad", DataQuadWord, 64, 8, std::nullopt},
+    {"block", DataBlock, 8, 1, DataByte},
+    {"group", DataBitGroup, 1, 1, DataBit},
 };
 
 namespace
 {
 
-/// What the description in a plug-in says of one area.
-struct Area {
-    QString letters;
-    qint64 first = 0;
-    std::optional<qint64> last;
-    int deviceBits = 16;
-    QStringList read;
-    QStringList write;
-};
-
-QStringList textsIn(const QJsonValue& list)
-{
-    QStringList texts;
-    for (const QJsonValue& text : list.toArray())
-        texts << text.toString();
-    return texts;
-}
-
-Area areaFrom(const QJsonObject& row)
-{
-    Area area;
-    area.letters = row.value("letters").toString();
-    area.first = qint64(row.value("first").toDouble());
-    if (row.contains("last"))
-        area.last = qint64(row.value("last").toDouble());
-    const QString holds = row.value("holds").toString();
-    area.deviceBits = holds == "bit" ? 1 : holds == "word" ? 16 : 32;
-    area.read = textsIn(row.value("read"));
-    area.write = textsIn(row.value("write"));
-    return area;
-}
-
-std::vector<Area> areasIn(const QString& file)
-{
-    const QJsonObject metaData = QPluginLoader(QFileInfo(file).absoluteFilePath()).metaData();
-    std::vector<Area> areas;
-    for (const QJsonValue& row : metaData.value("MetaData").toObject().value("devices").toArray())
-        areas.push_back(areaFrom(row.toObject()));
-    return areas;
-}
+using host::DeviceArea;
+using host::DriverDescription;
 
 /// A device, and what is known of it.
 struct Device {
     QString text;
     qint64 number;
-    const Area* area; ///< null: the description has none of these letters
+    const DeviceArea* area; ///< null: the description has none of these letters
 };
 
 /// A device text as descriptions have them: a station perhaps, letters, a number.
-Device deviceFrom(const QString& text, const std::vector<Area>& areas)
+Device deviceFrom(const QString& text, const DriverDescription& description)
 {
     static const QRegularExpression parts("^(?:\\d+:)?([A-Za-z]*)(\\d*)$");
     const QRegularExpressionMatch match = parts.match(text);
-    const auto area = std::find_if(areas.begin(), areas.end(), [&](const Area& candidate) {
-        return match.hasMatch() && candidate.letters == match.captured(1).toUpper();
-    });
-    return {text, match.captured(2).toLongLong(), area == areas.end() ? nullptr : &*area};
+    const std::string letters = match.captured(1).toStdString();
+    return {text, match.captured(2).toLongLong(),
+            match.hasMatch() ? description.area(letters) : nullptr};
 }
 
-Declared declaredIn(const QStringList& widths, const char* name)
+/// How many devices stand before the one of this number.
+qint64 placeOf(qint64 number, host::Numbering numbering)
 {
-    return widths.contains(name) ? Declared::Yes : Declared::No;
+    return numbering == host::Numbering::Channel
+               ? number / 100 * 16 + std::min(number % 100, qint64(15))
+               : number;
+}
+
+/// How many units there are from the device on, at least 1.
+qint64 roomFrom(const Device& device, const Width& width)
+{
+    constexpr int MostDigits = 18; // of a 64-bit number
+    qint64 last = std::numeric_limits<qint64>::max();
+    if (device.area && device.area->last)
+        last = *device.area->last;
+    else if (device.area && device.area->digits && *device.area->digits <= MostDigits)
+        last = qint64(std::pow(10, *device.area->digits)) - 1;
+    else
+        return last;
+    const host::Numbering numbering = device.area->numbering;
+    const qint64 devices = placeOf(last, numbering) - placeOf(device.number, numbering) + 1;
+    const DriverDataType unit = deviceWidth(device.area->holds);
+    const int deviceBits = width.isBits() || unit == DataBit ? 1 : unit == DataWord ? 16 : 32;
+    return std::max(qint64(1), devices * deviceBits / width.bits);
 }
 
 /// Descriptions do not tell of quad words; what has no double words has none of them either.
-Declared declaredFor(const Width& width, const QStringList& widths)
+Declared declaredFor(const Width& width, const host::Widths& widths)
 {
-    if (width.declared)
-        return declaredIn(widths, width.declared);
-    return widths.contains("dword") ? Declared::Unknown : Declared::No;
+    if (!widths.has(width.declared.value_or(DataDoubleWord)))
+        return Declared::No;
+    return width.declared ? Declared::Yes : Declared::Unknown;
 }
 
 Request requestFor(const Device& device, Direction direction, const Width& width,
                    const Choice& choice)
 {
-    Request request = {direction, &width, device.text, std::numeric_limits<qint64>::max(),
-                       Declared::Unknown};
     const bool isRead = direction == Direction::Read;
     const std::optional<QStringList>& chosen = isRead ? choice.read : choice.write;
-    if (device.area)
-        request.declared = declaredFor(width, isRead ? device.area->read : device.area->write);
+    Declared declared = Declared::Unknown;
     if (chosen)
-        request.declared = declaredIn(*chosen, width.name);
-    if (device.area && device.area->last) {
-        const qint64 devices = *device.area->last - device.number + 1;
-        const int deviceBits = width.isBits() ? 1 : device.area->deviceBits;
-        request.room = std::max(qint64(1), devices * deviceBits / width.bits);
-    }
-    return request;
+        declared = chosen->contains(width.name) ? Declared::Yes : Declared::No;
+    else if (device.area)
+        declared = declaredFor(width, isRead ? device.area->read : device.area->write);
+    return {direction, &width, device.text, roomFrom(device, width), declared};
 }
 
 } // namespace
@@ -122,12 +100,11 @@ std::string Request::name() const
     return kind() + " " + device.toStdString();
 }
 
-std::vector<Request> requestsFor(const Choice& choice)
+std::vector<Request> requestsFor(const Choice& choice, const DriverDescription& description)
 {
-    const std::vector<Area> areas = areasIn(choice.file);
     std::vector<Request> requests;
     const auto add = [&](const QString& text, bool bits, bool values) {
-        const Device device = deviceFrom(text, areas);
+        const Device device = deviceFrom(text, description);
         for (Direction direction : {Direction::Read, Direction::Write})
             for (const Width& width : Widths)
                 if (width.isBits() ? bits : values)
@@ -139,7 +116,8 @@ std::vector<Request> requestsFor(const Choice& choice)
         add(choice.bitDevice, true, false);
     if (!requests.empty())
         return requests;
-    for (const Area& area : areas)
-        add(area.letters + QString::number(area.first), true, true);
+    for (const DeviceArea& area : description.areas)
+        add(QString::fromStdString(area.letters + std::to_string(area.first.value_or(0))), true,
+            true);
     return requests;
 }

@@ -11,6 +11,11 @@
 #include <string>
 #include <vector>
 
+namespace host
+{
+struct DriverDescription;
+}
+
 enum class Direction { Read, Write };
 
 /// Whether the driver's author says that a request is served.
@@ -20,8 +25,8 @@ struct Width {
     const char* name;
     DriverDataType dataType;
     int bits;
-    int dataBytes;        ///< of one unit, in the driver's data
-    const char* declared; ///< the width by which descriptions tell of it
+    int dataBytes;                          ///< of one unit, in the driver's data
+    std::optional<DriverDataType> declared; ///< the width by which descriptions tell of it
 
     bool isBits() const { return bits == 1; }
 };
@@ -39,9 +44,8 @@ struct Request {
     std::string name() const; ///< "read word D0"
 };
 
-/// As typed by the user; what is missing is taken from the driver's description.
+/// As typed by the user.
 struct Choice {
-    QString file;
     QString wordDevice;
     QString bitDevice;
     std::optional<QStringList> read; ///< names of widths that are served
@@ -50,6 +54,6 @@ struct Choice {
 
 /// All requests for the chosen devices, or for the first device of each area of the description.
 /// Empty when there are neither.
-std::vector<Request> requestsFor(const Choice& choice);
+std::vector<Request> requestsFor(const Choice& choice, const host::DriverDescription& description);
 
 #endif
