@@ -323,9 +323,18 @@ TEST(BasicDriver, IsDoneAtOnceWithWhatItDoesNotServe)
     EXPECT_EQ(idle.attempts, 0);
 }
 
+TEST(Parts, WidthsHaveTwoCodesForBitsAndBytes)
+{
+    const int served[] = {0, Bits, Bytes, Words, DoubleWords, QuadWords, Bytes, Bits, 0};
+    for (int code = -1; code <= 7; ++code)
+        for (int widths : {int(Bits), int(Bytes), int(Words), int(DoubleWords), int(QuadWords)})
+            EXPECT_EQ(serves(widths, code), widths == served[code + 1]) << code;
+}
+
 TEST(BasicDriver, IsFoundByTheNamesOfItsBases)
 {
     Stubborn driver(0);
+    EXPECT_TRUE(driver.initialize(nullptr));
     void* const interface = static_cast<DriverInterface*>(&driver);
     EXPECT_EQ(driver.qt_metacast("DriverInterface"), interface);
     EXPECT_EQ(driver.qt_metacast(DriverInterface_iid), interface);
