@@ -100,7 +100,7 @@ void Session::write(const std::vector<TypedDevice>& devices, const std::vector<V
             return m_driver.object().write(&port, request.command, request.data);
         });
         if (failure)
-            throw *failure;
+            throw WriteFailure(*failure, request.indices.front());
     }
 }
 
@@ -114,6 +114,8 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
     CountingPort port(m_port);
     const Clock::time_point begin = Clock::now();
     const bool served = request(port);
+    if (isStopped && isStopped() && m_driver.object().hasError())
+        return stopped();
     RequestRecord record;
     record.took = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
 

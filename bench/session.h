@@ -23,6 +23,17 @@ struct RequestRecord {
     std::optional<FailureKind> failure;
 };
 
+/// A request to write that failed; what comes before it in the list is written.
+struct WriteFailure : Failure {
+    WriteFailure(const Failure& failure, std::size_t place)
+        : Failure(failure)
+        , index(place)
+    {
+    }
+
+    std::size_t index; ///< the place of the request's first device in the list
+};
+
 class Session
 {
 public:
@@ -31,7 +42,8 @@ public:
     Session(Driver& driver, AbstractDeviceInterface& port,
             std::function<std::string()> portFailure = {});
 
-    /// Told of every request, in the thread that makes it.
+    /// Told of every request, in the thread that makes it; not of one that was cut short because
+    /// isStopped says true.
     std::function<void(const RequestRecord&)> onRequest;
 
     /// Asked between requests; when it says true, the rest of them fail without being sent.
@@ -49,8 +61,8 @@ public:
     std::vector<Reading> read(const std::vector<ReadRequest>& plan,
                               const std::vector<TypedDevice>& devices);
 
-    /// Writes the values, parallel to the devices. Throws the first Failure: WrongUsage before
-    /// anything is sent, others with the devices before it written.
+    /// Writes the values, parallel to the devices. Throws a Failure (WrongUsage) before anything is
+    /// sent, or a WriteFailure for the first request that fails.
     void write(const std::vector<TypedDevice>& devices, const std::vector<Value>& values);
 
 private:

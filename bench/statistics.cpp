@@ -158,6 +158,9 @@ std::vector<std::string> textLines(const Summary& summary)
 {
     std::vector<std::string> lines;
     const std::string failures = failureList(summary);
+    const std::string wanted = summary.wantedInterval.count() == 0
+                                   ? ""
+                                   : "wanted " + durationText(summary.wantedInterval) + ", ";
     lines.push_back(counted(summary.requests, "request") + ", " + std::to_string(summary.failed()) +
                     " failed" + (failures.empty() ? "" : " (" + failures + ")") +
                     (summary.retries == 0 ? ""
@@ -169,8 +172,7 @@ std::vector<std::string> textLines(const Summary& summary)
                         ", max " + durationText(summary.max));
     if (summary.achievedInterval.count() > 0)
         lines.push_back(counted(summary.rounds, "round") + ", one every " +
-                        durationText(summary.achievedInterval) + " (wanted " +
-                        durationText(summary.wantedInterval) + ", longest " +
+                        durationText(summary.achievedInterval) + " (" + wanted + "longest " +
                         durationText(summary.longestInterval) + ")");
     return lines;
 }

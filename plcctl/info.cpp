@@ -3,6 +3,8 @@
 #include "commands.h"
 #include "report.h"
 
+#include "bench/nearest.h"
+
 #include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
 #include "drivers/driversetting.h"
@@ -11,6 +13,7 @@
 #include <QString>
 
 #include <cstdio>
+#include <iterator>
 
 namespace plcctl
 {
@@ -26,6 +29,12 @@ struct InfoOptions {
 /// By the codes of settings records; the runtime may know more.
 const char* const Parities[] = {"no", "odd", "even", "mark", "space"};
 const char* const StopBits[] = {"1", "1.5", "2"};
+constexpr double StopBitCounts[] = {1, 1.5, 2};
+
+bool isByChannel(const host::DeviceArea& area)
+{
+    return area.numbering == host::Numbering::Channel;
+}
 
 template <std::size_t Count>
 std::string wordOf(const char* const (&words)[Count], int code)
@@ -64,26 +73,61 @@ std::string textOf(const DriverSetting& setting)
            std::to_string(setting.delay) + " ms, station " + std::to_string(setting.stationid);
 }
 
-template <typename Widths>
-std::string widthNames(const Widths& widths)
+Json widthsJson(const host::Widths& widths)
 {
-    std::string names;
+    Json names = Json::array();
     for (DriverDataType width : {DataBit, DataByte, DataWord, DataDoubleWord})
         if (widths.has(width))
-            names += (names.empty() ? "" : " ") + std::string(host::nameOf(width));
+            names.push_back(host::nameOf(width));
     return names;
 }
 
+Json areasJson(const host::DriverDescription& description)
+{
+    Json areas = Json::array();
+    for (const host::DeviceArea& area : description.areas)
+        areas.push_back({{"area", area.letters},
+                         {"what", area.name},
+                         {"holds", host::nameOf(area.holds)},
+                         {"type", area.type},
+                         {"read", widthsJson(area.read)},
+                         {"write", widthsJson(area.write)},
+                         {"numbers", isByChannel(area) ? "channel" : "decimal"}});
+    return areas;
+}
+
+/// In which kind of types an area is served.
+std::string kindsOf(const host::Widths& widths)
+{
+    const bool numbers = widths.has(DataByte) || widths.has(DataWord) || widths.has(DataDoubleWord);
+    if (widths.has(DataBit))
+        return numbers ? "both" : "bool";
+    return numbers ? "number" : "no";
+}
+
+/// Fits a terminal of 80 columns.
 Table areasOf(const host::DriverDescription& description)
 {
-    Table table{{"area", "what", "holds", "type", "read", "write", "numbers"}, {}};
+    Table table{{"area", "what", "type", "read", "write"}, {}};
     for (const host::DeviceArea& area : description.areas)
         table.rows.push_back(
-            {area.letters, area.name, std::string(host::nameOf(area.holds)), area.type,
-             widthNames(area.read), widthNames(area.write),
-             std::string(area.numbering == host::Numbering::Channel ? "channel, bit 00 to 15"
-                                                                    : "decimal")});
+            {area.letters, area.name, area.type, kindsOf(area.read), kindsOf(area.write)});
     return table;
+}
+
+/// The areas whose numbers are a channel and a bit of it.
+std::vector<std::string> areasByChannel(const host::DriverDescription& description)
+{
+    std::vector<std::string> letters;
+    for (const host::DeviceArea& area : description.areas)
+        if (isByChannel(area))
+            letters.push_back(area.letters);
+    return letters;
+}
+
+Json stopBitsJson(int code)
+{
+    return code >= 0 && code < int(std::size(StopBitCounts)) ? Json(StopBitCounts[code]) : Json();
 }
 
 Json lineJson(const DeviceSetting& setting)
@@ -92,7 +136,7 @@ Json lineJson(const DeviceSetting& setting)
             {"baud", setting.baudrate},
             {"dataBits", setting.databits},
             {"parity", wordOf(Parities, setting.parity)},
-            {"stopBits", wordOf(StopBits, setting.stopbits)}};
+            {"stopBits", stopBitsJson(setting.stopbits)}};
 }
 
 Json exchangeJson(const DriverSetting& setting)
@@ -103,12 +147,23 @@ Json exchangeJson(const DriverSetting& setting)
             {"station", setting.stationid}};
 }
 
+void printAreas(const host::DriverDescription& description, Format format)
+{
+    if (description.areas.empty())
+        return note("the driver does not describe its devices; give each a type, as in D5:word");
+    std::printf("\n");
+    printTable(areasOf(description), format);
+    const auto byChannel = areasByChannel(description);
+    if (format == Format::Table && !byChannel.empty())
+        std::printf("\nThe last two digits of a number in %s are a bit, 00 to 15.\n",
+                    bench::listed(byChannel, byChannel.size()).c_str());
+}
+
 void printInfo(const bench::Driver& driver, Format format)
 {
     DriverInterface& object = driver.object();
     const std::unique_ptr<DeviceSetting> line(object.getDefaultSerialDeviceSetting());
     const std::unique_ptr<DriverSetting> exchange(object.getDefaultDriverSetting());
-    const Table areas = areasOf(driver.description());
     const std::string lineText = object.getStringBasedDefaultDriverSetting().toStdString();
     if (format == Format::Json)
         return printJson({{"name", driver.name()},
@@ -123,7 +178,7 @@ void printInfo(const bench::Driver& driver, Format format)
                           {"line", lineJson(*line)},
                           {"exchange", exchangeJson(*exchange)},
                           {"protocol", driver.description().protocol},
-                          {"areas", jsonOf(areas)}},
+                          {"areas", areasJson(driver.description())}},
                          2);
     printTable({{"name", driver.name()},
                 {{std::string("vendor"), object.vender().toStdString()},
@@ -137,10 +192,7 @@ void printInfo(const bench::Driver& driver, Format format)
                  {std::string(""), textOf(*line)},
                  {std::string("default timing"), textOf(*exchange)}}},
                format);
-    if (areas.rows.empty())
-        return note("the driver does not describe its devices; give each a type, as in D5:word");
-    std::printf("\n");
-    printTable(areas, format);
+    printAreas(driver.description(), format);
 }
 
 } // namespace

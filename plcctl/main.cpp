@@ -96,6 +96,8 @@ int main(int argc, char** argv)
         return 128 + plcctl::StopSignal::caught();
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
         return status;
-    plcctl::note("cannot write to standard output");
-    return bench::exitStatus(bench::FailureKind::CannotOpen);
+    const int lost = bench::exitStatus(bench::FailureKind::CannotOpen);
+    if (status != lost) // else the reason has been told
+        plcctl::note("cannot write to standard output");
+    return lost;
 }

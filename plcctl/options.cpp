@@ -14,7 +14,7 @@ namespace
 constexpr int MaxMs = 3600 * 1000;
 constexpr int MaxDurationMs = 24 * 3600 * 1000;
 constexpr int MaxRetries = 1000;
-constexpr int MaxCount = 65535;
+constexpr int MaxCount = 1000 * 1000;
 
 const char* const LineGroup = "The line";
 const char* const ProjectGroup = "The panel project";

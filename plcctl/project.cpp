@@ -20,6 +20,9 @@ const QString Connection = QStringLiteral("panel project");
 /// Station numbers have eight bits, and are cut to them wherever they are looked up.
 constexpr int StationMask = 0xFF;
 
+/// As many as operating systems number; what is beyond is no name of a panel's port.
+constexpr int MostComPorts = 256;
+
 const char* const LinksQuery =
     "SELECT LINK.HMIPORT, LINK.LINKID, NODE.STATIONID, NODE.IP, NODE.PORT "
     "FROM LINK LEFT JOIN NODE ON NODE.LINKID = LINK.LINKID AND NODE.ISDEFAULT = 1 "
@@ -112,7 +115,10 @@ std::string portNameOf(int hmiPort)
 {
     static const int ethernet = DevStrToHmiPort(QStringLiteral("ETHERNET"));
     static const int beforeCom1 = DevStrToHmiPort(QStringLiteral("COM0"));
-    return hmiPort == ethernet ? "ETHERNET" : "COM" + std::to_string(hmiPort - beforeCom1);
+    if (hmiPort == ethernet)
+        return "ETHERNET";
+    const int number = hmiPort - beforeCom1;
+    return number >= 1 && number <= MostComPorts ? "COM" + std::to_string(number) : "";
 }
 
 } // namespace plcctl

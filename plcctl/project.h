@@ -48,7 +48,8 @@ private:
     std::string m_directory;
 };
 
-/// The name that ports with this HMI port number have, such as "COM2" for 1001.
+/// The name that ports with this HMI port number have, such as "COM2" for 1001; empty for a number
+/// that no port has.
 std::string portNameOf(int hmiPort);
 
 } // namespace plcctl

@@ -18,22 +18,17 @@ struct ReadOptions {
     Style style;
 };
 
-/// Tells of each failure once, by the name of the first point that it hit. Returns the exit status
-/// of the first.
+/// Tells of each failure once. Returns the exit status of the first.
 int reportFailures(const std::vector<bench::Point>& points,
                    const std::vector<bench::Reading>& readings)
 {
-    int status = Success;
-    std::string last;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        const auto& failure = readings[i].failure;
-        if (!failure || failure->what() == last)
-            continue;
-        report(*failure, points[i].name);
-        last = failure->what();
-        status = status == Success ? bench::exitStatus(failure->kind()) : status;
-    }
-    return status;
+    std::vector<FailedPoints> failed;
+    for (std::size_t i = 0; i < points.size(); ++i)
+        if (readings[i].failure)
+            addFailed(failed, *readings[i].failure, points[i].name);
+    for (const FailedPoints& some : failed)
+        report(some.failure, firstAndMore(some.first, some.count));
+    return failed.empty() ? Success : bench::exitStatus(failed.front().failure.kind());
 }
 
 /// The values that came are printed also when others failed.
@@ -41,7 +36,9 @@ int read(const ReadOptions& options)
 {
     Bench bench(options.bench);
     const std::vector<bench::Point> points = bench.points(options.devices, options.count);
-    const auto readings = bench.session().read(devicesOf(points));
+    const std::vector<bench::TypedDevice> devices = devicesOf(points);
+    const auto plan = bench::planReads(devices, bench.driver().blocks());
+    const auto readings = bench.session().read(plan, devices);
     std::vector<PointValue> values;
     for (std::size_t i = 0; i < points.size(); ++i)
         if (readings[i].value)

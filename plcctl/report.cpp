@@ -2,6 +2,7 @@
 
 #include "help.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <sstream>
 
@@ -14,14 +15,48 @@ namespace
 /// Beside an indent, in a terminal of 80 columns.
 constexpr std::size_t AdviceWidth = 72;
 
+/// The options that the advice speaks of.
+std::string optionsFor(bench::FailureKind kind)
+{
+    if (kind == bench::FailureKind::NoReply)
+        return " See --line and --timeout.";
+    return kind == bench::FailureKind::InvalidReply ? " See --line." : "";
+}
+
+/// Refusals have codes that matter; how much of a reply was missing does not.
+bool isSame(const bench::Failure& a, const bench::Failure& b)
+{
+    const bool refused = a.kind() == bench::FailureKind::ControllerRefused;
+    return a.kind() == b.kind() && (!refused || std::string(a.what()) == b.what());
+}
+
 } // namespace
 
 void report(const bench::Failure& failure, const std::string& subject)
 {
     note((subject.empty() ? "" : subject + ": ") + failure.what());
-    std::istringstream advice(wrapped(failure.advice(), AdviceWidth));
+    if (failure.advice().empty())
+        return;
+    std::istringstream advice(wrapped(failure.advice() + optionsFor(failure.kind()), AdviceWidth));
     for (std::string line; std::getline(advice, line);)
         std::fprintf(stderr, "        %s\n", line.c_str());
+}
+
+void addFailed(std::vector<FailedPoints>& failed, const bench::Failure& failure,
+               const std::string& name)
+{
+    const auto same = std::find_if(failed.begin(), failed.end(), [&](const FailedPoints& other) {
+        return isSame(failure, other.failure);
+    });
+    if (same == failed.end())
+        failed.push_back({failure, name, 1});
+    else
+        ++same->count;
+}
+
+std::string firstAndMore(const std::string& first, std::size_t count)
+{
+    return first + (count > 1 ? " and " + std::to_string(count - 1) + " more" : "");
 }
 
 void note(const std::string& text)

@@ -4,7 +4,9 @@
 
 #include "bench/failure.h"
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 namespace plcctl
 {
@@ -16,6 +18,20 @@ constexpr int Success = 0;
 ///
 /// subject  what it happened to, such as a device; may be empty
 void report(const bench::Failure& failure, const std::string& subject = std::string());
+
+/// A failure and the points that it hit.
+struct FailedPoints {
+    bench::Failure failure;
+    std::string first;
+    std::size_t count;
+};
+
+/// Adds a point to the failure of the same cause, or begins a new one.
+void addFailed(std::vector<FailedPoints>& failed, const bench::Failure& failure,
+               const std::string& name);
+
+/// "DM0", "DM0 and 9 more".
+std::string firstAndMore(const std::string& first, std::size_t count);
 
 /// Prints one line on standard error, with the program's name before it.
 void note(const std::string& text);

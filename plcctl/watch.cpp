@@ -75,37 +75,55 @@ private:
     Style m_style;
 };
 
-std::string subject(const bench::Watched& watched)
+std::string subject(const std::string& first, std::size_t count)
 {
-    return clockTime() + " " + watched.point.name;
+    return clockTime() + " " + firstAndMore(first, count);
 }
 
-/// A failure that lasts is told once; its details may vary. Advice comes with the first of a kind
-/// only, so that a line that comes and goes fills no screen with it.
+/// A failure that lasts is told once, for all points that it hit; its details may vary. Advice
+/// comes with the first of a kind only, so that a line that comes and goes fills no screen with it.
 class FailureTeller
 {
 public:
-    void tell(const bench::Watched& watched)
+    void tell(const std::vector<bench::Watched>& points)
     {
-        if (watched.isBack)
-            note(subject(watched) + ": answers again");
-        if (!watched.isNewFailure)
-            return;
-        const Failure& failure = *watched.failure;
-        int& told = m_told[std::size_t(failure.kind())];
-        const std::string count = told == 0 ? "" : " (time " + std::to_string(told + 1) + ")";
-        report(Failure(failure.kind(), failure.what() + count, told == 0 ? failure.advice() : ""),
-               subject(watched));
-        ++told;
+        tellBack(points);
+        std::vector<FailedPoints> failed;
+        for (const bench::Watched& watched : points)
+            if (watched.isNewFailure)
+                addFailed(failed, *watched.failure, watched.point.name);
+        for (const FailedPoints& some : failed)
+            tell(some);
     }
 
 private:
+    static void tellBack(const std::vector<bench::Watched>& points)
+    {
+        std::vector<std::string> back;
+        for (const bench::Watched& watched : points)
+            if (watched.isBack)
+                back.push_back(watched.point.name);
+        if (!back.empty())
+            note(subject(back.front(), back.size()) +
+                 (back.size() == 1 ? ": answers again" : ": answer again"));
+    }
+
+    void tell(const FailedPoints& some)
+    {
+        const Failure& failure = some.failure;
+        const int told = m_told[std::size_t(failure.kind())]++;
+        const std::string times =
+            told == 0 ? "" : ", " + std::to_string(told + 1) + " times so far";
+        report(Failure(failure.kind(), failure.what() + times, told == 0 ? failure.advice() : ""),
+               subject(some.first, some.count));
+    }
+
     int m_told[bench::LastFailureKind + 1] = {};
 };
 
 void tellRound(const bench::Round& round, milliseconds interval)
 {
-    if (!round.isNews)
+    if (!round.isNews || interval == milliseconds::zero()) // at 0 as fast as can be
         return;
     const std::string wanted = "the interval of " + bench::durationText(interval);
     note(round.overran ? wanted + " cannot be held: a round took " + bench::durationText(round.took)
@@ -132,11 +150,10 @@ int watchPoints(Bench& bench, bench::Watcher& watcher, const WatchOptions& optio
         const bench::Round round = watcher.round();
         if (bench.isStopped())
             return Success;
-        for (const bench::Watched& watched : watcher.points()) {
-            failures.tell(watched);
+        failures.tell(watcher.points());
+        for (const bench::Watched& watched : watcher.points())
             if (watched.isNewValue)
                 changes.print({&watched.point, *watched.value});
-        }
         tellRound(round, milliseconds(options.intervalMs));
         const Failure* const failure = watcher.firstFailure();
         if (done == options.rounds || (failure && failure->kind() == FailureKind::WrongUsage))

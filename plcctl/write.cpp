@@ -107,13 +107,26 @@ void verify(bench::Session& session, const Plan& plan)
     for (std::size_t i = 0; i < readings.size(); ++i) {
         const bench::Point& point = plan.points[i];
         if (readings[i].failure)
-            throw readings[i].failure->with(" (while it was read back)");
-        if (*readings[i].value != plan.values[i])
+            throw Failure(readings[i].failure->kind(),
+                          point.name + ": " + readings[i].failure->what() + " (reading it back)",
+                          readings[i].failure->advice());
+        const bench::Type& type = point.device.type;
+        if (bench::dataOf(*readings[i].value, type) != bench::dataOf(plan.values[i], type))
             throw Failure(FailureKind::Different,
                           point.name + ": wrote " + bench::textOf(point, plan.values[i]) +
                               ", read back " + bench::textOf(point, *readings[i].value),
                           "The controller took the value and changed it, or its program did.");
     }
+}
+
+void send(bench::Session& session, const Plan& plan)
+try {
+    session.write(devicesOf(plan.points), plan.values);
+} catch (const bench::WriteFailure& failure) {
+    const std::string before =
+        failure.index == 0 ? "" : " (written before it: " + counted(failure.index, "value") + ")";
+    throw Failure(failure.kind(), plan.points[failure.index].name + ": " + failure.what() + before,
+                  failure.advice());
 }
 
 void checkArguments(const WriteOptions& options)
@@ -130,11 +143,14 @@ int write(const WriteOptions& options)
     Bench bench(options.bench);
     const Plan plan = options.from.empty() ? planFromArguments(bench, options)
                                            : planFromFile(bench, options.from);
+    // What can't be written as a whole is refused before the port is opened.
+    bench::planWrites(devicesOf(plan.points), plan.values, bench.driver().blocks());
     bench::Session& session = bench.session();
-    session.write(devicesOf(plan.points), plan.values);
+    send(session, plan);
     if (options.verify)
         verify(session, plan);
-    note(counted(plan.values.size(), "value") + " written" +
+    note((options.from.empty() ? options.device : options.from) + ": " +
+         counted(plan.values.size(), "value") + " written" +
          (options.verify ? " and read back" : "") +
          (options.bench.port.isSimulated() ? ", to a simulated controller that ends now" : ""));
     return Success;

@@ -180,9 +180,10 @@ TEST(Parts, ReceivingWhatTheFirstBytesTell)
         const char* name;
         std::vector<std::string> script;
         bool good;
+        const char* bytes = "";
     } rows[] = {
-        {"rest", {R"(read 2 "3x")", R"(read 3 "abc")"}, true},
-        {"no rest", {R"(read 2 "0x")"}, true},
+        {"rest", {R"(read 2 "3x")", R"(read 3 "abc")"}, true, "3xabc"},
+        {"no rest", {R"(read 2 "0x")"}, true, "0x"},
         {"refused by the caller", {R"(read 2 "!x")"}, false},
         {"shorter than the shortest", {R"(read 2 "3")"}, false},
         {"rest is cut", {R"(read 2 "3x")", R"(read 3 "ab")"}, false},
@@ -194,6 +195,7 @@ TEST(Parts, ReceivingWhatTheFirstBytesTell)
         ErrorState error;
         char buffer[16] = {};
         EXPECT_EQ(Exchange(&port, error).receiveProbed(buffer, 2, restOf), row.good);
+        EXPECT_EQ(row.good ? std::string(buffer) : "", row.bytes);
         EXPECT_EQ(port.calls(), row.script);
     }
 }

@@ -1,10 +1,15 @@
 // What plcctl prints and what it ends with, run as a program.
 #include "program.h"
 
+#include "host/portaddress.h"
+#include "support/farend.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <csignal>
+#include <fstream>
+#include <sstream>
 #include <vector>
 
 namespace
@@ -21,7 +26,7 @@ struct Row {
 };
 
 const std::string BuiltIn =
-    "using the built-in simulated controller (kv1000); --port leads to a real one\n";
+    "plcctl: using the built-in simulated controller (kv1000); --port leads to a real one\n";
 
 void expectOutcomes(const std::vector<Row>& rows)
 {
@@ -32,9 +37,17 @@ void expectOutcomes(const std::vector<Row>& rows)
         SCOPED_TRACE(std::string(row.name) + ": " + row.arguments + "\n" + run.err);
         EXPECT_EQ(run.status, row.status);
         EXPECT_EQ(run.out, row.out);
-        EXPECT_NE(run.err.find(row.error), std::string::npos);
+        EXPECT_NE(run.err.find(row.error), std::string::npos) << row.error;
         EXPECT_EQ(run.err.empty(), *row.error == '\0');
     }
+}
+
+int countOf(const std::string& part, const std::string& text)
+{
+    int count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
 }
 
 TEST(Outcome, OfReading)
@@ -44,22 +57,30 @@ TEST(Outcome, OfReading)
         {"Signed", "read DM7 -s --set DM7=0xFFFB", 0, "DM7  -5\n", ""},
         {"DoubleWordsStepByTwoWords", "read DM8 -c 2 -t dword --set DM8=1,0,2,1", 0,
          "DM8       1\nDM10  65538\n", ""},
-        {"WordsOfATimerHaveNoNames", "read T9 -c 2 --set T9=65537", 0, "T9     1\nT9[1]  1\n", ""},
-        {"RelaysCrossTheChannel", "read MR514 -c 3 -t bit --set MR515=1,1", 0,
+        {"Timers", "read T9 -c 2 --set T9=65537,3", 0, "T9   65537\nT10      3\n", ""},
+        {"RelaysCrossTheChannel", "read MR514 -c 3 --set MR515=1,1", 0,
          "MR514  0\nMR515  1\nMR600  1\n", ""},
-        {"Bytes", "read DM7 -c 3 -t byte -x --set DM7=0x1234,0x56", 0,
-         "DM7     0x34\nDM7[1]  0x12\nDM7[2]  0x56\n", ""},
-        {"Csv", "read DM7 -f csv --set DM7=12", 0, "device,type,value\nDM7,word,12\n", ""},
-        {"GoodOnesBesideABadOne", "read DM7 MR0 DM8 --set DM7=1,2", 2, "DM7  1\nDM8  2\n",
-         "plcctl: MR0: can't read word from MR0\n"},
+        {"Bytes", "read DM7 -c 3 -t byte --set DM7=0x1234,0x56", 0,
+         "DM7     52\nDM7[1]  18\nDM8     86\n", ""},
+        {"EachInItsType",
+         "read MR500 DM8:dint T5 DM20:real DM30:string4 DM8 --set MR500=1 "
+         "--set DM8=0xFFFE,0xFFFF --set T5=7 --set DM20=0,0x3FC0 "
+         "--set DM30=0x6241,0x2C63",
+         0, "MR500      1\nDM8       -2\nT5         7\nDM20     1.5\nDM30    Abc,\nDM8    65534\n",
+         ""},
+        {"Range", "read MR514..MR600 --set MR515=1", 0, "MR514  0\nMR515  1\nMR600  0\n", ""},
+        {"Csv", "read DM7 DM30:string4 -f csv --set DM7=12 --set DM30=0x2241,0x2C63", 0,
+         "name,device,type,value,unit\nDM7,DM7,uint,12,\nDM30,DM30,string4,\"A\"\"c,\",\n", ""},
+        {"GoodOnesBesideABadOne", "read DM7 T5 -o 20 --retry 0 --set DM7=1 --fault error=1@RDS#2-2",
+         1, "DM7  1\n", "plcctl: T5: Response During an Error:E1\\r\\n\n"},
         {"Json", "read DM7 -c 2 -s -f json --set DM7=65535,2", 0,
-         "[\n  {\"device\":\"DM7\",\"type\":\"word\",\"value\":-1},\n"
-         "  {\"device\":\"DM8\",\"type\":\"word\",\"value\":2}\n]\n",
+         "[\n  {\"name\":\"DM7\",\"device\":\"DM7\",\"type\":\"uint\",\"value\":-1},\n"
+         "  {\"name\":\"DM8\",\"device\":\"DM8\",\"type\":\"uint\",\"value\":2}\n]\n",
          ""},
         {"JsonOfHexadecimal", "read DM7 -x -f json --set DM7=12", 0,
-         "[\n  {\"device\":\"DM7\",\"type\":\"word\",\"value\":\"0x000C\"}\n]\n", ""},
-        {"JsonOfNothing", "read MR0 -f json", 2, "[]\n", "--type bit"},
-        {"Traced", "read DM7 --trace --set DM7=12", 0, "DM7  12\n", R"("RDS DM00007 1\r\n")"},
+         "[\n  {\"name\":\"DM7\",\"device\":\"DM7\",\"type\":\"uint\",\"value\":\"0x000C\"}\n]\n",
+         ""},
+        {"JsonOfNothing", "read MR0 -f json --retry 0 --fault error", 1, "[]\n", "MR0: "},
         {"AfterARetry", "read DM7 --fault silent#1 -o 20 --retry 1 --set DM7=3", 0, "DM7  3\n", ""},
     });
 }
@@ -70,34 +91,48 @@ TEST(Outcome, OfFailures)
         {"Refused", "read DM7 --fault error=1@RDS --retry 0", 1, "",
          "DM7: Response During an Error:E1\\r\\n\n"},
         {"WriteRefused", "write DM99999 1", 1, "", "DM99999: Response During an Error:E0\\r\\n\n"},
-        {"NotADeviceOfAnotherDriver", "read DM7 --driver " MODBUS_DRIVER, 2, "",
-         "invalid device address: DM7"},
+        {"LaterWriteRefused", "write DM0 -t int 5 6 --fault error=0@WRS", 1, "", "DM0: Response"},
+        {"TimeoutAndAdvice", "read DM7 MR0 --fault silent --timeout 100 --retry 0", 4, "",
+         "plcctl: DM7 and 1 more: packet loss (0 of 4 bytes within 100 ms)\n"
+         "        No complete reply came in time. Check cable, power and the line's\n"
+         "        settings (speed, parity), or allow a longer time-out. See --line and\n"
+         "        --timeout.\n"},
         {"NoSuchDriver", "read DM7 --driver /nowhere/libx.so", 3, "", "/nowhere/libx.so"},
         {"WatchThatFailsToTheEnd", "watch DM7 -n 2 -i 0 -o 20 --retry 0 --fault silent@RDS", 4, "",
          "packet loss"},
         {"NoSuchLine", "read DM7 -p /nowhere/tty", 3, "", "can't open /nowhere/tty"},
         {"AddressOfOthers", "simulate --tcp 192.0.2.1:0", 3, "", "192.0.2.1"},
+        {"NoSuchFile", "write --from /nowhere/values", 3, "", "cannot read /nowhere/values"},
     });
 }
 
+/// All are refused before a port is opened: the line does not exist.
 TEST(Outcome, OfMisuse)
 {
     expectOutcomes({
         {"Nothing", "", 2, "", "plcctl --help"},
-        {"NoSuchCommand", "raed DM7", 2, "", "no such subcommand or option: raed"},
-        {"UnknownType", "read DM7 -t float", 2, "", "{bit,byte,word,dword,block}"},
+        {"NoSuchCommand", "raed DM7", 2, "", "Did you mean 'plcctl read'?"},
+        {"UnknownType", "read DM7 -t flaot -p /nowhere/tty", 2, "", "there is no type 'flaot'"},
         {"NoCount", "read DM7 -c 0", 2, "", "not in range 1 to"},
-        {"MoreThanTheDriverTakes", "read DM7 -c 1025", 2, "", "at most 1024 words"},
-        {"RelayAsWord", "read MR7", 2, "", "--type bit"},
-        {"UnknownLine", "read DM7 -l RS232,9600", 2, "", "--line: "},
+        {"BeyondTheArea", "read DM99990 -c 20 -p /nowhere/tty", 2, "", "at most 5 digits"},
+        {"RelayAsNumber", "read DM7 MR0:uint -p /nowhere/tty", 2, "", "Type MR0:bool."},
+        {"WordAsBit", "read DM7:bool -p /nowhere/tty", 2, "", "Type DM7:uint, or another of"},
+        {"HalfADevice", "write DM 5 -p /nowhere/tty", 2, "", "Type DM0, for example."},
+        {"NoSuchRelay", "read MR516 -p /nowhere/tty", 2, "", "a bit, 00 to 15"},
+        {"UnknownArea", "read DN7 -p /nowhere/tty", 2, "", "There are DM, EM,"},
+        {"DeviceOfAnotherDriver", "read DM7 --driver " MODBUS_DRIVER, 2, "", "There are HR, C."},
+        {"UnknownLine", "read DM7 -l RS232,9600 -p /nowhere/tty", 2, "", "--line: "},
         {"UnknownTcpPort", "read DM7 -p tcp:localhost:70000", 2, "", "--port: "},
-        {"FaultOfARealLine", "read DM7 -p /nowhere/tty --fault silent", 2, "", "--port sim"},
-        {"NotAValue", "write DM7 twelve", 2, "", "'twelve' is not a number"},
-        {"TooLargeForAWord", "write DM7 1 65536", 2, "", "-32768 to 65535"},
-        {"NotABit", "write MR7 1 2 -t bit", 2, "", "'2' does not fit a bit: 0 or 1"},
-        {"WordToACounterComparator", "write CTC1 5", 2, "", "can't write word to CTC1\n"},
-        {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: 'nine'"},
-        {"Ipv6WithoutBrackets", "simulate --tcp ::1:0", 2, "", "--tcp: '::1:0'"},
+        {"FaultOfARealLine", "read DM7 -p /nowhere/tty --fault silent", 2, "", "--port"},
+        {"NotAValue", "write DM7 twelve -p /nowhere/tty", 2, "", "'twelve' is not a number"},
+        {"TooLarge", "write DM7 1 65536 -p /nowhere/tty", 2, "", "does not fit uint: 0 to 65535"},
+        {"WordsToRelays", "write MR7 1 12 -p /nowhere/tty", 2, "", "'12' is not a bool"},
+        {"HalfAWord", "write DM7:byte 1 -p /nowhere/tty", 2, "", "the rest of DM7 would be"},
+        {"ToACounterComparator", "write CTC1 5 -p /nowhere/tty", 2, "", "The set value of CTC"},
+        {"TooFewValues", "write DM0..DM2 1 2 -p /nowhere/tty", 2, "", "needs no count"},
+        {"NothingToWrite", "write DM7 -p /nowhere/tty", 2, "", "a device and values, or --from"},
+        {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: port \"nine\""},
+        {"Ipv6WithoutBrackets", "simulate --tcp ::1:0", 2, "", "--tcp: port \"::1:0\""},
         {"UnknownProtocol", "simulate --protocol can", 2, "", "{kv1000,modbusrtu}"},
         {"UnknownMovement", "simulate --move DM0=saw/1s", 2, "", "--move: \"saw\""},
     });
@@ -112,17 +147,121 @@ TEST(BuiltInController, IsTheOneThatTheDriverSpeaksToAndSaysSo)
     EXPECT_NE(modbus.err.find("controller (modbusrtu)"), std::string::npos);
     const Result none = plcctl("read D5 --driver " MINIMAL_DRIVER);
     EXPECT_EQ(none.status, 2);
-    EXPECT_NE(none.err.find("--port is needed"), std::string::npos) << none.err;
+    EXPECT_NE(none.err.find("real one with --port"), std::string::npos) << none.err;
+}
+
+TEST(Requests, AreAsFewAsCanBe)
+{
+    const struct {
+        const char* arguments;
+        std::vector<std::string> commands; ///< in this order, and no others
+    } rows[] = {
+        {"read DM100 DM101:int DM102", {"RDS DM00100 3"}},
+        {"read DM8:dint MR3 DM7 MR2 DM7", {"RDS DM00007 3", "RDS MR00002 2"}},
+        {"read DM0..DM2000 ",
+         {"RDS DM00000 256", "RDS DM00256 256", "RDS DM00512 256", "RDS DM00768 256",
+          "RDS DM01024 256", "RDS DM01280 256", "RDS DM01536 256", "RDS DM01792 209"}},
+        {"write DM0 1 2 3", {"WRS DM00000 3 00001 00002 00003"}},
+    };
+    for (const auto& row : rows) {
+        const Result run = plcctl(row.arguments + std::string(" --trace"));
+        SCOPED_TRACE(row.arguments + ("\n" + run.err));
+        EXPECT_EQ(run.status, 0);
+        std::size_t at = 0;
+        for (const std::string& command : row.commands) {
+            at = run.err.find("\"" + command + "\\r\\n\"", at);
+            EXPECT_NE(at, std::string::npos) << command;
+        }
+        EXPECT_EQ(countOf("\"RDS ", run.err) + countOf("\"WRS ", run.err),
+                  int(row.commands.size()));
+    }
+}
+
+/// Written to a file before plcctl reads it; FILE in the arguments becomes its path.
+struct FileRow {
+    const char* name;
+    const char* content;
+    const char* arguments;
+    int status;
+    const char* out;
+    const char* error;
+};
+
+void expectOutcomes(const std::vector<FileRow>& rows)
+{
+    const QTemporaryDir directory;
+    const std::string path = directory.filePath("file").toStdString();
+    for (const FileRow& row : rows) {
+        std::ofstream(path, std::ios::trunc) << row.content;
+        std::string arguments = row.arguments;
+        arguments.replace(arguments.find("FILE"), 4, path);
+        std::string error = row.error;
+        if (error.find("FILE") != std::string::npos)
+            error.replace(error.find("FILE"), 4, path);
+        expectOutcomes({{row.name, arguments.c_str(), row.status, row.out, error.c_str()}});
+    }
+}
+
+constexpr const char* Tags = "name,device,type,factor,offset,unit,decimals,writable,min,max\n"
+                             "boiler.temp,DM100,int,0.1,-10,°C,1,no,,\n"
+                             "boiler.setpoint,DM101,int,0.5,,°C,1,yes,5,80\n"
+                             "pump,MR500,,,,,,yes,,\n";
+
+TEST(Tags, AreReadAndWrittenByTheirNames)
+{
+    const char* const shown = "boiler.temp      11.5 °C\nboiler.setpoint  20.5 °C\n";
+    expectOutcomes(std::vector<FileRow>{
+        {"Pattern", Tags, "read boiler.* --tags FILE --set DM100=215,41", 0, shown, ""},
+        {"Csv", Tags, "read boiler.temp pump --tags FILE -f csv --set DM100=215", 0,
+         "name,device,type,value,unit\nboiler.temp,DM100,int,11.5,°C\npump,MR500,bool,0,\n", ""},
+        {"Json", Tags, "read boiler.temp --tags FILE -f json --set DM100=215", 0,
+         "[\n  {\"name\":\"boiler.temp\",\"device\":\"DM100\",\"type\":\"int\",\"value\":11.5,"
+         "\"unit\":\"°C\"}\n]\n",
+         ""},
+        {"Scaled", Tags, "write boiler.setpoint 20.5 --tags FILE --trace", 0, "",
+         R"("WRS DM00101 1 00041\r\n")"},
+        {"ReadOnly", Tags, "write boiler.temp 20 --tags FILE -p /nowhere/tty", 2, "",
+         "boiler.temp is not writable"},
+        {"AboveItsMaximum", Tags, "write boiler.setpoint 80.5 --tags FILE -p /nowhere/tty", 2, "",
+         "80.5 is above its maximum, 80 °C"},
+        {"BelowItsMinimum", Tags, "write boiler.setpoint 4 --tags FILE -p /nowhere/tty", 2, "",
+         "4 is below its minimum, 5 °C"},
+        {"Mistyped", Tags, "read boiler.tmep --tags FILE -p /nowhere/tty", 2, "",
+         "Type boiler.temp?"},
+        {"RefusedByItsName", Tags, "write boiler.setpoint 9 --tags FILE --fault error=0@WRS", 1, "",
+         "boiler.setpoint: Response"},
+        {"WrongFile", "name,device\na,DM7\nb,DN7\n", "read a --tags FILE", 2, "",
+         "line 3, column 2"},
+    });
+}
+
+TEST(WriteFrom, TakesAFileOfPairs)
+{
+    expectOutcomes(std::vector<FileRow>{
+        {"Pairs", "# a recipe\nDM100 1\n\nDM101 = 2 # two\nMR500=1\r\n", "write --from FILE", 0, "",
+         "FILE: 3 values written"},
+        {"BadValue", "DM100 1\n\nMR500 7\n", "write --from FILE -p /nowhere/tty", 2, "",
+         "FILE, line 3: '7' is not a bool"},
+        {"NoValue", "DM100 1\nDM101\n", "write --from FILE -p /nowhere/tty", 2, "",
+         "FILE, line 2: there is no value after DM101"},
+        {"Twice", "DM100 1\nDM100 2\n", "write --from FILE -p /nowhere/tty", 2, "", "DM100"},
+    });
 }
 
 TEST(Info, TellsWhatTheDriverAnswers)
 {
     const Json info = Json::parse(plcctl("info -f json").out);
     EXPECT_EQ(info.at("name"), "KEYENCE KV-1000");
-    EXPECT_EQ(info.at("port kinds"), "0x70");
-    EXPECT_EQ(info.at("block size"), "1024");
-    EXPECT_EQ(info.at("default line"), "RS232,9600,EVEN,8,1");
-    EXPECT_EQ(info.at("default timing"), "time-out 500 ms, 3 retries, delay 0 ms, station 0");
+    EXPECT_EQ(info.at("portKinds"), 0x70);
+    EXPECT_EQ(info.at("blockSize"), 1024);
+    EXPECT_EQ(info.at("defaultLine"), "RS232,9600,EVEN,8,1");
+    EXPECT_EQ(info.at("line").at("stopBits"), 1);
+    EXPECT_EQ(info.at("exchange").at("timeoutMs"), 500);
+    EXPECT_EQ(info.at("areas").size(), 20U);
+
+    std::istringstream table(plcctl("info").out);
+    for (std::string line; std::getline(table, line);)
+        EXPECT_LE(line.size(), 80U) << line;
 }
 
 TEST(Help, IsASuccess)
@@ -143,12 +282,13 @@ TEST(Write, IsReadBackByAnotherRun)
         const char* out;
     } rows[] = {
         {"DM10 12 0x1F", "DM10 -c 2", "DM10  12\nDM11  31\n"},
-        {"DM10 -0x8000", "DM10 -s", "DM10  -32768\n"},
-        {"DM10 -100000 -t dword", "DM10 -t dword -s", "DM10  -100000\n"},
-        {"DM20 1 2 3 -t byte", "DM20 -c 2 -x", "DM20  0x0201\nDM21  0x0003\n"},
-        {"DM20 9 65536", "DM20 -c 2", "DM20  513\nDM21    3\n"}, // nothing when one is wrong
-        {"MR515 1 0 1 -t bit", "MR515 -c 3 -t bit", "MR515  1\nMR600  0\nMR601  1\n"},
-        {"TS5 100 -t dword", "T5 TS5 -t dword", "T5    42\nTS5  100\n"},
+        {"DM10:int -0x8000", "DM10:int", "DM10  -32768\n"},
+        {"DM10 -100000 -t dint", "DM10:dint", "DM10  -100000\n"},
+        {"DM10:string6 abc --verify", "DM10:string6 DM12", "DM10  abc\nDM12    0\n"},
+        {"DM20 1 2 3 4 -t byte", "DM20 -c 2 -x", "DM20  0x0201\nDM21  0x0403\n"},
+        {"DM20 9 65536", "DM20 -c 2", "DM20   513\nDM21  1027\n"}, // nothing when one is wrong
+        {"MR515 1 0 1", "MR515 -c 3", "MR515  1\nMR600  0\nMR601  1\n"},
+        {"TS5 100", "T5 TS5", "T5    42\nTS5  100\n"},
     };
     SimulatedController controller("--set DM20=7,8 --set T5=42");
     const std::string port = " -p " + controller.tcp();
@@ -158,6 +298,20 @@ TEST(Write, IsReadBackByAnotherRun)
         EXPECT_EQ(written.out, "");
         EXPECT_EQ(run.out, row.out) << written.err << run.err;
     }
+}
+
+TEST(Write, TellsWhenAnotherValueIsReadBack)
+{
+    TcpFarEnd controller;
+    const std::string port = host::textOf(controller.address()).toStdString();
+    Background write("write D5 36 --verify --driver " MINIMAL_DRIVER " -p " + port);
+    controller.meet();
+    EXPECT_EQ(controller.receive(7), "S 5 36\n");
+    controller.send("ok\n");
+    EXPECT_EQ(controller.receive(4), "G 5\n");
+    controller.send("35\n");
+    EXPECT_EQ(write.nextLine(QProcess::StandardError), "plcctl: D5: wrote 36, read back 35");
+    EXPECT_EQ(write.end(), 6);
 }
 
 TEST(Watch, PrintsWhatChanges)
@@ -178,19 +332,67 @@ TEST(Watch, PrintsWhatChanges)
 
 TEST(Watch, EndsAfterItsRoundsAndPrintsNothingTwice)
 {
-    const Result run = plcctl("watch DM7 -n 3 -i 0 -f csv --set DM7=5");
+    const Result run = plcctl("watch DM7 -n 3 -i 1ms -f csv --set DM7=5");
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out.find("time,device,type,value\n"), 0U);
-    EXPECT_EQ(run.out.find(",DM7,word,5\n"), run.out.rfind(",DM7,word,")) << run.out;
+    EXPECT_EQ(run.out.find("time,name,device,type,value,unit\n"), 0U);
+    EXPECT_EQ(countOf(",DM7,DM7,uint,5,\n", run.out), 1) << run.out;
+    EXPECT_EQ(countOf("\n", run.out), 2) << run.out;
+    EXPECT_NE(run.err.find("\n3 requests, 0 failed\n"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("(wanted 1.0 ms, longest "), std::string::npos) << run.err;
 }
 
-TEST(Watch, OutlivesFailuresAndTellsWhenTheyAreOver)
+TEST(Watch, TellsOfAFlappingLineWithAdviceOnce)
 {
-    const Result run = plcctl("watch DM7 -n 40 -i 0 -o 20 --retry 0 --fault silent@RDS#1");
+    const Result run = plcctl("watch DM7 DM8 -n 40 -i 0 -o 20 --retry 0 -f json "
+                              "--fault silent@RDS#1,silent@RDS#20-20");
     EXPECT_EQ(run.status, 0);
-    EXPECT_NE(run.out.find("DM7  "), std::string::npos);
-    EXPECT_EQ(run.err.find("packet loss"), run.err.rfind("packet loss")) << run.err;
-    EXPECT_GT(run.err.find("DM7: answers again"), run.err.find("packet loss")) << run.err;
+    EXPECT_EQ(countOf("\"name\":\"DM8\"", run.out), 1) << run.out;
+    EXPECT_EQ(countOf("packet loss", run.err), 2) << run.err;
+    EXPECT_EQ(countOf("No complete reply", run.err), 1) << run.err;
+    EXPECT_EQ(
+        countOf("DM7 and 1 more: packet loss (0 of 4 bytes within 20 ms), 2 times so far", run.err),
+        1);
+    EXPECT_EQ(countOf("DM7 and 1 more: answer again", run.err), 2) << run.err;
+    EXPECT_EQ(countOf("interval", run.err), 1) << "0 cannot be missed\n" << run.err;
+
+    const Json summary = Json::parse(run.err.substr(run.err.find("\n{")));
+    EXPECT_EQ(summary.at("failures").at("no reply"), 2);
+    EXPECT_EQ(summary.at("rounds"), 40);
+}
+
+TEST(Log, ThatCannotBeWrittenEndsTheCommand)
+{
+    for (const char* command : {"watch DM7 -i 1ms -f csv", "watch DM7 -i 1ms", "read DM7"}) {
+        const Result run = plcctl(command, "/dev/full");
+        EXPECT_EQ(run.status, 3) << command;
+        EXPECT_EQ(countOf("cannot write to standard output", run.err), 1) << run.err;
+    }
+}
+
+TEST(Signal, EndsACommandOnASilentLine)
+{
+    const struct {
+        const char* arguments;
+        int signal;
+        int status;
+        const char* error; ///< the last line of standard error
+    } rows[] = {
+        {"watch DM7", SIGINT, 0, "0 requests, 0 failed"},
+        {"watch DM7", SIGHUP, 0, "0 requests, 0 failed"},
+        {"read DM7", SIGINT, 130, "plcctl: DM7: stopped"},
+        {"write DM7 1", SIGTERM, 143, "plcctl: DM7: stopped"},
+    };
+    SimulatedController controller("-v --fault silent");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.arguments);
+        // A minute, and a hundred times: only the signal can end it.
+        Background command(row.arguments + (" -o 60000 --retry 100 -p " + controller.tcp()));
+        for (const char* line : {" > CR", " <   (silent)"})
+            EXPECT_NE(controller.process().nextLine(QProcess::StandardError).find(line),
+                      std::string::npos);
+        EXPECT_EQ(command.endWith(row.signal), row.status);
+        EXPECT_EQ(command.nextLine(QProcess::StandardError), row.error);
+    }
 }
 
 TEST(Simulate, SpeaksModbusAtAnIpv6AddressWithMovingValues)

@@ -14,9 +14,11 @@ QStringList words(const std::string& text)
 
 } // namespace
 
-Result plcctl(const std::string& arguments)
+Result plcctl(const std::string& arguments, const std::string& outFile)
 {
     QProcess process;
+    if (!outFile.empty())
+        process.setStandardOutputFile(QString::fromStdString(outFile));
     process.start(PLCCTL, words(arguments), QIODevice::ReadOnly);
     const bool ended = process.waitForFinished(PatienceMs);
     const bool well = ended && process.exitStatus() == QProcess::NormalExit;
@@ -47,6 +49,11 @@ std::string Background::nextLine(QProcess::ProcessChannel channel)
 int Background::endWith(int signal)
 {
     ::kill(static_cast<pid_t>(m_process.processId()), signal);
+    return end();
+}
+
+int Background::end()
+{
     m_process.waitForFinished(PatienceMs);
     return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
 }

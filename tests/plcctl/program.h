@@ -16,7 +16,9 @@ struct Result {
 };
 
 /// Runs plcctl with arguments as one would type them: separated by blanks.
-Result plcctl(const std::string& arguments);
+///
+/// outFile  takes standard output, which is then empty in the result; empty for none
+Result plcctl(const std::string& arguments, const std::string& outFile = std::string());
 
 /// A plcctl that runs beside the test, ended at the latest with this object.
 class Background
@@ -29,7 +31,10 @@ public:
     /// end; empty when none came.
     std::string nextLine(QProcess::ProcessChannel channel = QProcess::StandardOutput);
 
-    /// Sends a signal, waits for the end and returns the exit status.
+    /// Waits for the end and returns the exit status, -1 when it did not end by itself.
+    int end();
+
+    /// The same after a signal.
     int endWith(int signal);
 
 private:

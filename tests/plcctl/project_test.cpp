@@ -12,13 +12,13 @@
 namespace
 {
 
-/// Three links: COM1 without a station, COM2, and one over Ethernet whose station number is cut to
-/// eight bits.
+/// Links: COM1 without a station, COM2, one over Ethernet whose station number is cut to eight
+/// bits, and one of a port that has no name.
 const char* const statements[] = {
     "CREATE TABLE LINK(LINKID INTEGER, HMIPORT INTEGER)",
     "CREATE TABLE NODE(LINKID INTEGER, STATIONID INTEGER, ISDEFAULT INTEGER, IP TEXT, PORT "
     "INTEGER)",
-    "INSERT INTO LINK VALUES(3, 1001), (4, 2000), (5, 1000)",
+    "INSERT INTO LINK VALUES(3, 1001), (4, 2000), (5, 1000), (6, 999)",
     "INSERT INTO NODE VALUES(3, 1, 1, NULL, NULL), (3, 2, 0, NULL, NULL)",
     "INSERT INTO NODE VALUES(4, 300, 1, '127.0.0.1', 8501)",
 };
@@ -59,14 +59,17 @@ TEST_F(PanelProject, ListsItsLinks)
         const char* out;
     } rows[] = {
         {"table", "port      hmiport  link  station  ip         ipport\n"
+                  "          999      6\n"
                   "COM1      1000     5\n"
                   "COM2      1001     3     1\n"
                   "ETHERNET  2000     4     44       127.0.0.1  8501\n"},
         {"csv", "port,hmiport,link,station,ip,ipport\n"
+                ",999,6,,,\n"
                 "COM1,1000,5,,,\n"
                 "COM2,1001,3,1,,\n"
                 "ETHERNET,2000,4,44,127.0.0.1,8501\n"},
         {"json", "[\n"
+                 "  {\"hmiport\":999,\"link\":6},\n"
                  "  {\"port\":\"COM1\",\"hmiport\":1000,\"link\":5},\n"
                  "  {\"port\":\"COM2\",\"hmiport\":1001,\"link\":3,\"station\":1},\n"
                  "  {\"port\":\"ETHERNET\",\"hmiport\":2000,\"link\":4,\"station\":44,"
@@ -110,7 +113,7 @@ TEST_F(PanelProject, FindsAnEthernetStationByItsAddress)
     execute("UPDATE NODE SET PORT = " + port + " WHERE LINKID = 4");
     const Result known = run("read DM7 -p " + controller.tcp());
     EXPECT_EQ(known.out, "DM7  12\n") << known.err;
-    EXPECT_EQ(known.err, "ETHERNET is link 4 of the project, station 44\n");
+    EXPECT_EQ(known.err, "plcctl: ETHERNET is link 4 of the project, station 44\n");
 }
 
 TEST_F(PanelProject, IsRefusedWhenItIsNone)
