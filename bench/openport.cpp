@@ -1,6 +1,6 @@
 #include "bench/openport.h"
 
-#include "bench/nearest.h"
+#include "bench/portadvice.h"
 
 #include "drivers/driverinterface.h"
 #include "drivers/driversetting.h"
@@ -86,9 +86,10 @@ OpenPort::OpenPort(const PortOptions& options, const Driver& driver)
     } else {
         refuseControllerOptions(options.controller);
     }
-    m_port = host::makePort(portAddress(place), line, exchangeSettings(options, driver));
+    const host::PortAddress address = portAddress(place);
+    m_port = host::makePort(address, line, exchangeSettings(options, driver));
     if (!m_port->open())
-        throw Failure(FailureKind::CannotOpen, lastFailure());
+        throw Failure(FailureKind::CannotOpen, lastFailure(), portAdvice(address));
     if (options.trace)
         m_trace = std::make_unique<host::TracingPort>(
             *m_port, [trace = options.trace](const QString& text) { trace(text.toStdString()); });

@@ -6,7 +6,7 @@
 # machine; libraries are of the machine that is built for.
 BuildTools=(g++ cmake ninja-build pkg-config sqlite3 qtbase5-dev-tools)
 BuildLibraries=(
-    qtbase5-dev libqt5sql5-sqlite libcli11-dev nlohmann-json3-dev
+    qtbase5-dev libqt5serialport5-dev libqt5sql5-sqlite libcli11-dev nlohmann-json3-dev
 )
 TestLibraries=(libgtest-dev libmodbus-dev libbenchmark-dev zlib1g-dev libboost-dev)
 ArmTools=(crossbuild-essential-armhf qemu-user-static)

@@ -1,5 +1,7 @@
 #include "host/portaddress.h"
 
+#include <arpa/inet.h>
+
 namespace host
 {
 
@@ -44,6 +46,16 @@ std::optional<PortAddress> refuse(QString* error, const QString& text, const cha
     return std::nullopt;
 }
 
+/// "192.168.0.10", "192.168.0.10:8501", "::1" or "[::1]:8501".
+bool isInternetAddress(const QString& text)
+{
+    in6_addr address;
+    const std::optional<HostAndPort> parts = hostAndPort(text);
+    const QByteArray host = (parts ? parts->host : text).toLatin1();
+    return ::inet_pton(AF_INET, host.constData(), &address) == 1 ||
+           ::inet_pton(AF_INET6, host.constData(), &address) == 1;
+}
+
 std::optional<quint16> portNumber(const QString& text, int lowest)
 {
     bool isNumber = false;
@@ -76,6 +88,13 @@ std::optional<PortAddress> portAddressFromText(const QString& text, QString* err
         return tcpAddress(text, error);
     if (text.isEmpty())
         return refuse(error, text, "expected a serial device or tcp:HOST:PORT");
+    if (isInternetAddress(text)) {
+        const bool isBareIpv6 = text.count(QLatin1Char(':')) > 1 && text[0] != QLatin1Char('[');
+        *error = QStringLiteral("port \"%1\": type %2 for a controller at this address")
+                     .arg(text, TcpPrefix + (isBareIpv6 ? QLatin1Char('[') + text + QLatin1Char(']')
+                                                        : text));
+        return std::nullopt;
+    }
     return PortAddress{PortAddress::Kind::Serial, text, PortAddress::DefaultTcpPort};
 }
 
@@ -92,6 +111,11 @@ std::optional<PortAddress> listenAddressFromText(const QString& text, QString* e
     if (!port)
         return refuse(error, text, "the port number is not one from 0 to 65535");
     return PortAddress{PortAddress::Kind::Tcp, parts->host, *port};
+}
+
+QString devicePath(const QString& device)
+{
+    return device.contains(QLatin1Char('/')) ? device : QLatin1String("/dev/") + device;
 }
 
 QString textOf(const PortAddress& address)

@@ -30,6 +30,9 @@ std::optional<PortAddress> portAddressFromText(const QString& text, QString* err
 /// error  as above
 std::optional<PortAddress> listenAddressFromText(const QString& text, QString* error);
 
+/// The file of a serial device. A name without a slash is one of the devices in /dev.
+QString devicePath(const QString& device);
+
 /// The text of a TCP address that portAddressFromText() reads again, such as "tcp:[::1]:8501"; the
 /// path of a serial device as it is.
 QString textOf(const PortAddress& address);

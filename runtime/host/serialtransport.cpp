@@ -2,6 +2,7 @@
 // and says what becomes of bytes with bad parity; <termios.h> and its header exclude each other.
 #include "host/descriptortransport.h"
 #include "host/linesettings.h"
+#include "host/portaddress.h"
 
 #include <QFile>
 
@@ -63,6 +64,19 @@ bool setUp(int descriptor, const LineSettings& line)
     return ::ioctl(descriptor, TCSETS2, &settings) == 0;
 }
 
+QString reasonOf(int error)
+{
+    switch (error) {
+    case EWOULDBLOCK: // locked
+    case EBUSY:       // opened for exclusive use
+        return QStringLiteral("another program uses it");
+    case ENOTTY:
+        return QStringLiteral("it is not a serial port");
+    default:
+        return QString::fromLocal8Bit(std::strerror(error));
+    }
+}
+
 class SerialTransport : public DescriptorTransport
 {
 public:
@@ -85,14 +99,12 @@ public:
 protected:
     int openDescriptor(int, QString* error) override
     {
-        const int descriptor =
-            ::open(QFile::encodeName(path()), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+        const int descriptor = ::open(QFile::encodeName(devicePath(m_device)),
+                                      O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
         if (descriptor >= 0 && ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 &&
             setUp(descriptor, m_settings))
             return descriptor;
-        const QString reason = errno == EWOULDBLOCK ? QStringLiteral("another port uses it")
-                                                    : QString::fromLocal8Bit(std::strerror(errno));
-        *error = QStringLiteral("can't open %1: %2").arg(m_device, reason);
+        *error = QStringLiteral("can't open %1: %2").arg(m_device, reasonOf(errno));
         if (descriptor >= 0)
             ::close(descriptor);
         return NoDescriptor;
@@ -106,11 +118,6 @@ protected:
     QString name() const override { return m_device; }
 
 private:
-    QString path() const
-    {
-        return m_device.contains(QLatin1Char('/')) ? m_device : QLatin1String("/dev/") + m_device;
-    }
-
     QString m_device;
     LineSettings m_settings;
 };

@@ -3,6 +3,13 @@
 
 #include "bench/advice.h"
 #include "bench/nearest.h"
+#include "bench/portadvice.h"
+#include "support/descriptor.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace bench;
 
@@ -48,6 +55,36 @@ TEST(Advice, FitsTextAndRequest)
         EXPECT_EQ(failure.kind(), row.kind);
         EXPECT_NE(failure.advice().find(row.advice), std::string::npos) << failure.advice();
     }
+}
+
+std::string adviceOn(const std::string& device)
+{
+    return portAdvice({host::PortAddress::Kind::Serial, QString::fromStdString(device), 0});
+}
+
+TEST(PortAdvice, NamesPortsGroupsAndUsers)
+{
+    Descriptor farEnd;
+    const std::string device = openPseudoTerminal(farEnd);
+    EXPECT_EQ(adviceOn(device), "");
+    for (const char* none : {"/nowhere/tty", "ttyNone", "/etc/passwd"})
+        EXPECT_NE(adviceOn(none).find("erial port"), std::string::npos) << none;
+
+    const Descriptor user(::open(device.c_str(), O_RDWR | O_NOCTTY));
+    EXPECT_EQ(adviceOn(device), "It is used by bench_test (" + std::to_string(getpid()) + ").");
+
+    constexpr uid_t Other = 65534;
+    const uid_t me = geteuid();
+    ASSERT_EQ(::chmod(device.c_str(), S_IRGRP | S_IWGRP), 0);
+    const bool isRoot = me == 0; // who may open everything
+    ASSERT_TRUE(!isRoot || (::chown(device.c_str(), me, Other) == 0 && ::seteuid(Other) == 0));
+    const std::string advice = adviceOn(device);
+    ASSERT_EQ(::seteuid(me), 0);
+    struct stat file = {};
+    ASSERT_EQ(::stat(device.c_str(), &file), 0);
+    const std::string group = getgrgid(file.st_gid)->gr_name;
+    EXPECT_EQ(advice.find("It belongs to the group " + group + ". 'sudo usermod -aG " + group), 0U)
+        << advice;
 }
 
 TEST(Nearest, IsWhatWasMeant)

@@ -137,7 +137,7 @@ TEST(SerialPort, IsForOneAtATime)
     EXPECT_TRUE(first->open());
     EXPECT_FALSE(second->open());
     EXPECT_EQ(second->lastFailure(),
-              QStringLiteral("can't open %1: another port uses it").arg(plc.address().place));
+              QStringLiteral("can't open %1: another program uses it").arg(plc.address().place));
 }
 
 /// Late replies of one process are not left to the next.

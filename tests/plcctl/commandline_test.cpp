@@ -123,6 +123,7 @@ TEST(Outcome, OfMisuse)
         {"DeviceOfAnotherDriver", "read DM7 --driver " MODBUS_DRIVER, 2, "", "There are HR, C."},
         {"UnknownLine", "read DM7 -l RS232,9600 -p /nowhere/tty", 2, "", "--line: "},
         {"UnknownTcpPort", "read DM7 -p tcp:localhost:70000", 2, "", "--port: "},
+        {"BareAddress", "read DM7 -p 192.0.2.1", 2, "", "type tcp:192.0.2.1 for"},
         {"FaultOfARealLine", "read DM7 -p /nowhere/tty --fault silent", 2, "", "--port"},
         {"NotAValue", "write DM7 twelve -p /nowhere/tty", 2, "", "'twelve' is not a number"},
         {"TooLarge", "write DM7 1 65536 -p /nowhere/tty", 2, "", "does not fit uint: 0 to 65535"},
@@ -393,6 +394,18 @@ TEST(Signal, EndsACommandOnASilentLine)
         EXPECT_EQ(command.endWith(row.signal), row.status);
         EXPECT_EQ(command.nextLine(QProcess::StandardError), row.error);
     }
+}
+
+TEST(Port, InUseIsToldWithItsUser)
+{
+    SimulatedController controller;
+    const std::string port = " -p " + controller.pty();
+    Background watch("watch DM7 -i 1ms" + port);
+    ASSERT_NE(watch.nextLine(), "");
+    const Result second = plcctl("read DM7" + port);
+    EXPECT_EQ(second.status, 3);
+    const std::string user = "It is used by plcctl (" + std::to_string(watch.processId()) + ").";
+    EXPECT_NE(second.err.find(user), std::string::npos) << user << "\n" << second.err;
 }
 
 TEST(Simulate, SpeaksModbusAtAnIpv6AddressWithMovingValues)

@@ -31,6 +31,8 @@ public:
     /// end; empty when none came.
     std::string nextLine(QProcess::ProcessChannel channel = QProcess::StandardOutput);
 
+    qint64 processId() const { return m_process.processId(); }
+
     /// Waits for the end and returns the exit status, -1 when it did not end by itself.
     int end();
 

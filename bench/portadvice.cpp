@@ -1,0 +1,98 @@
+#include "bench/portadvice.h"
+
+#include "bench/nearest.h"
+#include "bench/serialports.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <fstream>
+#include <grp.h>
+#include <iomanip>
+#include <sstream>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+namespace bench
+{
+
+namespace
+{
+
+constexpr std::size_t MostPortsListed = 8;
+
+std::string portsThereAre()
+{
+    std::vector<std::string> devices;
+    for (const SerialPort& port : serialPorts())
+        devices.push_back(port.device);
+    if (devices.empty())
+        return "This machine has no serial port. Is the adapter plugged in?";
+    return "Serial ports of this machine: " + listed(devices, MostPortsListed) + ".";
+}
+
+std::string whoMayOpen(const struct stat& file)
+{
+    const group* const owners = getgrgid(file.st_gid);
+    const std::string name = owners ? owners->gr_name : std::to_string(file.st_gid);
+    const bool groupMay = (file.st_mode & S_IRGRP) != 0 && (file.st_mode & S_IWGRP) != 0;
+    if (!groupMay)
+        return "It belongs to the group " + name + ", which may not read and write it.";
+    return "It belongs to the group " + name + ". 'sudo usermod -aG " + name +
+           " USER' and a new login let you use it.";
+}
+
+/// A line of /proc/locks is as "1: FLOCK  ADVISORY  WRITE 1234 00:18:5 0 EOF", with the device in
+/// hexadecimal and the inode in decimal digits.
+std::string lockPlace(const struct stat& file)
+{
+    std::ostringstream place;
+    place << std::hex << std::setfill('0') << std::setw(2) << major(file.st_dev) << ':'
+          << std::setw(2) << minor(file.st_dev) << ':' << std::dec << file.st_ino;
+    return place.str();
+}
+
+std::string programOf(const std::string& process)
+{
+    std::ifstream file("/proc/" + process + "/comm");
+    std::string name;
+    std::getline(file, name);
+    return name + " (" + process + ")";
+}
+
+/// The program that has locked a file, such as "plcctl (1234)". It comes before all that have the
+/// file open: the far end of a pseudo-terminal may have that too.
+std::string programThatLocks(const struct stat& file)
+{
+    const std::string wanted = lockPlace(file);
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+        std::string number, kind, mode, access, process, place;
+        std::istringstream(line) >> number >> kind >> mode >> access >> process >> place;
+        if (place == wanted)
+            return programOf(process);
+    }
+    return std::string();
+}
+
+} // namespace
+
+std::string portAdvice(const host::PortAddress& address)
+{
+    if (address.kind != host::PortAddress::Kind::Serial)
+        return std::string();
+    const std::string path = QFile::encodeName(host::devicePath(address.place)).toStdString();
+    struct stat file = {};
+    if (::stat(path.c_str(), &file) != 0)
+        return errno == ENOENT ? portsThereAre() : std::string();
+    if (!S_ISCHR(file.st_mode))
+        return portsThereAre();
+    if (::eaccess(path.c_str(), R_OK | W_OK) != 0)
+        return whoMayOpen(file);
+    const std::string locker = programThatLocks(file);
+    const std::string program = locker.empty() ? programUsing(path) : locker;
+    return program.empty() ? std::string() : "It is used by " + program + ".";
+}
+
+} // namespace bench

@@ -1,0 +1,18 @@
+// Why a port can't be opened, as far as the system tells, and what to do about it.
+#ifndef BENCH_PORTADVICE_H
+#define BENCH_PORTADVICE_H
+
+#include "host/portaddress.h"
+
+#include <string>
+
+namespace bench
+{
+
+/// Advice on a port that could not be opened just now: the ports that there are, the group that may
+/// open it, or the program that uses it. Empty for what the system does not tell.
+std::string portAdvice(const host::PortAddress& address);
+
+} // namespace bench
+
+#endif
