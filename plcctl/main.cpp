@@ -15,19 +15,19 @@ namespace
 {
 
 const char* const Description =
-    "Reads, writes and watches the devices of a PLC through a driver plug-in, and simulates a\n"
-    "controller to try it on.";
+    "Reads, writes and watches the devices of a PLC through a driver plug-in, and\n"
+    "simulates a controller to try it on.";
 
 const char* const Footer = R"(Examples:
-  plcctl read DM100 -c 2             two words from a simulated controller inside plcctl
+  plcctl read DM100 -c 2             two words from a simulated controller
   plcctl read MR500 DM8:dint -p /dev/ttyUSB0
   plcctl write DM100 12 2 -p tcp:192.168.0.10
   plcctl read --help                 what one subcommand can do
 
 Exit status: 0 success, 1 the controller refused, 2 wrong usage, 3 the line, the
-plug-in or a file could not be opened, 4 no reply, 5 invalid reply, 6 a value read
-back is not the one written. Data goes to standard output, everything else to
-standard error.)";
+plug-in or a file could not be opened, 4 no reply, 5 invalid reply, 6 a value
+read back is not the one written. Data goes to standard output, everything else
+to standard error.)";
 
 std::vector<std::string> subcommandNames(const CLI::App& app)
 {

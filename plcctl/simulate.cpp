@@ -135,7 +135,7 @@ Examples of fault plans:
 void addSimulateCommand(CLI::App& app, int& status)
 {
     CLI::App* const command =
-        app.add_subcommand("simulate", "Be a controller, until Ctrl-C, for others to connect to");
+        app.add_subcommand("simulate", "Be a controller that others connect to, until Ctrl-C");
     const auto options = std::make_shared<SimulateOptions>();
     addProtocolOption(*command, options->protocol);
     addLineOptions(*command, *options);

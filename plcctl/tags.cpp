@@ -79,9 +79,9 @@ void addTagsCommand(CLI::App& app, int& status)
     addDriverOption(*command, options->driverFile);
     addFormatOption(*command, options->format);
     command->footer(
-        R"(The first row names the columns: name and device, and where wanted type, factor, offset,
-unit, decimals, writable, min, max and comment. What a person reads is the controller's
-number times the factor, plus the offset.
+        R"(The first row names the columns: name and device, and where wanted type, factor,
+offset, unit, decimals, writable, min, max and comment. What a person reads is
+the controller's number times the factor, plus the offset.
 
   name,device,type,factor,unit,min,max
   boiler.temp,DM100,int,0.1,°C,,

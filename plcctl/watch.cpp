@@ -196,9 +196,10 @@ void addWatchCommand(CLI::App& app, int& status)
     addStyleOptions(*command, options->style);
     addBenchOptions(*command, options->bench);
     command->footer(
-        R"(The first round prints every value. A failure is told once, and once more when the
-device answers again; meanwhile plcctl keeps trying. Ctrl-C ends it. A summary comes
-last, on standard error: requests, failures, latencies and the achieved interval.
+        R"(The first round prints every value. A failure is told once, and once more when
+the device answers again; meanwhile plcctl keeps trying. Ctrl-C ends it. A
+summary comes last, on standard error: requests, failures, latencies and the
+achieved interval.
 
 Examples:
   plcctl watch DM100 T5 -i 200ms -p /dev/ttyUSB0

@@ -20,7 +20,7 @@ const char* const MotionHelp =
     "  toggle          FIRST for half a PERIOD, then LAST for the other half\n"
     "\n"
     "Without a range the value moves from 0 to the largest that the device holds.\n"
-    "A PERIOD is a time such as 500ms or 10s. A write to the device ends its movement.\n";
+    "A PERIOD is a time such as 500ms or 10s. A write ends the movement.\n";
 
 namespace
 {

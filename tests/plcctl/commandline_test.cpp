@@ -50,6 +50,14 @@ int countOf(const std::string& part, const std::string& text)
     return count;
 }
 
+/// Lines fit a terminal of 80 columns.
+void expectNarrowLines(const std::string& text)
+{
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_LE(line.size(), 80U) << line;
+}
+
 TEST(Outcome, OfReading)
 {
     expectOutcomes({
@@ -260,17 +268,16 @@ TEST(Info, TellsWhatTheDriverAnswers)
     EXPECT_EQ(info.at("exchange").at("timeoutMs"), 500);
     EXPECT_EQ(info.at("areas").size(), 20U);
 
-    std::istringstream table(plcctl("info").out);
-    for (std::string line; std::getline(table, line);)
-        EXPECT_LE(line.size(), 80U) << line;
+    expectNarrowLines(plcctl("info").out);
 }
 
 TEST(Help, IsASuccess)
 {
-    for (const char* command : {"", "info ", "read ", "write ", "watch ", "simulate "}) {
+    for (const char* command : {"", "info ", "read ", "write ", "watch ", "tags ", "simulate "}) {
         const Result run = plcctl(command + std::string("--help"));
         EXPECT_EQ(run.status, 0) << command;
         EXPECT_NE(run.out.find("Example"), std::string::npos) << command;
+        expectNarrowLines(run.out);
     }
     EXPECT_EQ(plcctl("--version").out, "plcctl " PLCCTL_VERSION "\n");
 }
