@@ -92,6 +92,23 @@ std::optional<LineSettings> lineSettingsFromText(const QString& text, QString* e
                         stopBits == 0 ? StopBits::One : StopBits::Two};
 }
 
+QString textOf(const LineSettings& line)
+{
+    return QStringLiteral("%1,%2,%3,%4,%5")
+        .arg(QLatin1String(KindNames[0]))
+        .arg(line.baud)
+        .arg(QLatin1String(ParityNames[static_cast<int>(line.parity)]))
+        .arg(line.dataBits)
+        .arg(line.stopBits == StopBits::One ? 1 : 2);
+}
+
+int bitsPerCharacter(const LineSettings& line)
+{
+    const int parityBits = line.parity == Parity::None ? 0 : 1;
+    const int stopBits = line.stopBits == StopBits::One ? 1 : 2;
+    return 1 + line.dataBits + parityBits + stopBits;
+}
+
 std::optional<LineSettings> lineSettingsFrom(const DeviceSetting& setting, QString* error)
 {
     const auto bad = [&](const char* field, int value) {

@@ -29,6 +29,12 @@ struct LineSettings {
 /// error  receives a sentence that names the bad field; untouched on success
 std::optional<LineSettings> lineSettingsFromText(const QString& text, QString* error);
 
+/// The text form, such as "RS232,9600,EVEN,8,1"; the kind is always RS232.
+QString textOf(const LineSettings& line);
+
+/// The bits of one character on the line: start bit, data bits, parity bit and stop bits.
+int bitsPerCharacter(const LineSettings& line);
+
 /// Reads the line fields of a settings record, which holds codes. Parity 2 is even and stopbits 0
 /// is one stop bit by the record's definition; the others are this host's own: parity 0 none,
 /// 1 odd, 3 mark, 4 space, stopbits 2 two stop bits. Code 1, one and a half, no port here offers.

@@ -90,10 +90,7 @@ public:
 
     qint64 transferMs(int byteCount) const override
     {
-        const int parityBits = m_settings.parity == Parity::None ? 0 : 1;
-        const int stopBits = m_settings.stopBits == StopBits::One ? 1 : 2;
-        const qint64 bitsPerByte = 1 + m_settings.dataBits + parityBits + stopBits;
-        return byteCount * bitsPerByte * 1000 / m_settings.baud + 1;
+        return qint64(byteCount) * bitsPerCharacter(m_settings) * 1000 / m_settings.baud + 1;
     }
 
 protected:
