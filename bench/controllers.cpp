@@ -29,15 +29,6 @@ constexpr Protocol protocols[] = {
     {"modbusrtu", make<simulator::modbusrtu::Controller>},
 };
 
-std::unique_ptr<simulator::Controller> makeController(const std::string& name)
-{
-    for (const Protocol& protocol : protocols) {
-        if (name == protocol.name)
-            return protocol.make();
-    }
-    throw wrongUsage("no simulated controller speaks " + name);
-}
-
 simulator::FaultPlan planOf(const ControllerOptions& options, const simulator::Commands& commands)
 {
     std::string why;
@@ -55,6 +46,15 @@ std::vector<std::string> simulatedProtocols()
     for (const Protocol& protocol : protocols)
         names.push_back(protocol.name);
     return names;
+}
+
+std::unique_ptr<simulator::Controller> makeController(const std::string& name)
+{
+    for (const Protocol& protocol : protocols) {
+        if (name == protocol.name)
+            return protocol.make();
+    }
+    throw wrongUsage("no simulated controller speaks " + name);
 }
 
 std::string commandsHelp()

@@ -25,6 +25,10 @@ struct ControllerOptions {
 /// The protocols that simulated controllers speak, by the names that driver descriptions use.
 std::vector<std::string> simulatedProtocols();
 
+/// A controller of one of these protocols, its values all 0, with no line to it. Throws a Failure
+/// (WrongUsage) for any other protocol.
+std::unique_ptr<simulator::Controller> makeController(const std::string& protocol);
+
 /// For help texts: the commands and error codes of every protocol, each line ended by a newline.
 std::string commandsHelp();
 

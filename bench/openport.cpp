@@ -109,6 +109,11 @@ std::string OpenPort::lastFailure() const
     return m_port->lastFailure().toStdString();
 }
 
+void OpenPort::settle()
+{
+    m_port->settle();
+}
+
 void OpenPort::interrupt()
 {
     m_port->interrupt();

@@ -66,6 +66,9 @@ public:
     /// What last went wrong with the port, for a person; empty after a good reply.
     std::string lastFailure() const;
 
+    /// Waits until no late reply can be under way, as closing does; this wait can be interrupted.
+    void settle();
+
     /// Lets a call that waits return at once, and every later one. Safe in a signal handler.
     void interrupt();
 

@@ -30,6 +30,7 @@ public:
     ~Bench();
 
     const bench::Driver& driver() const { return m_driver; }
+    bench::Driver& driver() { return m_driver; }
     const std::vector<bench::Point>& tags() const { return m_tags; }
 
     /// The points that texts name: tags, patterns, devices, ranges, or `count` values from each

@@ -11,9 +11,12 @@ class App;
 namespace plcctl
 {
 
+void addExplainCommand(CLI::App& app, int& status);
 void addInfoCommand(CLI::App& app, int& status);
 void addLinksCommand(CLI::App& app, int& status);
+void addPortsCommand(CLI::App& app, int& status);
 void addReadCommand(CLI::App& app, int& status);
+void addScanCommand(CLI::App& app, int& status);
 void addSimulateCommand(CLI::App& app, int& status);
 void addTagsCommand(CLI::App& app, int& status);
 void addWatchCommand(CLI::App& app, int& status);

@@ -70,6 +70,9 @@ int run(int argc, char** argv)
     addWatchCommand(app, status);
     addTagsCommand(app, status);
     addLinksCommand(app, status);
+    addPortsCommand(app, status);
+    addScanCommand(app, status);
+    addExplainCommand(app, status);
     addSimulateCommand(app, status);
     try {
         app.parse(argc, argv);

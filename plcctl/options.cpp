@@ -104,6 +104,15 @@ void addNamingOptions(CLI::App& command, BenchOptions& options)
         ->type_name("TYPE");
 }
 
+void addLineOption(CLI::App& command, bench::PortOptions& options)
+{
+    command
+        .add_option("-l,--line", options.line,
+                    "Serial line, such as RS232,9600,EVEN,8,1 (default: the driver's)")
+        ->type_name("TEXT")
+        ->group(LineGroup);
+}
+
 void addPortOptions(CLI::App& command, BenchOptions& options)
 {
     command
@@ -113,11 +122,7 @@ void addPortOptions(CLI::App& command, BenchOptions& options)
                     "it (default: sim)")
         ->type_name("PORT")
         ->group(LineGroup);
-    command
-        .add_option("-l,--line", options.port.line,
-                    "Serial line, such as RS232,9600,EVEN,8,1 (default: the driver's)")
-        ->type_name("TEXT")
-        ->group(LineGroup);
+    addLineOption(command, options.port);
     addPatienceOptions(command, options.port);
     command
         .add_flag("--trace", options.trace,

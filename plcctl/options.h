@@ -48,6 +48,9 @@ void addNamingOptions(CLI::App& command, BenchOptions& options);
 /// --project.
 CLI::Option* addProjectOption(CLI::App& command, std::string& project);
 
+/// --line.
+void addLineOption(CLI::App& command, bench::PortOptions& options);
+
 /// Where the controller is and how patient to be with it.
 void addPortOptions(CLI::App& command, BenchOptions& options);
 

@@ -37,6 +37,10 @@ public:
     /// Carries out a request. Returns the bytes of the reply, none where there is no reply.
     virtual std::string answer(std::string_view request) = 0;
 
+    /// Whether the host has opened a session that it has not closed yet; never in protocols without
+    /// such commands.
+    virtual bool isOpen() const { return false; }
+
     /// The reply that refuses a request, which was not carried out, with this code.
     virtual std::string errorReply(std::string_view request, uint32_t code) const = 0;
 };

@@ -53,6 +53,7 @@ public:
     /// Carries out one command and returns the reply with its CR LF. The line may be anything.
     std::string answer(std::string_view line) override;
 
+    bool isOpen() const override { return m_open; }
     std::string errorReply(std::string_view line, uint32_t digit) const override;
 
 private:
