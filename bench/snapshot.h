@@ -1,0 +1,133 @@
+// Snapshots: what many devices hold, as a text file that a version control system can compare.
+//
+//   # snapshot 1, plcctl 1.2.0
+//   # driver: KEYENCE KV-1000
+//   # devices: DM0..DM19 DM30:string4 MR500..MR515 boiler.*
+//   DM0:uint          0     0    12     0     0     0     0 65535
+//   DM8:uint          1     2     3     4     5     6     7     8
+//   DM16:uint         0     0     0     0
+//   DM30:string4  "AB\x0D"
+//   # DM40:uint..DM99:uint not read: no reply (packet loss)
+//   DM100:int        213 @boiler.temp
+//   MR500:bool    0 1 0 0 0 0 0 0 0 0 0 0 0 0 0 0
+//
+// A line has the first device with its type, then values for it and the devices after it. Lines
+// break where the device number is a multiple of 8 values, or of 16 for bools and bytes, whatever
+// was asked for: when one value changes, one line does. Strings and tags have lines of their own;
+// so has each run of a driver without areas, whatever its length. Areas come in the order of the
+// driver's description, devices in the order of their numbers.
+//
+// Whole numbers are decimal, or 0x and hexadecimal digits. Reals have the digits that tell them
+// from their neighbours, and 0x with their 32 bits where they are infinite or not a number. Strings
+// stand in quotes, with \" \\ and \x0D; zero bytes at the end are left out. Values are what the
+// controller holds: the scale of a tag plays no part. @ and the rest of the line are a tag's name.
+// # begins a comment. The comments at the top are a header; it may be missing, and so may a type,
+// for files that are written by hand.
+#ifndef BENCH_SNAPSHOT_H
+#define BENCH_SNAPSHOT_H
+
+#include "bench/points.h"
+#include "bench/session.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace bench
+{
+
+struct SnapshotHeader {
+    std::string tool; ///< name and version of the program that wrote it
+    std::string driver;
+    std::string devices; ///< as asked for, with blanks between
+    std::string date;    ///< empty for none: then two snapshots of the same state are the same
+};
+
+struct SnapshotValue {
+    Point point; ///< its name is the tag's, or the device's
+    Value value;
+    int line = 0; ///< of the file; 0 when it comes from none
+};
+
+struct Snapshot {
+    SnapshotHeader header;
+    std::vector<SnapshotValue> values; ///< in the order of the format
+};
+
+/// The points in the order of the format, each device once. A device in its natural type gives way
+/// to a tag or a typed device that covers it. Throws a Failure (WrongUsage) for others that
+/// overlap.
+std::vector<Point> snapshotPoints(std::vector<Point> points);
+
+/// The header's lines.
+std::string textOf(const SnapshotHeader& header);
+
+/// The lines of points in the order of the format. What could not be read becomes a comment.
+///
+/// readings  parallel to points; those with neither value nor failure are left out
+std::string snapshotLines(const std::vector<Point>& points, const std::vector<Reading>& readings);
+
+/// Takes the text of a snapshot apart. Throws a Failure (WrongUsage) that names the line.
+Snapshot parseSnapshot(const std::string& content, const Devices& devices);
+
+/// The snapshot in a file. Throws a Failure: CannotOpen when it can't be read, WrongUsage with file
+/// and line when it is wrong.
+Snapshot loadSnapshot(const std::string& path, const Devices& devices);
+
+/// The device with its type, as it stands in a snapshot; the same for the same values anywhere.
+std::string snapshotName(const TypedDevice& device);
+
+/// A value as it stands in a snapshot.
+std::string snapshotText(const Value& value, const Type& type);
+
+/// Whether two values of a type have the same bits: -0 and 0 differ, and the same NaN is the same.
+bool isSame(const Value& a, const Value& b, const Type& type);
+
+/// A device and what the two sides have of it; one of them may have nothing.
+struct Difference {
+    Point point;
+    std::optional<Value> left;
+    std::optional<Value> right;
+};
+
+/// What differs between two snapshots: all of the left in its order, then what only the right has.
+std::vector<Difference> differences(const std::vector<SnapshotValue>& left,
+                                    const std::vector<SnapshotValue>& right);
+
+/// What differs between a snapshot (left) and the readings of its devices (right), which are
+/// parallel to it. What could not be read is left out.
+std::vector<Difference> differences(const std::vector<SnapshotValue>& left,
+                                    const std::vector<Reading>& right);
+
+/// The values that must be written so that the controller holds the snapshot: those that differ,
+/// and beside them bytes and strings that share a device with one of these. A run of a driver
+/// without areas is written whole.
+///
+/// current  parallel to values; those without a value count as different
+std::vector<SnapshotValue> valuesToWrite(const std::vector<SnapshotValue>& values,
+                                         const std::vector<Reading>& current);
+
+/// The devices of values, in the same order.
+std::vector<TypedDevice> devicesOf(const std::vector<SnapshotValue>& values);
+
+/// Told what came of one request: places in the list of devices, and the readings parallel to them.
+using BlockHandler =
+    std::function<void(const std::vector<std::size_t>& indices, const std::vector<Reading>&)>;
+
+/// Reads devices request by request, in blocks of the driver's size, until all are read or the
+/// session is stopped. A request that the stop has cut short is not told of. Returns whether all
+/// were read.
+bool readBlocks(Session& session, const std::vector<TypedDevice>& devices,
+                const BlockHandler& handler);
+
+/// Writes the values in the order of the format. Throws the first Failure, which says how many were
+/// written before it.
+///
+/// onProgress  told how many are written
+void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,
+                   const std::function<void(std::size_t written)>& onProgress);
+
+} // namespace bench
+
+#endif
