@@ -11,11 +11,14 @@ class App;
 namespace plcctl
 {
 
+void addDiffCommand(CLI::App& app, int& status);
+void addDumpCommand(CLI::App& app, int& status);
 void addExplainCommand(CLI::App& app, int& status);
 void addInfoCommand(CLI::App& app, int& status);
 void addLinksCommand(CLI::App& app, int& status);
 void addPortsCommand(CLI::App& app, int& status);
 void addReadCommand(CLI::App& app, int& status);
+void addRestoreCommand(CLI::App& app, int& status);
 void addScanCommand(CLI::App& app, int& status);
 void addSimulateCommand(CLI::App& app, int& status);
 void addTagsCommand(CLI::App& app, int& status);

@@ -68,6 +68,9 @@ int run(int argc, char** argv)
     addReadCommand(app, status);
     addWriteCommand(app, status);
     addWatchCommand(app, status);
+    addDumpCommand(app, status);
+    addRestoreCommand(app, status);
+    addDiffCommand(app, status);
     addTagsCommand(app, status);
     addLinksCommand(app, status);
     addPortsCommand(app, status);

@@ -42,7 +42,9 @@ void addPatienceOptions(CLI::App& command, bench::PortOptions& options)
             ->type_name(unit)
             ->group(LineGroup);
     };
-    add("-o,--timeout", options.timeoutMs, 1, MaxMs, "MS", "Longest wait for a reply, in ms");
+    const bool isTaken = command.get_option_no_throw("-o") != nullptr;
+    add(isTaken ? "--timeout" : "-o,--timeout", options.timeoutMs, 1, MaxMs, "MS",
+        "Longest wait for a reply, in ms");
     add("--retry", options.retry, 0, MaxRetries, "N", "How often a failed request is repeated");
     add("--delay", options.delayMs, 0, MaxMs, "MS", "Pause before every attempt, in ms");
 }

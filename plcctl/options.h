@@ -51,7 +51,8 @@ CLI::Option* addProjectOption(CLI::App& command, std::string& project);
 /// --line.
 void addLineOption(CLI::App& command, bench::PortOptions& options);
 
-/// Where the controller is and how patient to be with it.
+/// Where the controller is and how patient to be with it. -o stands for --timeout, unless the
+/// subcommand already has an option of that name.
 void addPortOptions(CLI::App& command, BenchOptions& options);
 
 /// --fault, --seed, --set and --move.

@@ -1,0 +1,123 @@
+// plcctl diff: what differs between two snapshots, or between one and the controller.
+#include "bench.h"
+#include "commands.h"
+#include "output.h"
+#include "readcurrent.h"
+#include "report.h"
+
+#include "bench/snapshot.h"
+
+#include <CLI/CLI.hpp>
+
+namespace plcctl
+{
+
+namespace
+{
+
+struct DiffOptions {
+    BenchOptions bench;
+    std::vector<std::string> files;
+    Format format = Format::Table;
+};
+
+std::string textOf(const std::optional<bench::Value>& value, const bench::Type& type)
+{
+    return value ? bench::snapshotText(*value, type) : std::string();
+}
+
+bool isTag(const bench::Difference& difference)
+{
+    return difference.point.name != difference.point.device.name;
+}
+
+void printAsJson(const std::vector<bench::Difference>& differences)
+{
+    Json rows = Json::array();
+    for (const bench::Difference& difference : differences) {
+        const bench::Type& type = difference.point.device.type;
+        Json row = {{"device", bench::snapshotName(difference.point.device)}};
+        if (difference.left)
+            row["left"] = bench::jsonOf(*difference.left, type);
+        if (difference.right)
+            row["right"] = bench::jsonOf(*difference.right, type);
+        if (isTag(difference))
+            row["tag"] = difference.point.name;
+        rows.push_back(row);
+    }
+    printJson(rows, 2);
+}
+
+void print(const std::vector<bench::Difference>& differences, Format format)
+{
+    if (format == Format::Json)
+        return printAsJson(differences);
+    const bool hasTags = std::any_of(differences.begin(), differences.end(), isTag);
+    const std::string missing = format == Format::Table ? "-" : "";
+    Table table = {{"device", "left", "right"}, {}};
+    if (hasTags)
+        table.names.emplace_back("tag");
+    for (const bench::Difference& difference : differences) {
+        const bench::Type& type = difference.point.device.type;
+        table.rows.push_back({bench::snapshotName(difference.point.device),
+                              difference.left ? textOf(difference.left, type) : missing,
+                              difference.right ? textOf(difference.right, type) : missing});
+        if (hasTags)
+            table.rows.back().emplace_back(isTag(difference) ? difference.point.name
+                                                             : std::string());
+    }
+    if (!table.rows.empty() || format == Format::Csv)
+        printTable(table, format);
+}
+
+int diff(const DiffOptions& options)
+{
+    const bool hasTwoFiles = options.files.size() == 2;
+    if (hasTwoFiles && !options.bench.port.port.empty())
+        throw bench::wrongUsage("diff compares two files, or a file with the controller",
+                                "Leave --port out, or one of the files.");
+    Bench bench(options.bench);
+    const bench::Devices& devices = bench.driver().devices();
+    const bench::Snapshot left = bench::loadSnapshot(options.files[0], devices);
+    std::vector<bench::Difference> found;
+    int status = Success;
+    if (hasTwoFiles) {
+        const bench::Snapshot right = bench::loadSnapshot(options.files[1], devices);
+        found = bench::differences(left.values, right.values);
+    } else {
+        const Current current = readCurrent(bench, left.values);
+        status = current.status;
+        found = bench::differences(left.values, current.readings);
+    }
+    print(found, options.format);
+    if (status == Success && !found.empty())
+        status = bench::exitStatus(bench::FailureKind::Different);
+    return status;
+}
+
+} // namespace
+
+void addDiffCommand(CLI::App& app, int& status)
+{
+    CLI::App* const command =
+        app.add_subcommand("diff", "Compare a dump with another one or with the controller");
+    const auto options = std::make_shared<DiffOptions>();
+    command
+        ->add_option("FILE", options->files,
+                     "One file to compare with the controller, or two files")
+        ->required()
+        ->expected(1, 2)
+        ->type_name("");
+    addFormatOption(*command, options->format);
+    addBenchOptions(*command, options->bench);
+    command->footer(
+        R"(Left is the first file, right the second one or the controller. The exit status
+is 0 when they hold the same, 6 when they differ.
+
+Examples:
+  plcctl diff line3.txt -p /dev/ttyUSB0
+  plcctl diff monday.txt friday.txt -f csv)");
+    command->callback([options, &status] { status = diff(*options); });
+}
+
+} // namespace plcctl

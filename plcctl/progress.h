@@ -1,0 +1,45 @@
+// How far a long command is: a line on standard error that stays in place. Where standard error is
+// not a terminal, nothing is shown.
+#ifndef PLCCTL_PROGRESS_H
+#define PLCCTL_PROGRESS_H
+
+#include <chrono>
+#include <string>
+
+namespace plcctl
+{
+
+/// "[#####.....]  50%  2500/5000 values  812/s  3 s left", without rate and time before there is
+/// something to measure.
+///
+/// doneNow  how many of `done` were done within `elapsed`; the others before it
+std::string progressText(std::size_t done, std::size_t total, std::size_t doneNow,
+                         std::chrono::milliseconds elapsed);
+
+class Progress
+{
+public:
+    /// total    what there is to do
+    /// already  how much of it was done by an earlier run
+    explicit Progress(std::size_t total, std::size_t already = 0);
+    ~Progress();
+
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void show(std::size_t done);
+
+    /// Removes the line, for other text on standard error. The next show() brings it back.
+    void clear();
+
+private:
+    std::size_t m_total;
+    std::size_t m_already;
+    bool m_isTerminal;
+    bool m_isShown = false;
+    std::chrono::steady_clock::time_point m_begin;
+};
+
+} // namespace plcctl
+
+#endif

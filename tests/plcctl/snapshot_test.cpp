@@ -1,0 +1,240 @@
+// dump, restore and diff, against controllers in processes of their own.
+#include "program.h"
+
+#include <QFile>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QThread>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+namespace
+{
+
+class Folder
+{
+public:
+    std::string path(const char* name) const { return m_folder.filePath(name).toStdString(); }
+
+    std::string text(const char* name) const
+    {
+        QFile file(m_folder.filePath(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : "no " + path(name);
+    }
+
+    bool has(const char* name) const { return QFile::exists(m_folder.filePath(name)); }
+
+    std::string write(const char* name, const std::string& text) const
+    {
+        QFile file(m_folder.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text.data(), qint64(text.size()));
+        return path(name);
+    }
+
+private:
+    QTemporaryDir m_folder;
+};
+
+const std::string Header =
+    "# snapshot 1, plcctl " PLCCTL_VERSION "\n# driver: KEYENCE KV-1000\n# devices: ";
+
+TEST(Snapshot, OfAControllerIsRestoredToIt)
+{
+    const Folder folder;
+    const SimulatedController controller(
+        "--set DM0=7,8 --set DM2=0x6666,0x3FA6 --set MR500=1,0,1 --set T5=42");
+    const std::string port = " -p " + controller.pty();
+    const std::string file = folder.path("a.txt");
+    const std::string devices = "T5 MR500..MR502 DM0..DM3 DM2:real CTC0";
+    ASSERT_EQ(plcctl("dump " + devices + " -o " + file + port).status, 0);
+    EXPECT_EQ(folder.text("a.txt"), Header + devices +
+                                        "\nDM0:uint          7     8\n"
+                                        "DM2:real                1.3\n"
+                                        "MR500:bool    1 0 1\n"
+                                        "T5:udint              42\n"
+                                        "CTC0:udint             0\n");
+    EXPECT_FALSE(folder.has("a.txt.part"));
+    EXPECT_EQ(plcctl("dump " + devices + port).out, folder.text("a.txt"));
+    EXPECT_NE(plcctl("dump DM0 --date" + port).out.find("\n# date: 2"), std::string::npos);
+
+    ASSERT_EQ(plcctl("write DM1 9" + port).status, 0);
+    ASSERT_EQ(plcctl("write MR502 0" + port).status, 0);
+    const struct {
+        const char* name;
+        std::string command;
+        int status;
+        const char* out;
+        const char* error; ///< a part of standard error
+    } rows[] = {
+        {"Table", "diff", 6, "device      left  right\nDM1:uint    8     9\nMR502:bool  1     0\n",
+         ""},
+        {"Csv", "diff -f csv", 6, "device,left,right\nDM1:uint,8,9\nMR502:bool,1,0\n", ""},
+        {"Question", "restore", 2, "", "Give --yes"},
+        {"DryRun", "restore --dry-run", 0, "DM1:uint    9 -> 8\nMR502:bool  0 -> 1\n",
+         "CTC as udint"},
+        {"StillDifferent", "diff -f json", 6,
+         "[\n  {\n    \"device\": \"DM1:uint\",\n    \"left\": 8,\n    \"right\": 9\n  },\n"
+         "  {\n    \"device\": \"MR502:bool\",\n    \"left\": 1,\n    \"right\": 0\n  }\n]\n",
+         ""},
+        {"Restored", "restore --yes", 0, "",
+         "2 values written and read back, 5 were the same already"},
+        {"Same", "diff", 0, "", ""},
+        {"NothingLeft", "restore --yes", 0, "", "nothing to write"},
+        {"All", "restore --yes --all", 0, "", "7 values written"},
+    };
+    for (const auto& row : rows) {
+        const Result run = plcctl(row.command + " " + file + port);
+        SCOPED_TRACE(row.name + (": " + run.err));
+        EXPECT_EQ(run.status, row.status);
+        EXPECT_EQ(run.out, row.out);
+        EXPECT_NE(run.err.find(row.error), std::string::npos);
+    }
+    const Result files = plcctl("diff -f csv " + file + " " + folder.write("b.txt", "DM0 7 9\n"));
+    EXPECT_EQ(files.status, 6);
+    EXPECT_EQ(files.out.find("device,left,right\nDM1:uint,8,9\nDM2:real,1.3,\n"), 0U) << files.out;
+}
+
+TEST(Snapshot, KeepsTagsApartFromTheirScale)
+{
+    const Folder folder;
+    const std::string tags = " --tags " + folder.write("plant.csv", "name,device,type,factor\n"
+                                                                    "temp,DM10,int,0.1\n");
+    const Result dumped = plcctl("dump temp DM9..DM11 --set DM9=1,0xFFFB,3" + tags);
+    EXPECT_EQ(dumped.out, Header + "temp DM9..DM11\nDM9:uint          1\n"
+                                   "DM10:int          -5 @temp\nDM11:uint         3\n");
+    const std::string file = folder.write("a.txt", dumped.out);
+    EXPECT_EQ(plcctl("restore --dry-run " + file + " --set DM9=1,6,3").out,
+              "temp (DM10:int)  6 -> -5\n");
+    EXPECT_EQ(plcctl("diff -f csv " + file + " --set DM9=1,6,3").out,
+              "device,left,right,tag\nDM10:int,-5,6,temp\n");
+}
+
+TEST(Dump, GoesOnAfterAFailure)
+{
+    const Folder folder;
+    const Result run = plcctl("dump DM1020..DM2100 -o " + folder.path("a.txt") +
+                              " --timeout 50 --retry 0 --fault silent@RDS#1 --set DM2044=5");
+    EXPECT_EQ(run.status, 4) << run.err;
+    const std::string text = folder.text("a.txt");
+    EXPECT_NE(text.find("\n# DM1020:uint..DM2043:uint not read: packet loss"), std::string::npos)
+        << text;
+    EXPECT_NE(text.find("\nDM2044:uint       5     0     0     0\nDM2048"), std::string::npos);
+}
+
+TEST(Dump, GoesOnWhereItWasStopped)
+{
+    const Folder folder;
+    const std::string command = "dump DM1020..DM2100 -o " + folder.path("a.txt");
+    {
+        // The driver reads a block of 1024 words by four commands.
+        SimulatedController hangs("--fault silent@RDS#5-5 --set DM1020=1");
+        Background dump(command + " --timeout 60000 --retry 0 -p " + hangs.tcp());
+        for (int i = 0; i < 1000 && folder.text("a.txt.part").find("DM1020:") == std::string::npos;
+             ++i)
+            QThread::msleep(20);
+        EXPECT_EQ(dump.endWith(SIGINT), 128 + SIGINT);
+        EXPECT_NE(dump.nextLine(QProcess::StandardError).find("--resume"), std::string::npos);
+    }
+    EXPECT_FALSE(folder.has("a.txt"));
+    EXPECT_EQ(plcctl("dump DM0 --resume -o " + folder.path("a.txt")).status, 2);
+
+    // Another controller: what was read before does not come from it, and a torn line does.
+    QFile part(QString::fromStdString(folder.path("a.txt.part")));
+    ASSERT_TRUE(part.open(QIODevice::Append));
+    part.write("DM2044:uint 4");
+    part.close();
+    const Result resumed = plcctl(command + " --resume --set DM1020=9 --set DM2044=5");
+    EXPECT_EQ(resumed.status, 0);
+    EXPECT_NE(resumed.err.find("1024 values of 1081 taken"), std::string::npos) << resumed.err;
+    EXPECT_NE(folder.text("a.txt").find("\nDM1020:uint       1     0     0     0\nDM1024"),
+              std::string::npos);
+    EXPECT_NE(folder.text("a.txt").find("\nDM2040:uint       0     0     0     0     5     0"),
+              std::string::npos);
+    EXPECT_FALSE(folder.has("a.txt.part"));
+}
+
+TEST(Restore, RefusesBeforeAnythingIsSent)
+{
+    const Folder folder;
+    const struct {
+        const char* text;
+        const char* error;
+    } rows[] = {
+        {"DM0 1\nHR5 1\n", "a.txt, line 2: there is no area 'HR'"},
+        {"DM0 x\n", "a.txt, line 1: 'x' is not a number"},
+        {"DM0:byte 1\n", "the rest of DM0 would be cleared"},
+    };
+    for (const auto& row : rows) {
+        const std::string file = folder.write("a.txt", row.text);
+        const Result run = plcctl("restore --yes --trace " + file);
+        EXPECT_EQ(run.status, 2) << run.err;
+        EXPECT_NE(run.err.find(row.error), std::string::npos) << run.err;
+        EXPECT_EQ(run.err.find("WRS"), std::string::npos) << run.err;
+    }
+    EXPECT_EQ(plcctl("restore --yes " + folder.path("none.txt")).status, 3);
+}
+
+/// A controller that accepts every write and holds 5 in every device all the same.
+class StubbornController
+{
+public:
+    StubbornController()
+        : m_thread([this] { serve(); })
+    {
+        while (m_port == 0)
+            QThread::msleep(1);
+    }
+    ~StubbornController() { m_thread.join(); }
+
+    std::string port() const { return "tcp:127.0.0.1:" + std::to_string(m_port); }
+
+private:
+    static QByteArray replyTo(const QByteArray& command)
+    {
+        if (command.startsWith("RDS "))
+            return QByteArray("00005 00005 00005").left(command.endsWith("3\r") ? 17 : 5);
+        return command.startsWith("CR") ? "CC" : command.startsWith("CQ") ? "CF" : "OK";
+    }
+
+    void serve()
+    {
+        constexpr int PatienceMs = 20000;
+        QTcpServer server;
+        server.listen(QHostAddress::LocalHost);
+        m_port = server.serverPort();
+        if (!server.waitForNewConnection(PatienceMs))
+            return;
+        QTcpSocket* const client = server.nextPendingConnection();
+        QByteArray command;
+        while (client->waitForReadyRead(PatienceMs)) {
+            for (const char c : client->readAll()) {
+                if (c == '\n') {
+                    client->write(replyTo(command) + "\r\n");
+                    client->waitForBytesWritten(PatienceMs);
+                }
+                command = c == '\n' ? QByteArray() : command + c;
+            }
+        }
+    }
+
+    std::atomic<int> m_port{0};
+    std::thread m_thread;
+};
+
+TEST(Restore, TellsOfValuesThatWereNotKept)
+{
+    const Folder folder;
+    const StubbornController controller;
+    const Result run = plcctl("restore --yes " + folder.write("a.txt", "DM0 1 5 3\n") + " -p " +
+                              controller.port());
+    EXPECT_EQ(run.status, 6);
+    EXPECT_NE(run.err.find("DM0:uint: wrote 1, read back 5; DM2:uint: wrote 3, read back 5\n"),
+              std::string::npos)
+        << run.err;
+}
+
+} // namespace
