@@ -2,10 +2,11 @@
 
 #include "bench/internal/text.h"
 
+#include <QFile>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <sstream>
 #include <tuple>
 #include <unordered_map>
@@ -535,12 +536,12 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices)
 
 Snapshot loadSnapshot(const std::string& path, const Devices& devices)
 {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    if (!file || !(content << file.rdbuf()))
-        throw Failure(FailureKind::CannotOpen, "cannot read " + path);
+    QFile file(QString::fromStdString(path));
+    if (!file.open(QIODevice::ReadOnly))
+        throw Failure(FailureKind::CannotOpen,
+                      "cannot read " + path + ": " + file.errorString().toStdString());
     try {
-        return parseSnapshot(content.str(), devices);
+        return parseSnapshot(file.readAll().toStdString(), devices);
     } catch (const Failure& failure) {
         throw Failure(failure.kind(), path + ", " + failure.what(), failure.advice());
     }

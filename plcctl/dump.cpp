@@ -12,9 +12,11 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <system_error>
 #include <unordered_map>
 

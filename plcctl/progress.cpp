@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <string>
 #include <unistd.h>
 
 namespace plcctl
@@ -27,8 +28,7 @@ std::string timeText(double seconds)
     return std::to_string(whole / 3600) + " h " + std::to_string(whole % 3600 / 60) + " min";
 }
 
-} // namespace
-
+/// doneNow  how many of `done` were done within `elapsed`; the others before it
 std::string progressText(std::size_t done, std::size_t total, std::size_t doneNow,
                          milliseconds elapsed)
 {
@@ -45,6 +45,8 @@ std::string progressText(std::size_t done, std::size_t total, std::size_t doneNo
     return text + "  " + std::to_string(std::llround(perSecond)) + "/s  " +
            timeText(double(total - done) / perSecond) + " left";
 }
+
+} // namespace
 
 Progress::Progress(std::size_t total, std::size_t already)
     : m_total(total)

@@ -4,17 +4,10 @@
 #define PLCCTL_PROGRESS_H
 
 #include <chrono>
-#include <string>
+#include <cstddef>
 
 namespace plcctl
 {
-
-/// "[#####.....]  50%  2500/5000 values  812/s  3 s left", without rate and time before there is
-/// something to measure.
-///
-/// doneNow  how many of `done` were done within `elapsed`; the others before it
-std::string progressText(std::size_t done, std::size_t total, std::size_t doneNow,
-                         std::chrono::milliseconds elapsed);
 
 class Progress
 {
@@ -27,6 +20,8 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
+    /// "[#####.....]  50%  2500/5000 values  812/s  3 s left", without rate and time before there
+    /// is something to measure.
     void show(std::size_t done);
 
     /// Removes the line, for other text on standard error. The next show() brings it back.
