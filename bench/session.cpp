@@ -124,6 +124,9 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
         failure = failureOf(first, direction);
     else if (!served)
         failure = notServed(first, direction);
+    // What was cut short says nothing about the line.
+    if (failure && isStopped && isStopped())
+        return stopped();
     record.retries = port.failedAttempts - (failure && port.failedAttempts > 0 ? 1 : 0);
     if (failure)
         record.failure = failure->kind();

@@ -4,8 +4,8 @@
 
 #include "bench/driver.h"
 #include "bench/plan.h"
+#include "bench/statistics.h"
 
-#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -15,13 +15,6 @@ class AbstractDeviceInterface;
 
 namespace bench
 {
-
-/// What became of one request of the driver.
-struct RequestRecord {
-    std::chrono::microseconds took{0};
-    int retries = 0; ///< attempts after the first
-    std::optional<FailureKind> failure;
-};
 
 /// A request to write that failed; what comes before it in the list is written.
 struct WriteFailure : Failure {

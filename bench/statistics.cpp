@@ -106,6 +106,15 @@ std::uint64_t Summary::failed() const
     return sum;
 }
 
+void Statistics::add(const RequestRecord& request)
+{
+    if (request.failure)
+        addFailure(*request.failure);
+    else
+        addSuccess(request.took);
+    addRetries(static_cast<std::uint64_t>(request.retries));
+}
+
 void Statistics::addSuccess(Duration latency)
 {
     ++m_summary.requests;
@@ -121,6 +130,8 @@ void Statistics::addFailure(FailureKind kind)
 void Statistics::addRound(Time start, Duration wanted)
 {
     ++m_summary.rounds;
+    if (wanted != m_summary.wantedInterval)
+        forgetIntervals();
     m_summary.wantedInterval = wanted;
     if (m_hasRound) {
         const auto interval = std::chrono::duration_cast<Duration>(start - m_lastRound);
@@ -130,6 +141,14 @@ void Statistics::addRound(Time start, Duration wanted)
     }
     m_hasRound = true;
     m_lastRound = start;
+}
+
+void Statistics::forgetIntervals()
+{
+    m_hasRound = false;
+    m_intervals = 0;
+    m_allIntervals = Duration(0);
+    m_summary.longestInterval = Duration(0);
 }
 
 Summary Statistics::summary() const

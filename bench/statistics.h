@@ -10,11 +10,19 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace bench
 {
+
+/// What became of one request of the driver.
+struct RequestRecord {
+    std::chrono::microseconds took{0};
+    int retries = 0; ///< attempts after the first
+    std::optional<FailureKind> failure;
+};
 
 /// Durations in buckets that get wider as the durations get longer: exact below 128 µs, above it
 /// each bucket is at most 1/64 of its durations wide. What is longer than 71 minutes counts as
@@ -69,11 +77,13 @@ public:
     using Duration = std::chrono::microseconds;
     using Time = std::chrono::steady_clock::time_point;
 
+    void add(const RequestRecord& request);
     void addSuccess(Duration latency);
     void addFailure(FailureKind kind);
     void addRetries(std::uint64_t count) { m_summary.retries += count; }
 
-    /// The beginning of a round of requests, `wanted` after the one before.
+    /// The beginning of a round of requests, `wanted` after the one before. Intervals are counted
+    /// anew when another one is wanted.
     void addRound(Time start, Duration wanted);
 
     /// Rounds after a pause have no interval to the one before it.
@@ -82,6 +92,8 @@ public:
     Summary summary() const;
 
 private:
+    void forgetIntervals();
+
     Summary m_summary;
     LatencyHistogram m_latencies;
     bool m_hasRound = false;

@@ -33,13 +33,7 @@ Watcher::Watcher(Session& session, const std::vector<Point>& points, Duration in
         m_devices.push_back(point.device);
     }
     m_plan = planReads(m_devices, session.driver().blocks());
-    m_session.onRequest = [this](const RequestRecord& record) {
-        if (record.failure)
-            m_statistics.addFailure(*record.failure);
-        else
-            m_statistics.addSuccess(record.took);
-        m_statistics.addRetries(static_cast<std::uint64_t>(record.retries));
-    };
+    m_session.onRequest = [this](const RequestRecord& record) { m_statistics.add(record); };
 }
 
 Watcher::~Watcher()

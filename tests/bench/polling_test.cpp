@@ -110,6 +110,11 @@ TEST(Statistics, AddUp)
     EXPECT_EQ(json["failures"]["no reply"], 2);
     EXPECT_EQ(json["latencyMs"]["max"], 1300.0);
     EXPECT_EQ(json["intervalMs"]["achieved"], 850.0);
+    statistics.addRound(now + hours(1) + milliseconds(500), milliseconds(200));
+    EXPECT_EQ(statistics.summary().achievedInterval.count(), 0);
+    statistics.addRound(now + hours(1) + milliseconds(720), milliseconds(200));
+    EXPECT_EQ(statistics.summary().achievedInterval, milliseconds(220));
+    EXPECT_EQ(statistics.summary().longestInterval, milliseconds(220));
 }
 
 } // namespace
