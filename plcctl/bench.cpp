@@ -112,6 +112,12 @@ bench::Session& Bench::session()
     return *m_session;
 }
 
+void Bench::interrupt()
+{
+    if (m_port)
+        m_port->interrupt();
+}
+
 bool Bench::waitForStop(std::chrono::microseconds time) const
 {
     using std::chrono::ceil;

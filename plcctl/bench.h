@@ -41,6 +41,9 @@ public:
     /// for. Throws a Failure as OpenPort does.
     bench::Session& session();
 
+    /// Lets the request under way fail soon, and every later one.
+    void interrupt();
+
     /// Whether a signal asks the program to end. Requests then fail at once.
     bool isStopped() const { return m_stop.waitFor(0); }
 

@@ -11,6 +11,7 @@ class App;
 namespace plcctl
 {
 
+void addCheckCommand(CLI::App& app, int& status);
 void addDiffCommand(CLI::App& app, int& status);
 void addDumpCommand(CLI::App& app, int& status);
 void addExplainCommand(CLI::App& app, int& status);

@@ -68,9 +68,10 @@ int run(int argc, char** argv)
     addReadCommand(app, status);
     addWriteCommand(app, status);
     addWatchCommand(app, status);
+    addCheckCommand(app, status);
+    addDiffCommand(app, status);
     addDumpCommand(app, status);
     addRestoreCommand(app, status);
-    addDiffCommand(app, status);
     addTagsCommand(app, status);
     addLinksCommand(app, status);
     addPortsCommand(app, status);

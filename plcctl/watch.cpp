@@ -1,6 +1,7 @@
 // plcctl watch: reads again and again and tells what changed.
 #include "bench.h"
 #include "commands.h"
+#include "live.h"
 #include "report.h"
 
 #include "bench/watcher.h"
@@ -28,6 +29,7 @@ struct WatchOptions {
     Style style;
     int intervalMs = 500;
     int rounds = 0; ///< 0: until a signal
+    bool live = false;
 };
 
 /// Prints what changed as it comes, a line each with the time; in CSV after a header, in JSON as an
@@ -163,10 +165,25 @@ int watchPoints(Bench& bench, bench::Watcher& watcher, const WatchOptions& optio
     }
 }
 
+LiveOptions liveOptions(const WatchOptions& options)
+{
+    LiveOptions live;
+    live.place =
+        options.bench.port.isSimulated() ? "a simulated controller" : options.bench.port.port;
+    live.interval = milliseconds(options.intervalMs);
+    live.notation = options.style.notation;
+    live.traces = options.bench.trace;
+    return live;
+}
+
 int watch(const WatchOptions& options)
 {
     Bench bench(options.bench);
     const std::vector<bench::Point> points = bench.points(options.devices, options.count);
+    if (options.live) {
+        tellSummary(watchLive(bench, points, liveOptions(options)), Format::Table);
+        return Success;
+    }
     bench::Watcher watcher(bench.session(), points, milliseconds(options.intervalMs));
     const int status = watchPoints(bench, watcher, options);
     tellSummary(watcher.summary(), options.style.format);
@@ -190,10 +207,14 @@ void addWatchCommand(CLI::App& app, int& status)
             },
             "Time from one round to the next, such as 500ms or 2s (default: 500ms)")
         ->type_name("TIME");
+    CLI::Option* const live = command->add_flag(
+        "--live", options->live, "Show a table that stays in place and takes keys (? lists them)");
     command->add_option("-n,--rounds", options->rounds, "Rounds before it ends (default: no end)")
         ->check(between(1, MaxRounds))
+        ->excludes(live)
         ->type_name("N");
     addStyleOptions(*command, options->style);
+    live->excludes(command->get_option("--format"));
     addBenchOptions(*command, options->bench);
     command->footer(
         R"(The first round prints every value. A failure is told once, and once more when
@@ -203,6 +224,7 @@ achieved interval.
 
 Examples:
   plcctl watch DM100 T5 -i 200ms -p /dev/ttyUSB0
+  plcctl watch 'boiler.*' --tags plant.csv --live -p /dev/ttyUSB0
   plcctl watch MR0..MR15 -f csv -p tcp:192.168.0.10 > changes.csv)");
     command->callback([options, &status] { status = watch(*options); });
 }

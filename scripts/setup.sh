@@ -7,7 +7,9 @@
 BuildTools=(g++ cmake ninja-build pkg-config sqlite3 qtbase5-dev-tools)
 BuildLibraries=(
     qtbase5-dev libqt5serialport5-dev libqt5sql5-sqlite libcli11-dev nlohmann-json3-dev
+    qtbase5-dev libqt5sql5-sqlite libcli11-dev nlohmann-json3-dev libncurses-dev
 )
+TestTools=(tmux)
 TestLibraries=(libgtest-dev libmodbus-dev libbenchmark-dev zlib1g-dev libboost-dev)
 ArmTools=(crossbuild-essential-armhf qemu-user-static)
 ArmLibraries=(qtbase5-dev libqt5sql5-sqlite libgtest-dev)
@@ -126,7 +128,7 @@ install_build_packages() {
 }
 
 install_test_packages() {
-    install_packages "${BuildTools[@]}" "${BuildLibraries[@]}" "${TestLibraries[@]}"
+    install_packages "${BuildTools[@]}" "${BuildLibraries[@]}" "${TestTools[@]}" "${TestLibraries[@]}"
 }
 
 # Configures a preset of CMakePresets.json, with further options for cmake.

@@ -1,0 +1,170 @@
+// plcctl check: whether a line can be trusted, and with which time-out.
+#include "bench.h"
+#include "commands.h"
+#include "report.h"
+
+#include "bench/linecheck.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace plcctl
+{
+
+namespace
+{
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr int MaxReads = 1000 * 1000 * 1000;
+constexpr int DefaultMs = 10 * 1000;
+
+struct CheckOptions {
+    BenchOptions bench;
+    std::string device;
+    int count = 0; ///< 0: until the time is over
+    int forMs = DefaultMs;
+    Format format = Format::Table;
+};
+
+/// How far the check is: one line on standard error that is written over and over, and gone at the
+/// end. Nothing where that is no terminal.
+class Progress
+{
+public:
+    explicit Progress(const CheckOptions& options)
+        : m_options(options)
+        , m_begin(Clock::now())
+        , m_shows(isatty(STDERR_FILENO) != 0)
+    {
+    }
+
+    ~Progress()
+    {
+        if (m_shows)
+            std::fprintf(stderr, "\r\033[K");
+    }
+
+    milliseconds elapsed() const
+    {
+        return std::chrono::duration_cast<milliseconds>(Clock::now() - m_begin);
+    }
+
+    void show(const bench::Summary& summary)
+    {
+        if (!m_shows || Clock::now() < m_next)
+            return;
+        m_next = Clock::now() + FrameTime;
+        std::fprintf(stderr, "\r\033[K%s, %llu failed, p50 %s", done(summary).c_str(),
+                     static_cast<unsigned long long>(summary.failed()),
+                     bench::durationText(summary.p50).c_str());
+    }
+
+private:
+    static constexpr milliseconds FrameTime{200};
+
+    std::string done(const bench::Summary& summary) const
+    {
+        const std::string reads = std::to_string(summary.requests);
+        if (m_options.count > 0)
+            return reads + " of " + counted(std::size_t(m_options.count), "read");
+        return std::to_string(elapsed().count() / 1000) + " of " +
+               std::to_string((m_options.forMs + 999) / 1000) + " s, " +
+               counted(summary.requests, "read");
+    }
+
+    const CheckOptions& m_options;
+    Clock::time_point m_begin;
+    Clock::time_point m_next = m_begin;
+    bool m_shows;
+};
+
+bench::TypedDevice deviceOf(const Bench& bench, const std::string& text)
+{
+    const std::vector<bench::Point> points = bench.points({text});
+    if (points.size() != 1)
+        throw bench::wrongUsage(text + " names " + counted(points.size(), "point"),
+                                "Name one device; it is read again and again.");
+    return points.front().device;
+}
+
+bench::LineRecord checkWithProgress(Bench& bench, const CheckOptions& options)
+{
+    const bench::TypedDevice device = deviceOf(bench, options.device);
+    const milliseconds timeout(
+        bench::exchangeSettings(options.bench.port, bench.driver()).timeoutMs);
+    bench::Session& session = bench.session();
+    Progress progress(options);
+    return bench::checkLine(session, device, timeout, [&](const bench::LineRecord& record) {
+        progress.show(record.summary);
+        const bool isDone = options.count > 0
+                                ? record.summary.requests >= std::uint64_t(options.count)
+                                : progress.elapsed().count() >= options.forMs;
+        return !isDone && !bench.isStopped();
+    });
+}
+
+void printVerdict(const bench::LineRecord& record, const bench::LineVerdict& verdict)
+{
+    for (const std::string& line : bench::textLines(record.summary))
+        std::printf("%s\n", line.c_str());
+    std::printf("%s\n", verdict.text.c_str());
+    if (!verdict.advice.empty())
+        std::printf("%s\n", verdict.advice.c_str());
+    if (verdict.advisedTimeout.count() > 0)
+        std::printf("a time-out of %d ms will do: -o %d\n", int(verdict.advisedTimeout.count()),
+                    int(verdict.advisedTimeout.count()));
+}
+
+int check(const CheckOptions& options)
+{
+    if (options.format == Format::Csv)
+        throw bench::wrongUsage("check prints no csv", "Try -f json.");
+    Bench bench(options.bench);
+    const bench::LineRecord record = checkWithProgress(bench, options);
+    const bench::LineVerdict verdict = bench::judge(record);
+    if (options.format == Format::Json)
+        printJson(bench::toJson(record, verdict));
+    else
+        printVerdict(record, verdict);
+    return verdict.worst ? bench::exitStatus(*verdict.worst) : Success;
+}
+
+} // namespace
+
+void addCheckCommand(CLI::App& app, int& status)
+{
+    CLI::App* const command =
+        app.add_subcommand("check", "Read one device again and again, and judge the line");
+    const auto options = std::make_shared<CheckOptions>();
+    command->add_option("DEVICE", options->device, "What to read, such as DM0")
+        ->required()
+        ->type_name("");
+    CLI::Option* const count =
+        command->add_option("-n,--count", options->count, "Reads before it ends")
+            ->check(between(1, MaxReads))
+            ->type_name("N");
+    command
+        ->add_option_function<std::string>(
+            "--for",
+            [options](const std::string& text) { options->forMs = parseDurationMs("--for", text); },
+            "Time before it ends, such as 60s or 5m (default: 10s)")
+        ->excludes(count)
+        ->type_name("TIME");
+    addFormatOption(*command, options->format);
+    addBenchOptions(*command, options->bench);
+    command->footer(
+        R"(It prints failures, retries and latencies, whether the line can be trusted, and
+the time-out that it asks for. Exit status 0 when no read failed, else that of
+the most frequent failure. Ctrl-C ends it early and judges what was read so far.
+
+Examples:
+  plcctl check DM0 -p /dev/ttyUSB0 --for 60s
+  plcctl check DM0 -n 1000 -p tcp:192.168.0.10 -f json)");
+    command->callback([options, &status] { status = check(*options); });
+}
+
+} // namespace plcctl

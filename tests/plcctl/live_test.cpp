@@ -1,0 +1,218 @@
+// The live watch in a real terminal: what a person sees there, and what the terminal is afterwards.
+#include "program.h"
+#include "terminal.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+
+namespace
+{
+
+/// The screen without its first line, which has the time of day in it.
+std::string belowTitle(const std::string& screen)
+{
+    return screen.substr(screen.find('\n') + 1);
+}
+
+class LiveWatch : public testing::Test
+{
+protected:
+    /// A shell with something on its screen, then the live watch.
+    void start(const std::string& arguments)
+    {
+        terminal.type("echo before-$((40 + 2))");
+        ASSERT_TRUE(terminal.shows("before-42"));
+        terminal.type(PLCCTL " watch --live -i 20ms " + arguments);
+        ASSERT_TRUE(terminal.shows("? help")) << terminal.screen();
+        ASSERT_TRUE(terminal.loses("before-42"));
+    }
+
+    /// The shell has its screen again, shows what is typed, and stands on a line of its own.
+    void expectShell()
+    {
+        EXPECT_TRUE(terminal.shows("before-42")) << terminal.screen();
+        terminal.type("echo after-$((40 + 3))");
+        EXPECT_TRUE(terminal.shows("after-43")) << terminal.screen();
+        EXPECT_NE(terminal.screen().find("echo after"), std::string::npos) << terminal.screen();
+        EXPECT_EQ(terminal.screen().find("? help"), std::string::npos) << terminal.screen();
+    }
+
+    Terminal terminal{80, 24};
+};
+
+TEST_F(LiveWatch, ShowsPointsWithTheirLastValues)
+{
+    start("DM0..DM3 MR0 --move DM3=ramp:0..1000/2s --move MR0=toggle:0..1/1s");
+    for (const char* text : {"▇█", "█▁", "requests/s", "latency p50", " failed", "DM2"})
+        EXPECT_TRUE(terminal.shows(text)) << text << terminal.screen();
+    terminal.press({"?"});
+    EXPECT_TRUE(terminal.shows("Any key closes this")) << terminal.screen();
+}
+
+TEST_F(LiveWatch, WritesThroughThePromptToTheMarkedLine)
+{
+    SimulatedController controller("--set DM7=1,2,3");
+    start("DM7..DM9 -p " + controller.pty());
+    terminal.press({"j", "Down", "k", "w"});
+    ASSERT_TRUE(terminal.shows("write DM8 (uint):")) << terminal.screen();
+    terminal.type("70000");
+    EXPECT_TRUE(terminal.shows("0 to 65535")) << terminal.screen();
+    terminal.press({"BSpace", "BSpace", "Enter"});
+    EXPECT_TRUE(terminal.shows("DM8 = 700 written")) << terminal.screen();
+    EXPECT_TRUE(terminal.shows("DM8       700")) << terminal.screen();
+    terminal.press({"Enter", "9", "Escape"});
+    EXPECT_TRUE(terminal.loses("write DM8")) << terminal.screen();
+
+    const Result run = plcctl("read DM7 -c 3 -f csv -p " + controller.tcp());
+    EXPECT_EQ(run.out, "name,device,type,value,unit\nDM7,DM7,uint,1,\nDM8,DM8,uint,700,\n"
+                       "DM9,DM9,uint,3,\n");
+}
+
+TEST_F(LiveWatch, PausesAndGoesOn)
+{
+    SimulatedController controller("--set DM7=5");
+    start("DM7 -p " + controller.pty());
+    ASSERT_TRUE(terminal.shows("DM7         5")) << terminal.screen();
+    terminal.press({"Space"});
+    ASSERT_TRUE(terminal.shows("PAUSED")) << terminal.screen();
+    EXPECT_EQ(plcctl("write DM7 6 -p " + controller.tcp()).status, 0);
+    // Many intervals, after which only the age has changed.
+    EXPECT_TRUE(terminal.shows("▁   2.")) << terminal.screen();
+    EXPECT_NE(terminal.screen().find("DM7         5"), std::string::npos) << terminal.screen();
+    terminal.press({"Space"});
+    EXPECT_TRUE(terminal.shows("DM7         6")) << terminal.screen();
+}
+
+TEST_F(LiveWatch, KeepsTheMarkInSightWhateverTheSizeOfTheTerminal)
+{
+    start("DM0..DM99");
+    const struct {
+        int columns;
+        int lines;
+        const char* first;
+        const char* last;
+    } rows[] = {
+        {60, 15, "95 to 100 of 100", "DM94"},
+        {20, 4, "100 to", "DM99"},
+        {3, 2, " U…", ""},
+        {140, 40, "70 to 100 of 100", "DM69"},
+        {80, 24, "86 to 100 of 100", "DM85"},
+    };
+    terminal.press({"End"});
+    ASSERT_TRUE(terminal.shows("of 100")) << terminal.screen();
+    for (const auto& row : rows) {
+        terminal.resize(row.columns, row.lines);
+        EXPECT_TRUE(terminal.shows(row.first)) << row.columns << "\n" << terminal.screen();
+        EXPECT_TRUE(terminal.shows(row.last)) << row.columns << "\n" << terminal.screen();
+    }
+    EXPECT_TRUE(terminal.shows("latency p50")) << terminal.screen();
+}
+
+TEST_F(LiveWatch, SortsAndChangesItsSpeed)
+{
+    start("DM9 DM1 DM5 --move DM5=ramp:0..1000/10s");
+    const auto order = [&](const char* first, const char* second) {
+        return terminal.comesTo([=](const std::string& screen) {
+            const std::string table = belowTitle(screen);
+            return table.find(first) < table.find(second);
+        });
+    };
+    EXPECT_TRUE(order("DM9", "DM1")) << terminal.screen();
+    terminal.press({"s"});
+    EXPECT_TRUE(order("DM1", "DM5")) << terminal.screen();
+    terminal.press({"s"});
+    EXPECT_TRUE(order("DM5", "DM9")) << terminal.screen();
+    terminal.press({"-", "-"});
+    EXPECT_TRUE(terminal.shows("every 100 ms")) << terminal.screen();
+    terminal.press({"+"});
+    EXPECT_TRUE(terminal.shows("every 50.0 ms")) << terminal.screen();
+}
+
+TEST_F(LiveWatch, ShowsFailuresWhereTheyAre)
+{
+    start("DM7 CTC1:bool --fault error=1@RDS --retry 0");
+    EXPECT_TRUE(terminal.shows("refused")) << terminal.screen();
+    EXPECT_TRUE(terminal.shows("DM7: Response During an Error:E1")) << terminal.screen();
+}
+
+struct Ending {
+    const char* name;
+    const char* key; ///< null: the signal
+    int signal;      ///< 0: the key
+    bool hasSummary;
+};
+
+class LiveWatchEnd : public LiveWatch, public testing::WithParamInterface<Ending>
+{
+};
+
+/// Also while a request waits for a line that is silent.
+TEST_P(LiveWatchEnd, GivesTheTerminalBack)
+{
+    start("DM7 --fault silent@RDS -o 60000");
+    if (GetParam().key)
+        terminal.press({GetParam().key});
+    else
+        kill(terminal.programOfShell(), GetParam().signal);
+    expectShell();
+    EXPECT_EQ(terminal.screen().find("0 requests, 0 failed") != std::string::npos,
+              GetParam().hasSummary)
+        << terminal.screen();
+}
+
+INSTANTIATE_TEST_SUITE_P(All, LiveWatchEnd,
+                         testing::Values(Ending{"Quit", "q", 0, true},
+                                         Ending{"CtrlC", "C-c", 0, true},
+                                         Ending{"Terminated", nullptr, SIGTERM, true},
+                                         Ending{"Crash", nullptr, SIGSEGV, false}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(LiveWatchElsewhere, IsWrongUsage)
+{
+    const struct {
+        const char* arguments;
+        const char* error;
+    } rows[] = {
+        {"watch DM7 --live", "--live needs a terminal"},
+        {"watch DM7 --live -n 3", "--live excludes --rounds"},
+        {"watch DM7 --live -f csv", "--live excludes --format"},
+    };
+    for (const auto& row : rows) {
+        const Result run = plcctl(row.arguments);
+        EXPECT_EQ(run.status, 2) << row.arguments;
+        EXPECT_EQ(run.out, "") << row.arguments;
+        EXPECT_NE(run.err.find(row.error), std::string::npos) << run.err;
+    }
+}
+
+TEST(Check, EndsWithTheVerdict)
+{
+    const struct {
+        const char* name;
+        const char* arguments;
+        int status;
+        const char* trust;
+        int requests;
+    } rows[] = {
+        {"Good", "-n 150", 0, "trustworthy", 150},
+        {"SavedByARetry", "-n 100 --fault garble@RDS#1 --retry 1", 0, "losses", 100},
+        {"Silent", "-n 2 --fault silent -o 20 --retry 0", 4, "unusable", 2},
+        {"Refused", "-n 2 --fault error=1@RDS --retry 0", 1, "trustworthy", 2},
+    };
+    for (const auto& row : rows) {
+        const Result run = plcctl(std::string("check DM7 -f json ") + row.arguments);
+        SCOPED_TRACE(std::string(row.name) + "\n" + run.out + run.err);
+        EXPECT_EQ(run.status, row.status);
+        const auto json = nlohmann::json::parse(run.out, nullptr, false);
+        ASSERT_TRUE(json.is_object());
+        EXPECT_EQ(json["trust"], row.trust);
+        EXPECT_EQ(json["requests"], row.requests);
+    }
+    EXPECT_NE(plcctl("check DM7 --for 50ms").out.find("a time-out of "), std::string::npos);
+    EXPECT_EQ(plcctl("check DM7..DM9").status, 2);
+    EXPECT_EQ(plcctl("check MR0:int -n 2").status, 2);
+}
+
+} // namespace
