@@ -114,6 +114,7 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
     CountingPort port(m_port);
     const Clock::time_point begin = Clock::now();
     const bool served = request(port);
+    // What was cut short says nothing about the line.
     if (isStopped && isStopped() && m_driver.object().hasError())
         return stopped();
     RequestRecord record;
@@ -124,9 +125,6 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
         failure = failureOf(first, direction);
     else if (!served)
         failure = notServed(first, direction);
-    // What was cut short says nothing about the line.
-    if (failure && isStopped && isStopped())
-        return stopped();
     record.retries = port.failedAttempts - (failure && port.failedAttempts > 0 ? 1 : 0);
     if (failure)
         record.failure = failure->kind();

@@ -1,6 +1,6 @@
 # Sourced by ./demo: shows plcctl at work on a simulated controller, and fails where a step does not
-# give what it should. Every line behind a "$" is what the command printed.
-# shellcheck shell=bash disable=SC2154,SC2164 # fail and set -e come from the script around it
+# give what it should. Every line below a "$" is what the command printed.
+# shellcheck shell=bash disable=SC2154 # fail, Plcctl, Shown and Demo come from the script around it
 
 Controllers=()
 TourDirectory=$(mktemp -d)
@@ -10,6 +10,8 @@ end_tour() {
     rm -rf "$TourDirectory"
 }
 trap end_tour EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
 
 plcctl() { "$Plcctl" "$@"; }
 
@@ -24,61 +26,125 @@ start_controller() {
     printf '%s\n' "$ready"
 }
 
-# Shows a command and what it prints. Standard input holds what must stand in there, line by line.
-#   show COMMAND
-show() {
+# Shows a command and what it prints, then checks its exit status. Standard input holds what must
+# stand in there, line by line.
+#   show_status STATUS COMMAND
+show_status() {
     local status=0 output part
-    printf '$ %s\n' "$1"
-    output=$(eval "$1" 2>&1) || status=$?
+    printf '$ %s\n' "$2"
+    output=$(eval "$2" 2>&1) || status=$?
     printf '%s\n' "$output"
-    [[ $status -eq 0 ]] || fail "this ended with status $status"
+    [[ $status -eq $1 ]] || fail "this ended with status $status, not $1"
     while IFS= read -r part; do
         [[ $output == *"$part"* ]] || fail "the output lacks: $part"
     done
 }
 
-# Shows everything. Commands are run in a directory of their own, so that names stay short.
-#   tour PLCCTL
+# The same for a command that succeeds.
+#   show COMMAND
+show() { show_status 0 "$1"; }
+
+# The whole of it in 24 lines of 80 columns, the line about the build included.
+screen() {
+    echo "plcctl reads and writes a controller through a driver plug-in, as a panel does."
+    echo "This KV-1000 is simulated and leaves its third and fourth read without a reply."
+    start_controller --pty ./plc --fault silent@RDS#3-4
+    show "plcctl write DM100 300 -5 -p ./plc --verify" <<'END'
+2 values written and read back
+END
+    show "plcctl read DM100 DM101:int --trace -p ./plc 2>&1 | grep -E 'RDS|\"0|^DM'" <<'END'
+"RDS DM00100 2\r\n"
+DM100  300
+DM101   -5
+END
+    show_status 4 "plcctl read DM100 --retry 0 -p ./plc" <<'END'
+packet loss
+END
+    show "plcctl read DM100 -p ./plc     # repeats the request by itself" <<'END'
+DM100  300
+END
+    echo "Next:"
+    printf '  %s\n' "$Shown watch DM100 MR500 -n 9" "$Shown --help" "$Demo --tour"
+}
+
+# Everything else. Commands are run in a directory of their own, so that names stay short.
 tour() {
-    Plcctl=$(readlink -f "$1")
-    cd "$TourDirectory"
     show_driver
     show_values
+    show_tags
+    show_watch
     show_wire
     show_project
     show_failure
 }
 
 show_driver() {
-    echo "-- A driver plug-in, loaded by a program that knows nothing but its interface"
-    show "plcctl info | head -3" <<'END'
+    echo "-- A driver plug-in says what it is and which devices it serves"
+    show "plcctl info | sed -n '1,3p; 11,13p' | cut -c -75" <<'END'
 KEYENCE KV-1000
 1.0.0
+data memory
 END
 }
 
 show_values() {
-    echo "-- A controller of its own, at the far end of a pseudo-terminal: words, double"
-    echo "-- words, relays, and a timer's current value (T) and set value (TS)"
+    echo "-- A controller at the far end of a pseudo-terminal. Each device has the type of"
+    echo "-- its area, or the one after its colon"
     start_controller --pty ./kv
     show "plcctl write DM100 300 7 -p ./kv; plcctl read DM100 -c 2 -p ./kv" <<'END'
 DM100  300
 DM101    7
 END
-    show "plcctl write DM8 -70000 -t dword -p ./kv; plcctl read DM8 -t dword -s -p ./kv" <<'END'
-DM8  -70000
+    show "plcctl write DM8:dint -70000 -p ./kv; plcctl write DM20:real 21.5 -p ./kv" <<'END'
+1 value written
 END
-    show "plcctl write MR515 1 1 -t bit -p ./kv; plcctl read MR515 -c 2 -t bit -p ./kv" <<'END'
-MR515  1
-MR600  1
+    show "plcctl write MR515 1 1 -p ./kv; plcctl write TS5 250 -p ./kv" <<'END'
+2 values written
 END
-    show "plcctl write T5 30 -t dword -p ./kv; plcctl write TS5 250 -t dword -p ./kv" <<'END'
-T5: 1 dword written
-TS5: 1 dword written
+    show "plcctl read DM8:dint DM20:real MR515..MR600 TS5 DM100..DM101 -p ./kv" <<'END'
+DM8    -70000
+DM20     21.5
+MR515       1
+MR600       1
+TS5       250
 END
-    show "plcctl read T5 TS5 -t dword -p ./kv" <<'END'
-T5    30
-TS5  250
+    echo "-- What was not meant is not written"
+    show_status 2 "plcctl write MR500:word 5 -p ./kv" <<'END'
+plcctl: 
+END
+}
+
+show_tags() {
+    echo "-- Names, scales, units and limits come from a table, as a spreadsheet writes it"
+    cat >plant.csv <<'END'
+name,device,type,factor,unit,min,max
+boiler.temp,DM200,int,0.1,°C,,
+boiler.setpoint,DM201,int,0.1,°C,5,80
+END
+    show "cat plant.csv" <<'END'
+boiler.setpoint
+END
+    show "plcctl write boiler.setpoint 21.5 --verify --tags plant.csv -p ./kv" <<'END'
+1 value written and read back
+END
+    show "plcctl read 'boiler.*' DM201 --tags plant.csv -p ./kv" <<'END'
+boiler.setpoint
+DM201
+215
+END
+    show_status 2 "plcctl write boiler.setpoint 95 --tags plant.csv -p ./kv" <<'END'
+boiler.setpoint
+END
+}
+
+show_watch() {
+    echo "-- Some values of a simulated controller move. A watch prints what changes, and"
+    echo "-- a summary at its end"
+    show "plcctl watch C0 MR500 DM100 -i 400ms -n 4 -p ./kv" <<'END'
+  C0  
+  DM100  300
+12 requests, 0 failed
+4 rounds
 END
 }
 
@@ -115,14 +181,15 @@ END
 }
 
 show_failure() {
-    echo "-- A controller that does not answer its first two reads: without a retry the"
-    echo "-- first is lost; the second run repeats the request by itself and recovers"
-    start_controller --pty ./deaf --fault silent@RDS#1-2 --set DM100=12
-    show "plcctl read DM100 -p ./deaf --retry 0; echo \"exit status \$?\"" <<'END'
-plcctl: DM100: packet loss
-exit status 4
+    echo "-- A controller that refuses its first read, and leaves the next without a reply"
+    start_controller --pty ./far --fault error=1@RDS#1,silent@RDS#2-2 --set DM7=12
+    show_status 1 "plcctl read DM7 -p ./far --retry 0" <<'END'
+E1
 END
-    show "plcctl read DM100 -p ./deaf" <<'END'
-DM100  12
+    show_status 4 "plcctl read DM7 -p ./far --retry 0" <<'END'
+packet loss
+END
+    show "plcctl read DM7 -p ./far" <<'END'
+DM7  12
 END
 }

@@ -4,12 +4,13 @@
 
 # What Debian 12 calls the things this project needs, by what needs them. Tools are programs of this
 # machine; libraries are of the machine that is built for.
-BuildTools=(g++ cmake ninja-build pkg-config sqlite3 qtbase5-dev-tools)
+BuildTools=(g++ cmake ninja-build pkg-config qtbase5-dev-tools)
 BuildLibraries=(
     qtbase5-dev libqt5serialport5-dev libqt5sql5-sqlite libcli11-dev nlohmann-json3-dev
     qtbase5-dev libqt5sql5-sqlite libcli11-dev nlohmann-json3-dev libncurses-dev
 )
 TestTools=(tmux)
+TourTools=(sqlite3)
 TestLibraries=(libgtest-dev libmodbus-dev libbenchmark-dev zlib1g-dev libboost-dev)
 ArmTools=(crossbuild-essential-armhf qemu-user-static)
 ArmLibraries=(qtbase5-dev libqt5sql5-sqlite libgtest-dev)
