@@ -26,6 +26,10 @@ void addTagsCommand(CLI::App& app, int& status);
 void addWatchCommand(CLI::App& app, int& status);
 void addWriteCommand(CLI::App& app, int& status);
 
+/// Declares the hidden option that prints man pages and completion scripts, of all subcommands that
+/// the program has when it runs.
+void addGenerateOption(CLI::App& app);
+
 } // namespace plcctl
 
 #endif

@@ -30,6 +30,64 @@ std::string wrapped(const std::string& text, std::size_t width)
     return lines;
 }
 
+std::vector<const CLI::App*> subcommandsOf(const CLI::App& program)
+{
+    return program.get_subcommands([](const CLI::App*) { return true; });
+}
+
+std::vector<const CLI::Option*> argumentsOf(const CLI::App& command)
+{
+    return command.get_options([](const CLI::Option* option) { return option->get_positional(); });
+}
+
+std::vector<const CLI::Option*> optionsOf(const CLI::App& command)
+{
+    return command.get_options([](const CLI::Option* option) {
+        return option->nonpositional() && !option->get_group().empty();
+    });
+}
+
+std::vector<const CLI::Option*> optionsOf(const CLI::App& command, const std::string& group)
+{
+    std::vector<const CLI::Option*> members;
+    for (const CLI::Option* option : optionsOf(command))
+        if (option->get_group() == group)
+            members.push_back(option);
+    return members;
+}
+
+std::vector<std::string> namesToType(const CLI::Option& option)
+{
+    std::vector<std::string> names;
+    for (const std::string& name : option.get_snames())
+        names.push_back("-" + name);
+    for (const std::string& name : option.get_lnames())
+        names.push_back("--" + name);
+    return names;
+}
+
+std::string descriptionOf(const CLI::Option& option)
+{
+    const std::string preset = option.get_default_str();
+    return option.get_description() + (preset.empty() ? "" : " (default: " + preset + ")");
+}
+
+// CLI11 keeps what a validator is called, but not the words of an IsMember.
+CLI::Validator oneOf(const std::vector<std::string>& words)
+{
+    return CLI::Validator(CLI::IsMember(words)).description("").name(CLI::detail::join(words, "|"));
+}
+
+std::vector<std::string> wordsOf(const CLI::Option& option)
+try {
+    // get_validator() changes nothing, but is not declared so.
+    const std::string& words = const_cast<CLI::Option&>(option).get_validator(0)->get_name();
+    return words.find('|') == words.npos ? std::vector<std::string>()
+                                         : CLI::detail::split(words, '|');
+} catch (const CLI::OptionNotFound&) {
+    return {};
+}
+
 HelpFormatter::HelpFormatter()
 {
     column_width(NameWidth);
@@ -42,9 +100,7 @@ std::string HelpFormatter::make_option_opts(const CLI::Option* option) const
 
 std::string HelpFormatter::make_option_desc(const CLI::Option* option) const
 {
-    const std::string preset = option->get_default_str();
-    return wrapped(option->get_description() + (preset.empty() ? "" : " (default: " + preset + ")"),
-                   DescriptionWidth);
+    return wrapped(descriptionOf(*option), DescriptionWidth);
 }
 
 } // namespace plcctl

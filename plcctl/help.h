@@ -6,12 +6,30 @@
 #include <CLI/CLI.hpp>
 
 #include <string>
+#include <vector>
 
 namespace plcctl
 {
 
 /// The text with line ends instead of blanks where a line would get longer than `width` characters.
 std::string wrapped(const std::string& text, std::size_t width);
+
+/// What help, man pages and completion list, in the order in which it was declared.
+std::vector<const CLI::App*> subcommandsOf(const CLI::App& program);
+std::vector<const CLI::Option*> argumentsOf(const CLI::App& command);
+std::vector<const CLI::Option*> optionsOf(const CLI::App& command);
+std::vector<const CLI::Option*> optionsOf(const CLI::App& command, const std::string& group);
+
+/// The names of an option with their hyphens, the short ones first.
+std::vector<std::string> namesToType(const CLI::Option& option);
+
+/// What an option does, with its default.
+std::string descriptionOf(const CLI::Option& option);
+
+/// Accepts one of a few words, without naming them in the help text; and the words that an option
+/// accepts this way, none for another option.
+CLI::Validator oneOf(const std::vector<std::string>& words);
+std::vector<std::string> wordsOf(const CLI::Option& option);
 
 /// Names of options with their values on the left, what they do beside them in lines of their own.
 class HelpFormatter : public CLI::Formatter

@@ -64,6 +64,7 @@ int run(int argc, char** argv)
     app.footer(Footer);
     app.set_version_flag("--version", "plcctl " PLCCTL_VERSION);
     app.require_subcommand(1);
+    addGenerateOption(app);
     addInfoCommand(app, status);
     addReadCommand(app, status);
     addWriteCommand(app, status);

@@ -1,6 +1,8 @@
 // Declares the shared options, with their help texts and limits.
 #include "options.h"
 
+#include "help.h"
+
 #include <CLI/CLI.hpp>
 
 #include <map>
@@ -178,7 +180,7 @@ void addFormatOption(CLI::App& command, Format& format)
         .add_option_function<std::string>(
             "-f,--format", [&format, names](const std::string& name) { format = names.at(name); },
             "table, csv or json (default: table)")
-        ->check(CLI::Validator(CLI::IsMember({"table", "csv", "json"})).description(""))
+        ->check(oneOf({"table", "csv", "json"}))
         ->type_name("FORMAT");
 }
 

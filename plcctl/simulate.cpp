@@ -1,5 +1,6 @@
 // plcctl simulate: a simulated controller as a program of its own.
 #include "commands.h"
+#include "help.h"
 #include "options.h"
 #include "report.h"
 #include "stopsignal.h"
@@ -87,7 +88,7 @@ int simulate(const SimulateOptions& options)
 void addProtocolOption(CLI::App& command, std::string& protocol)
 {
     command.add_option("--protocol", protocol, "What the controller speaks: kv1000 or modbusrtu")
-        ->check(CLI::Validator(CLI::IsMember(bench::simulatedProtocols())).description(""))
+        ->check(oneOf(bench::simulatedProtocols()))
         ->capture_default_str()
         ->type_name("NAME");
 }

@@ -11,6 +11,7 @@ BuildLibraries=(
 )
 TestTools=(tmux)
 TourTools=(sqlite3)
+TestTools=(groff-base dpkg-dev file)
 TestLibraries=(libgtest-dev libmodbus-dev libbenchmark-dev zlib1g-dev libboost-dev)
 ArmTools=(crossbuild-essential-armhf qemu-user-static)
 ArmLibraries=(qtbase5-dev libqt5sql5-sqlite libgtest-dev)
@@ -130,6 +131,8 @@ install_build_packages() {
 
 install_test_packages() {
     install_packages "${BuildTools[@]}" "${BuildLibraries[@]}" "${TestTools[@]}" "${TestLibraries[@]}"
+    install_packages "${BuildTools[@]}" "${TestTools[@]}" "${BuildLibraries[@]}" \
+        "${TestLibraries[@]}"
 }
 
 # Configures a preset of CMakePresets.json, with further options for cmake.

@@ -1,0 +1,158 @@
+// The man pages and completion scripts that plcctl makes of its options, read by groff and bash.
+#include "program.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+#include <set>
+#include <sstream>
+
+namespace
+{
+
+/// What a program prints on both outputs.
+std::string outputOf(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program, arguments, QIODevice::ReadOnly);
+    process.waitForFinished();
+    return process.error() == QProcess::UnknownError ? process.readAll().toStdString()
+                                                     : program.toStdString() + " did not run";
+}
+
+/// Words that the help's left column has: subcommands without hyphens, or options with them.
+std::set<std::string> namesInHelp(const std::string& help, bool options)
+{
+    std::set<std::string> names;
+    bool inSubcommands = false;
+    std::istringstream lines(help);
+    for (std::string line; std::getline(lines, line);) {
+        inSubcommands = line.rfind("Subcommands:", 0) == 0 || (inSubcommands && line[0] == ' ');
+        if (line.rfind("  ", 0) != 0 || line.rfind("   ", 0) == 0 || inSubcommands == options)
+            continue;
+        std::istringstream column(line);
+        for (std::string word; column >> word;) {
+            const bool isLast = word.back() != ',';
+            word = word.substr(0, word.find_last_not_of(',') + 1);
+            std::istringstream parts(word);
+            for (std::string part; std::getline(parts, part, ',');)
+                if (!options || part[0] == '-')
+                    names.insert(part);
+            if (isLast)
+                break;
+        }
+    }
+    return names;
+}
+
+class ManPages : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(plcctl("--generate man " + m_directory.path().toStdString()).status, 0);
+    }
+
+    QString file(const std::string& name) const
+    {
+        return m_directory.filePath(QString::fromStdString(name));
+    }
+
+    QTemporaryDir m_directory;
+};
+
+TEST_F(ManPages, NameEveryOptionAndSayNothingThatGroffWarnsOf)
+{
+    std::set<std::string> commands = namesInHelp(plcctl("--help").out, false);
+    ASSERT_GE(commands.size(), 7U);
+    commands.insert("");
+    for (const std::string& command : commands) {
+        SCOPED_TRACE(command);
+        const QString page = file("plcctl" + (command.empty() ? "" : "-" + command) + ".1");
+        EXPECT_EQ(outputOf("groff", {"-man", "-ww", "-z", "-Tutf8", page}), "");
+        const std::string text = outputOf("groff", {"-man", "-Tascii", "-P-cbou", page});
+        const auto options = namesInHelp(plcctl(command + " --help").out, true);
+        EXPECT_GE(options.size(), 2U);
+        for (const std::string& option : options)
+            EXPECT_NE(text.find(option), std::string::npos) << option;
+        for (const char* section : {"NAME", "SYNOPSIS", "OPTIONS", "EXIT STATUS", "EXAMPLES"})
+            EXPECT_NE(text.find(std::string("\n") + section + "\n"), std::string::npos) << section;
+    }
+}
+
+TEST_F(ManPages, ShowExamplesAndRoffCharactersAsTheyAreTyped)
+{
+    const struct {
+        const char* page;
+        const char* text;
+    } rows[] = {
+        {"plcctl-read.1", "plcctl read 'boiler.*' --tags plant.csv -p /dev/ttyUSB0\n"},
+        {"plcctl-read.1", "DM100 and DM101\n"},
+        {"plcctl-simulate.1", "FAULT[=VALUE][@COMMAND][#N][:SHARE]\n"},
+        {"plcctl-write.1", "--verify"},
+        {"plcctl.1", "0 success, 1 the controller refused"},
+        {"plcctl-tags.1", "plcctl-tags - check a tag file"},
+    };
+    for (const auto& row : rows) {
+        const std::string text = outputOf("groff", {"-man", "-Tascii", "-P-cbou", file(row.page)});
+        EXPECT_NE(text.find(row.text), std::string::npos) << row.page << ": " << row.text;
+    }
+    EXPECT_EQ(plcctl("--generate man /dev/null/here").status, 3);
+}
+
+/// What bash has in COMPREPLY after a line, separated by blanks.
+std::string completed(const std::string& script, const std::string& line)
+{
+    const QString commands = QString::fromStdString(
+        "source " + script + "; COMP_WORDBREAKS=$' \\t\\n\"><=;|&(:'; COMP_LINE=\"" + line +
+        "\"; COMP_POINT=${#COMP_LINE}; _plcctl; echo \"${COMPREPLY[*]}\"");
+    return QString::fromStdString(outputOf("bash", {"--norc", "-c", commands}))
+        .trimmed()
+        .toStdString();
+}
+
+TEST(BashCompletion, KnowsWhatCanStandThere)
+{
+    QTemporaryDir directory;
+    const std::string script = directory.filePath("plcctl.bash").toStdString();
+    {
+        QFile file(QString::fromStdString(script));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(plcctl("--generate bash").out.c_str());
+    }
+    const struct {
+        const char* name;
+        const char* arguments;
+        const char* replies;
+    } rows[] = {
+        {"Subcommand", "wa", "watch"},
+        {"OptionOfTheProgram", "--vers", "--version"},
+        {"Option", "read --ti", "--timeout"},
+        {"NotAnOptionOfAnother", "info --ti", ""},
+        {"Format", "read DM0 -f ", "table csv json"},
+        {"FormatAfterEquals", "read --format=c", "csv"},
+        {"Type", "read -t d", "dint dword"},
+        {"Protocol", "simulate --protocol m", "modbusrtu"},
+        {"Port", "read -p si", "sim"},
+        {"NothingForANumber", "read -c ", ""},
+        {"File", "read --tags " KV1000_DRIVER, KV1000_DRIVER},
+        {"Directory", "links --project /pro", "/proc"},
+        {"Area", "read D", "DM"},
+        {"AreaInAnyPlace", "read DM0 F", "FM"},
+        {"AreaOfAnotherDriver", "read --driver " MODBUS_DRIVER " H", "HR"},
+        {"TypeOfADevice", "read DM8:di", "dint"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(completed(script, std::string(PLCCTL " ") + row.arguments), row.replies)
+            << row.name;
+}
+
+TEST(Generate, RefusesWhatItCannotMake)
+{
+    for (const char* what : {"man", "fish"})
+        EXPECT_NE(plcctl(std::string("--generate ") + what).status, 0) << what;
+}
+
+} // namespace
