@@ -8,7 +8,8 @@ add_library(PanelDrivers::Kit ALIAS kv1000)
 set_target_properties(kv1000 PROPERTIES EXPORT_NAME Kit)
 target_compile_features(kv1000 INTERFACE cxx_std_11)
 
-install(TARGETS kv1000 EXPORT PanelDrivers LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS kv1000 EXPORT PanelDrivers
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libkv1000)
 install(DIRECTORY runtime/drivers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/paneldrivers
     FILES_MATCHING PATTERN *.h
     PATTERN kv1000 EXCLUDE
