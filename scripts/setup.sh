@@ -7,11 +7,10 @@
 BuildTools=(g++ cmake ninja-build pkg-config qtbase5-dev-tools)
 BuildLibraries=(
     qtbase5-dev libqt5serialport5-dev libqt5sql5-sqlite libcli11-dev nlohmann-json3-dev
-    qtbase5-dev libqt5sql5-sqlite libcli11-dev nlohmann-json3-dev libncurses-dev
+    libncurses-dev
 )
-TestTools=(tmux)
 TourTools=(sqlite3)
-TestTools=(groff-base dpkg-dev file)
+TestTools=(tmux sqlite3 groff-base dpkg-dev file)
 TestLibraries=(libgtest-dev libmodbus-dev libbenchmark-dev zlib1g-dev libboost-dev)
 ArmTools=(crossbuild-essential-armhf qemu-user-static)
 ArmLibraries=(qtbase5-dev libqt5sql5-sqlite libgtest-dev)
