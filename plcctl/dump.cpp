@@ -266,7 +266,7 @@ int dump(const DumpOptions& options)
 void addDumpCommand(CLI::App& app, int& status)
 {
     CLI::App* const command =
-        app.add_subcommand("dump", "Save what devices hold in a text file, for restore and diff");
+        app.add_subcommand("dump", "Save devices to a text file, for restore and diff");
     const auto options = std::make_shared<DumpOptions>();
     addDevicesArgument(*command, options->devices);
     command

@@ -213,7 +213,7 @@ int explain(const ExplainOptions& options)
 void addExplainCommand(CLI::App& app, int& status)
 {
     CLI::App* const command =
-        app.add_subcommand("explain", "Count what a read or a write puts on the line, without one");
+        app.add_subcommand("explain", "Count what a request puts on the line, without one");
     const auto options = std::make_shared<ExplainOptions>();
     command->add_option("ACTION", options->action, "read or write")
         ->required()

@@ -129,7 +129,6 @@ install_build_packages() {
 }
 
 install_test_packages() {
-    install_packages "${BuildTools[@]}" "${BuildLibraries[@]}" "${TestTools[@]}" "${TestLibraries[@]}"
     install_packages "${BuildTools[@]}" "${TestTools[@]}" "${BuildLibraries[@]}" \
         "${TestLibraries[@]}"
 }
