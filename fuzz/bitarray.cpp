@@ -88,9 +88,10 @@ void checkCounts(unsigned offset, unsigned count)
 void step(Input& input, QByteArray& array, Bools& bits)
 {
     const int operation = input.byte() % 10;
-    const int n = input.shortNumber() % 3000;
-    const int count = input.shortNumber() % 3000;
+    const int n = input.shortNumber() % 700;
+    const int count = input.shortNumber() % 700;
     QByteArray other;
+    Bools source;
     switch (operation) {
     case 0:
         setBit(array, n, count & 1);
@@ -124,9 +125,10 @@ void step(Input& input, QByteArray& array, Bools& bits)
         break;
     case 6:
         other = input.text();
+        source = boolsOf(other);
         CopyBits(array, other, n, std::min(count, other.size() * BitsPerByte));
         for (int i = 0; n >= 0 && i < std::min(count, other.size() * BitsPerByte); ++i)
-            put(bits, n + i, boolsOf(other)[size_t(i)]);
+            put(bits, n + i, bitOf(source, i));
         break;
     case 7:
         RightShiftNBits(array, n);

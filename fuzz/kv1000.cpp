@@ -665,13 +665,19 @@ QString chosenAddress(Input& input)
 {
     static const char* const symbols[] = {"DM", "EM",  "FM",  "ZF",   "Z",  "CM",  "TM", "VM",
                                           "R",  "MR",  "LR",  "CR",   "B",  "T",   "C",  "TS",
-                                          "CS", "CTC", "CTH", "PCTC", "AT", "ctc", "dm", "ts"};
+                                          "CS", "CTC", "CTH", "PCTC", "AT", "ctc", "dm", "ts",
+                                          "M",  "L",   "CT",  "TTC",  "A"};
     const int choice = input.byte();
-    const int count = sizeof symbols / sizeof *symbols;
-    if (choice >= count)
+    if (choice >= 0xC0)
         return QString::fromLatin1(input.text());
     const int digits = input.byte() % 8;
-    return symbols[choice] + QString::number(input.number(3)).rightJustified(digits, '0');
+    const uint32_t number = input.number(3);
+    QString address = symbols[choice % (sizeof symbols / sizeof *symbols)];
+    if (choice < 0xB0)
+        address += QString::number(number).right(digits ? digits : 8).rightJustified(digits, '0');
+    if (choice >= 0x80)
+        address.insert(input.byte() % (address.size() + 1), QLatin1Char(char(input.byte() % 0x90)));
+    return address;
 }
 
 Form formOf(const CommunicatorCommand& command)
@@ -689,9 +695,12 @@ Request chosenRequest(Input& input)
     const int flags = input.byte();
     request.isWrite = flags & 1;
     request.retries = flags / 2 % 4 - 1;
-    request.command.dataType = static_cast<int8_t>(input.byte()) % 9;
-    request.command.length = input.shortNumber() % 2500;
+    const int type = input.byte();
+    request.command.dataType = type < 0xF0 ? type % 8 : static_cast<int8_t>(type);
+    request.command.length = input.shortNumber() % (flags & 0x80 ? 20 : 2500);
     request.command.address = chosenAddress(input);
+    if (flags & 0x40)
+        request.command.address = request.command.address.toLower();
     request.form = formOf(request.command);
     if (request.isWrite) {
         const int size = int(input.number(2)) % (request.command.dataType % 6 ? 4000 : 40);

@@ -13,7 +13,7 @@
 namespace
 {
 
-const int RandomInputs = 1500;
+const int RandomInputs = 30000;
 
 /// The files of a directory in the order of their names, or the file itself.
 QStringList filesOf(const QString& place)
