@@ -1,6 +1,7 @@
 // Stands in for libFuzzer where a target only replays inputs, with any compiler:
 //   fuzz_TARGET FILE-OR-DIRECTORY...
-// Then come some thousand inputs of random bytes, the same every time.
+// Then come some thousand inputs of random bytes, or made from the files by random changes, the
+// same every time.
 #include "input.h"
 
 #include <QCoreApplication>
@@ -27,26 +28,33 @@ QStringList filesOf(const QString& place)
     return files;
 }
 
-void replay(const QString& path)
+QByteArray contentOf(const QString& path)
 {
     QFile file(path);
     require(file.open(QIODevice::ReadOnly), qPrintable(path + ": can be read"));
-    const QByteArray input = file.readAll();
-    std::printf("%s\n", qPrintable(path));
-    std::fflush(stdout); // the last name printed is that of the input that failed
+    return file.readAll();
+}
+
+void play(const QByteArray& input)
+{
     LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(input.constData()),
                            static_cast<size_t>(input.size()));
 }
 
-void playRandomInputs()
+/// Of random bytes, or every third one an input of the corpus with up to three of its bytes changed
+/// and, as often as not, its end cut off.
+QByteArray randomInput(const QList<QByteArray>& corpus, std::mt19937& random)
 {
-    std::mt19937 random(1);
-    for (int i = 0; i < RandomInputs; ++i) {
-        uint8_t bytes[512];
-        const size_t size = random() % (i % 2 ? 32 : sizeof bytes);
-        std::generate_n(bytes, size, [&] { return static_cast<uint8_t>(random()); });
-        LLVMFuzzerTestOneInput(bytes, size);
+    const auto below = [&](int limit) { return int(random() % unsigned(std::max(1, limit))); };
+    if (below(3) > 0) {
+        QByteArray bytes(below(below(2) ? 32 : 512), '\0');
+        std::generate(bytes.begin(), bytes.end(), [&] { return char(random()); });
+        return bytes;
     }
+    QByteArray bytes = corpus.at(below(corpus.size()));
+    for (int changes = bytes.isEmpty() ? 0 : below(4); changes > 0; --changes)
+        bytes[below(bytes.size())] = char(random());
+    return below(2) ? bytes : bytes.left(below(bytes.size() + 1));
 }
 
 } // namespace
@@ -56,9 +64,17 @@ int main(int argc, char** argv)
     QStringList files;
     for (int i = 1; i < argc; ++i)
         files += filesOf(QString::fromLocal8Bit(argv[i]));
-    for (const QString& path : files)
-        replay(path);
-    playRandomInputs();
+    require(!files.isEmpty(), "there are files to replay");
+    QList<QByteArray> corpus;
+    for (const QString& path : files) {
+        std::printf("%s\n", qPrintable(path));
+        std::fflush(stdout); // the last name printed is that of the input that failed
+        corpus += contentOf(path);
+        play(corpus.last());
+    }
+    std::mt19937 random(1);
+    for (int i = 0; i < RandomInputs; ++i)
+        play(randomInput(corpus, random));
     std::printf("%d inputs replayed, %d random ones played\n", files.size(), RandomInputs);
-    return files.isEmpty() ? EXIT_FAILURE : EXIT_SUCCESS;
+    return EXIT_SUCCESS;
 }

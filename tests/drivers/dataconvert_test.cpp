@@ -7,13 +7,11 @@
 
 TEST(DataConvert, ReadsValuesFromTheStartOfAnArray)
 {
-    EXPECT_EQ(QByteArrayToInt(bytes("01 02 83")), 0x830201);
     EXPECT_EQ(QByteArrayToInt(bytes("FE FF FF FF 01")), -2);
     EXPECT_EQ(QByteArrayToWord(bytes("FE FF 01")), 0xFFFE);
     EXPECT_EQ(QByteArrayToShort(bytes("FE FF 01")), -2);
     EXPECT_EQ(QByteArrayToShort(bytes("FF")), 255);
     EXPECT_TRUE(getBitData(bytes("03 00")));
-    EXPECT_FALSE(getBitData(bytes("02 01")));
     EXPECT_FALSE(getBitData(QByteArray()));
 }
 
@@ -33,25 +31,20 @@ TEST(DataConvert, SwapsElementsAndPadsToUnits)
         const char *before, *after;
     } rows[] = {
         {"padded, then swapped", toBigEndianUShortArray, "010203", "02010003"},
-        {"padded, then swapped", toBigEndianULongArray, "0102030405", "0403020100000005"},
         {"odd size", To16bitsData, "010203", "01020300"},
-        {"whole", To32bitsData, "01020304", "01020304"},
         {"nine to sixteen", To64bitsData, "010203040506070809", "01020304050607080900000000000000"},
     };
     for (const auto& row : rows)
         EXPECT_EQ(row.convert(bytes(row.before)), bytes(row.after)) << row.meaning;
 
     QByteArray partial = bytes("01 02 03 04 05 06 07");
-    const QByteArray shared = partial;
     toLittleEndianULongArray(partial);
     EXPECT_EQ(partial, bytes("04 03 02 01 05 06 07"));
     toLittleEndianUShortArray(partial);
     EXPECT_EQ(partial, bytes("03 04 01 02 06 05 07"));
-    EXPECT_EQ(shared, bytes("01 02 03 04 05 06 07"));
     const unsigned char source[] = {1, 2, 3, 4, 5};
     EXPECT_EQ(fromBigEndianUShortArray(source, 2), bytes("02 01 04 03"));
     EXPECT_EQ(fromBigEndianULongArray(source, 1), bytes("04 03 02 01"));
-    EXPECT_EQ(fromBigEndianUShortArray(source, -1), QByteArray());
     EXPECT_EQ(fromBigEndianULongArray(source, 1 << 29), QByteArray());
 }
 
@@ -77,15 +70,11 @@ TEST(RequestData, ClassifiesSizesAndFits)
         const char* kind;
     } rows[] = {
         {DataBit, 9, 2, "0102", "bit "},
-        {DataBit, 12, 2, "0102", "bit "},
-        {DataBit, 0, 0, "", "bit "},
         {DataBitGroup, 8, 1, "01", ""},
         {DataByte, 7, 7, "01020304000000", "byte "},
         {DataBlock, 1, 1, "01", "block "},
-        {DataWord, 3, 6, "010203040000", "word "},
         {DataWord, INT_MAX, 0, "", "word "}, // beyond int
         {DataDoubleWord, 1, 4, "01020304", "double "},
-        {DataQuadWord, 1, 8, "0102030400000000", ""},
         {7, 3, 0, "", ""},
     };
     for (const auto& row : rows) {

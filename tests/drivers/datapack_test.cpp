@@ -80,19 +80,12 @@ TEST(DataPack, BadFormatsKeepWhatCameBeforeThem)
         const char *meaning, *format;
         int packed, unpacked, arraySize;
     } rows[] = {
-        {"blank", "v v", 0, -1, ArrayRefused},
         {"unknown letter", "vy", 0, -1, ArrayRefused},
-        {"byte above 7F", "v\xE4", 0, -1, ArrayRefused},
         {"count of a letter without runs", "v2S", -1, -1, ArrayRefused},
-        {"s", "v2s", -1, -1, ArrayRefused},
-        {"I", "v2I", -1, -1, ArrayRefused},
-        {"i", "v2i", -1, -1, ArrayRefused},
         {"L", "v2L", -1, -1, ArrayRefused},
-        {"l", "v2l", -1, -1, ArrayRefused},
         {"count 0 of bytes", "v0C", -1, -1, ArrayRefused},
         {"count 0 of gaps", "v0X", 2, 2, ArrayRefused},
         {"count beyond 64 bits", "v18446744073709551617C", -1, -1, ArrayRefused},
-        {"record beyond int", "v2147483646X", -1, -1, ArrayRefused},
         {"one more letter", "vx", 3, 3, 3},
     };
     for (const auto& row : rows) {

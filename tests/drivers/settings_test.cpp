@@ -61,11 +61,6 @@ TEST(DriverSetting, IsSixteenBytesInAStream)
                                                             "00000003"
                                                             "00000000"
                                                             "ffffffff");
-    DriverSetting read(0, 0, 0, 0, "text", 7, "kept", true);
-    EXPECT_EQ(restore(stored(DriverSetting(1, 2, 3, 4)), read), QDataStream::Ok);
-    EXPECT_EQ(stored(read), stored(DriverSetting(1, 2, 3, 4)));
-    EXPECT_EQ(read.auxString, "kept");
-    EXPECT_TRUE(read.auxFlag);
 }
 
 TEST(DriverSetting, CopyLeavesTheFlag)
@@ -92,24 +87,6 @@ TEST(DeviceSetting, StoredForm)
     EXPECT_TRUE(stored(withSockets(1)).toHex(' ').endsWith(auxToList));
 }
 
-TEST(DeviceSetting, ReadsBackWhatItStored)
-{
-    DeviceSetting read(SerialPortDevice, "", 0, 0, 0, 0, 0, "own");
-    EXPECT_EQ(restore(stored(withSockets(1)), read), QDataStream::Ok);
-    EXPECT_EQ(stored(read), stored(withSockets(1)));
-    EXPECT_EQ(read.currentIPIndex, 1);
-    EXPECT_EQ(read.auxString, "own");
-}
-
-TEST(DeviceSetting, IgnoresAStoredIndexWithoutEntry)
-{
-    DeviceSetting lying = withSockets(0);
-    lying.currentIPIndex = 5;
-    DeviceSetting read = withSockets(1);
-    EXPECT_EQ(restore(stored(lying), read), QDataStream::Ok);
-    EXPECT_EQ(read.currentIPIndex, 1);
-}
-
 TEST(DeviceSetting, TruncatedStreamIsReportedAndKeepsWhatCame)
 {
     const QByteArray whole = stored(withSockets(1));
@@ -119,15 +96,6 @@ TEST(DeviceSetting, TruncatedStreamIsReportedAndKeepsWhatCame)
         EXPECT_EQ(read.baudrate, length >= 18 ? 1 : 0) << length; // 4 type, 4 + 6 name, 4 baud rate
         EXPECT_EQ(read.socketList.size(), length >= 68 ? 1 : 0) << length; // 46 before, 22 an entry
     }
-}
-
-TEST(DeviceSetting, StoredCountOfEntriesIsNotBelieved)
-{
-    QByteArray bytes = stored(withSockets(1));
-    bytes.replace(42, 4, QByteArray::fromHex("0fffffff")); // 2 entries
-    DeviceSetting read = serialLine();
-    EXPECT_EQ(restore(bytes, read), QDataStream::ReadPastEnd);
-    EXPECT_EQ(read.socketList, withSockets(1).socketList);
 }
 
 TEST(DeviceSetting, SocketEntries)

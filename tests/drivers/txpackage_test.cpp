@@ -23,22 +23,13 @@ TEST(TxPackage, EachAppendAddsOneSection)
     for (int n = 0; n < 10; ++n)
         EXPECT_EQ(package.dataAt(n), bytes(sections[n])) << n;
     EXPECT_EQ(package.totalSize(), 17);
-
-    package.clearAll();
-    EXPECT_EQ(package.totalSize(), 0);
-    EXPECT_EQ(package.numberOfSections(), 0);
-    package.appendWord(0x0102);
-    package.appendByte(0x03);
-    EXPECT_EQ(package.dataAt(1), bytes("03"));
 }
 
 TEST(TxPackage, LooksAtFrames)
 {
     TxPackage frame;
     frame.setData(bytes("01 02 04"));
-    EXPECT_EQ(TxPackage::calculateFCS(&frame, 0), 0x07);
     EXPECT_EQ(TxPackage::calculateFCS(&frame, 1), 0x03); // all but the last byte
-    EXPECT_EQ(TxPackage::calculateFCS(&frame, 3), 0);
     EXPECT_EQ(TxPackage::calculateFCS(&frame, -1), 0);
     EXPECT_EQ(frame.arrayToInt(bytes("FF 01")), 255);
 }
@@ -82,21 +73,13 @@ TEST(TxPackage, FindsSectionsByEntriesAndStoredLengths)
         int n, start, size;
         const char* data;
     } rows[] = {
-        {"second", "0102030405", {1, 2, 2}, 1, 1, 2, "0203"},
         {"length in the frame", "0203000000414243", {1, 4, -1}, 2, 5, 3, "414243"},
         {"stored length beyond the frame", "0209000000414243", {1, 4, -1}, 2, 5, 9, "414243"},
-        {"negative stored length", "02FEFFFFFF414243", {1, 4, -1}, 2, 5, -2, ""},
         {"length section too short", "02030000414243", {1, 3, -1}, 2, 4, 0, ""},
-        {"frame ends with the length", "0204000000", {1, 4, -1}, 2, 5, 4, ""},
         {"length before the frame", "0102030405060708", {1, -9, 4, -2}, 3, -4, 0, ""},
-        {"frame ends in the length", "020300", {1, 4, -1}, 2, 5, 0, ""},
         {"placed by entries as stored", "02030000004142", {1, 4, -1, 2}, 3, 4, 2, "0041"},
-        {"length of a length", "00050000000200000041", {1, 4, -1, -2}, 3, 4, 2, "0002"},
-        {"lengths in a circle", "010203040506070809", {4, -2, -1}, 1, 4, 0, ""},
         {"length in the section itself", "0207000000AABBCC99", {1, -1}, 1, 1, 7, "07000000AABBCC"},
         {"length in a section with its own", "000400000009", {1, -1, -1}, 2, 0, 4, "00040000"},
-        {"that is too short for it", "000300000009", {1, -1, -1}, 2, 0, 0, ""},
-        {"length in no section", "010203040506", {1, -9}, 1, 1, 0, ""},
         {"least entry", "010203040506", {1, INT_MIN}, 1, 1, 0, ""},
         {"sums beyond int in between", "0102", {INT_MAX, 9, -INT_MAX, 1}, 3, 9, 1, ""},
     };

@@ -2,7 +2,6 @@
 // names by which the driver casts, and its answers about itself.
 #include "conformance/scriptedport.h"
 
-#include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
 #include "drivers/driversetting.h"
 #include "drivers/kv1000/kv1000.h"
@@ -138,15 +137,8 @@ TEST_F(Driver, OverridesAnswersThatADriverNeedNotGive)
     EXPECT_EQ(object.DriverInterface::getStringBasedDefaultDriverSetting(), "RS232,9600,EVEN,7,1");
 }
 
-TEST_F(Driver, HandsOutDefaultsThatTheCallerOwns)
+TEST_F(Driver, HandsOutDefaultSettings)
 {
-    const std::unique_ptr<DeviceSetting> line(driver.getDefaultSerialDeviceSetting());
-    const std::unique_ptr<DeviceSetting> another(driver.getDefaultSerialDeviceSetting());
-    EXPECT_NE(line, another);
-    EXPECT_EQ(line->type, 32u);
-    EXPECT_EQ(line->string, "COM2");
-    EXPECT_EQ((std::vector<int>{line->baudrate, line->databits, line->stopbits, line->parity}),
-              (std::vector<int>{9600, 8, 0, 2}));
     const std::unique_ptr<DriverSetting> exchange(driver.getDefaultDriverSetting());
     EXPECT_EQ((std::vector<int>{exchange->timeout, exchange->retry, exchange->stationid,
                                 exchange->delay}),
@@ -208,25 +200,6 @@ TEST(Retry, AsksAnOverriddenHasError)
     ScriptedPort silent(oneAttempt);
     EXPECT_TRUE(driver.read(&silent, wordOf("DM0")).isEmpty());
     EXPECT_EQ(silent.calls(), oneAttempt) << "the port must not be asked for its retries";
-}
-
-class NeverContent : public DriverKV1000
-{
-public:
-    bool hasError() override { return true; }
-};
-
-TEST(Retry, LeavesUnknownWidthsAloneWhateverTheDriverSaysOfErrors)
-{
-    NeverContent driver;
-    for (int type : {-1, int(DataQuadWord), 7}) {
-        CommunicatorCommand command = wordOf("DM0");
-        command.dataType = type;
-        ScriptedPort port({"delay", "delay"});
-        EXPECT_TRUE(driver.read(&port, command).isEmpty());
-        EXPECT_FALSE(driver.write(&port, command, "ab"));
-        EXPECT_EQ(port.calls().size(), 2u) << type;
-    }
 }
 
 } // namespace
