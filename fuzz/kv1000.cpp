@@ -1,14 +1,11 @@
 // The KV-1000 driver against a port that answers whatever the input says. A model, written from the
 // description of the host link and sharing nothing with the driver, plays the same request against
 // the same port: every call, the result and the error text have to agree.
-#include "drivers/abstractdeviceinterface.h"
 #include "drivers/driverinterface.h"
 #include "input.h"
-
-#include <QVariant>
+#include "tests/support/answeringport.h"
 
 #include <climits>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -76,11 +73,12 @@ struct Request {
 
 /// Notes every call, and answers the commands as the plan says. The same plan and the same calls
 /// give the same answers.
-class PlannedPort : public AbstractDeviceInterface
+class PlannedPort : public AnsweringPort
 {
 public:
     PlannedPort(const Request& request, Input plan)
-        : m_request(request)
+        : AnsweringPort([this](const string& command) { return answer(command); })
+        , m_request(request)
         , m_plan(plan)
     {
     }
@@ -88,24 +86,19 @@ public:
     int read(char* buffer, int maxLength) override
     {
         calls.push_back("read " + std::to_string(maxLength));
-        const size_t count = std::min(m_unread.size(), size_t(maxLength));
-        std::memcpy(buffer, m_unread.data(), count);
-        m_unread.erase(0, count);
-        return int(count) + m_countError;
+        return AnsweringPort::read(buffer, maxLength) + m_countError;
     }
 
     int write(const char* data, int length) override
     {
-        const string command(data, size_t(length));
-        calls.push_back("write " + command);
-        m_unread += answer(command);
-        return length;
+        calls.push_back("write " + string(data, size_t(length)));
+        return AnsweringPort::write(data, length);
     }
 
     void setOption(int option, const QVariant& value) override
     {
         calls.push_back("option " + std::to_string(option) + ' ' + value.toString().toStdString());
-        m_unread.clear();
+        AnsweringPort::setOption(option, value);
     }
 
     int retry() override
@@ -117,7 +110,7 @@ public:
     int delay() override
     {
         calls.push_back("delay");
-        return 0;
+        return AnsweringPort::delay();
     }
 
     std::vector<string> calls;
@@ -177,7 +170,6 @@ private:
 
     const Request& m_request;
     Input m_plan;
-    string m_unread;
     int m_countError = 0;
 };
 

@@ -1,14 +1,11 @@
 // The Modbus RTU driver, loaded from its file, against a port that answers whatever the input says.
 // Whatever it reports as read or written must follow from the frames that went over the port, taken
 // apart here by the protocol's rules.
-#include "drivers/abstractdeviceinterface.h"
 #include "drivers/driverinterface.h"
 #include "host/driverplugin.h"
 #include "input.h"
+#include "tests/support/answeringport.h"
 
-#include <QVariant>
-
-#include <cstring>
 #include <ctime>
 #include <memory>
 #include <string>
@@ -56,34 +53,28 @@ struct Exchange {
 };
 
 /// Answers every request as the input says, most of them as a station would.
-class ChosenPort : public AbstractDeviceInterface
+class ChosenPort : public AnsweringPort
 {
 public:
     explicit ChosenPort(Input input)
-        : m_input(input)
+        : AnsweringPort([this](const string& request) { return answer(request); })
+        , m_input(input)
     {
     }
 
     int read(char* buffer, int maxLength) override
     {
         require(maxLength > 0 && maxLength <= 256, "no frame is longer than 256 bytes");
-        const size_t count = std::min(m_unread.size(), size_t(maxLength));
-        std::memcpy(buffer, m_unread.data(), count);
-        exchanges.back().reply += m_unread.substr(0, count);
-        m_unread.erase(0, count);
-        return int(count);
+        const int count = AnsweringPort::read(buffer, maxLength);
+        exchanges.back().reply.append(buffer, size_t(count));
+        return count;
     }
 
     int write(const char* data, int length) override
     {
         exchanges.push_back({string(data, size_t(length)), string()});
-        m_unread += answer(exchanges.back().request);
-        return length;
+        return AnsweringPort::write(data, length);
     }
-
-    void setOption(int, const QVariant&) override { m_unread.clear(); }
-    int retry() override { return 0; }
-    int delay() override { return 0; }
 
     std::vector<Exchange> exchanges;
 
@@ -121,7 +112,6 @@ private:
     }
 
     Input m_input;
-    string m_unread;
 };
 
 /// A sound request: its check and its size are right, and it asks for what a frame can carry.

@@ -140,26 +140,6 @@ TEST(SerialPort, IsForOneAtATime)
               QStringLiteral("can't open %1: another program uses it").arg(plc.address().place));
 }
 
-/// Late replies of one process are not left to the next.
-TEST(SerialPort, TakesLateRepliesWithIt)
-{
-    SerialFarEnd plc;
-    const auto open = [&](int timeoutMs) {
-        auto port = host::makePort(plc.address(), host::LineSettings(), {timeoutMs, 0, 0});
-        EXPECT_TRUE(port->open());
-        return port;
-    };
-    char reply[4];
-    auto first = open(ShortMs);
-    first->write("1st!", 4);
-    EXPECT_EQ(first->read(reply, 4), 0);
-    plc.send("late");
-    first.reset();
-    const auto second = open(LongMs);
-    second->setOption(DiscardUnreadInput, QVariant(0));
-    EXPECT_EQ(second->write("2nd!", 4), 4) << qPrintable(second->lastFailure());
-}
-
 TEST(SerialPort, KnowsHowLongBytesTake)
 {
     using namespace host;

