@@ -158,7 +158,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Input input(data, size);
     QByteArray array = input.text();
     Bools bits = boolsOf(array);
-    for (int steps = 0; steps < 50 && !input.atEnd(); ++steps) {
+    for (int steps = 0; steps < 20 && !input.atEnd(); ++steps) {
         step(input, array, bits);
         require(boolsOf(array) == bits, "the array after an operation");
     }

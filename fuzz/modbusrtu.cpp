@@ -95,7 +95,8 @@ private:
         if (choice >= 0xF0)
             return reply.substr(0, place);
         reply[place] = char(m_input.byte());
-        return reply;
+        const bool checkFollows = choice < 0xE8;
+        return checkFollows ? withCrc(reply.substr(0, reply.size() - 2)) : reply;
     }
 
     string goodAnswer(const string& request)
