@@ -238,12 +238,8 @@ TEST_F(Modbus, RefusesInvalidAddresses)
         const char* address;
         int length;
     } rows[] = {
-        {DataWord, "X5", 1},
-        {DataWord, "C5", 1},
-        {DataBit, "HR5", 1},
-        {DataWord, "HR+5", 1},
-        {DataWord, "HR65535", 2},
-        {DataWord, "248:HR5", 1},
+        {DataWord, "X5", 1},   {DataWord, "C5", 1},      {DataBit, "HR5", 1},
+        {DataWord, "HR+5", 1}, {DataWord, "HR65535", 2}, {DataWord, "248:HR5", 1},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(read(row.dataType, row.address, row.length), QByteArray());
