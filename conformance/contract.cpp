@@ -14,23 +14,25 @@ namespace
 enum ExitStatus { Passed = 0, Failed = 1, WrongUsage = 2 };
 
 const char* const Footer =
-    R"(Devices come from the description in the plug-in (the JSON file that PANEL_DRIVER
-names): the first of each area. Without one, name them; from there on there should
-be as many devices as the driver's block sizes promise.
+    R"(Devices come from the description in the plug-in (the JSON file that
+PANEL_DRIVER names): the first of each area. Without one, name them; from there
+on there should be as many devices as the driver's block sizes promise.
 
 WIDTHS is none, or some of bit,byte,word,dword,quad,block,group. The description
 tells which are served: those have to be, and the others are skipped. --read and
---write tell it instead. Where nothing tells it, a request that comes back without a
-result, an error and a command on the line is not served, and is skipped.
+--write tell it instead. Where nothing tells it, a request that comes back with
+no result and no error, and put nothing on the line, is not served and is
+skipped.
 
-Nothing is attached to the port, and the program speaks no protocol. So it sees that a
-full block is asked for, not that its reply is understood: tell that in a story for
-paneldriver-play.
+Nothing is attached to the port, and the program speaks no protocol. So it sees
+that a full block is asked for, not that its reply is understood: tell that in a
+story for paneldriver-play.
 
 Example:
   paneldriver-contract build/libmydriver.so --word D0 --write none
 
-Exit status: 0 passed, 1 failed, 2 wrong usage; a driver that crashes ends the program.)";
+Exit status: 0 passed, 1 failed, 2 wrong usage; a driver that crashes ends the
+program.)";
 
 /// The names in an option's value; throws for an unknown one.
 QStringList widthsIn(const std::string& value)

@@ -15,13 +15,14 @@ enum ExitStatus { AllPlayed = 0, SomeFailed = 1, WrongUsage = 2 };
 
 const char* const Footer = R"(
 
---cut and --faults play each story that succeeds without a retry again and again, with
-another read gone wrong each time: cut at each of its bytes; with a count that is too
-large or negative; with other bytes; with NUL bytes. A wrong count has to end the
-attempt as "packet loss". Other bytes have to fail too, or not to matter to the result.
-After a failure the port allows a retry, which has to succeed.
+--cut and --faults play each story that succeeds without a retry again and
+again, with another read gone wrong each time. --cut cuts it at each of its
+bytes; --faults gives it a count that is too large or negative, other bytes, and
+NUL bytes. A wrong count has to end the attempt as "packet loss". Other bytes
+have to fail too, or not to matter to the result. After a failure the port
+allows a retry, which has to succeed.
 
-Of a failure the first difference is shown, with '-' the story and '+' the driver.
+Of a failure the first difference is shown: '-' is the story, '+' the driver.
 
 Exit status: 0 all stories went as told, 1 some did not, 2 wrong usage.)";
 
@@ -102,11 +103,10 @@ ExitStatus playAll(const Options& options)
 int main(int argc, char** argv)
 {
     Options options;
-    CLI::App app(
-        "Plays stories against a driver plug-in: a port answers the driver as a story tells,\n"
-        "and every call that the driver makes must be the story's next. One driver object\n"
-        "plays all stories.\n",
-        "paneldriver-play");
+    CLI::App app("Plays stories against a driver plug-in: a port answers the driver as a story\n"
+                 "tells, and every call that the driver makes has to be the next in the story.\n"
+                 "One driver object plays all stories.\n",
+                 "paneldriver-play");
     app.add_option("FILE", options.driver, "The plug-in")
         ->required()
         ->check(CLI::ExistingFile)

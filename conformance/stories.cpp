@@ -8,9 +8,9 @@
 
 const char* const StoriesHelp = R"(Story files:
   A story has a name at the beginning of a line; then, on lines that begin with
-  blanks, the request, every call that the driver makes of its port with what the port
-  answers, and the outcome. Items on one line are separated by semicolons. A line that
-  begins with # is a comment.
+  blanks, the request, every call that the driver makes of its port with what
+  the port answers, and the outcome. Items on one line are separated by
+  semicolons. A line that begins with # is a comment.
 
     define ask <text> -> <reply> = option 12 0; write "<text>\n"; reply <reply>
 
@@ -20,27 +20,31 @@ const char* const StoriesHelp = R"(Story files:
         = 23 00 01 02
 
   Requests:
-    read WIDTH DEVICE COUNT   WIDTH: bit, byte, word, dword, quad, block, group or a code
-    write WIDTH DEVICE BYTES  such as 23 00 01 02, low byte first; none for no data
+    read WIDTH DEVICE COUNT   WIDTH: bit, byte, word, dword, quad, block, group
+                              or a code
+    write WIDTH DEVICE BYTES  such as 23 00 01 02, low byte first; or nothing
   Port calls:
     delay [N]                 asks for the pause; the port answers N ms, or 0
     retry N                   asks for the retries; the port answers N
     option N VALUE            sets an option to an integer
     write "BYTES"             sends the bytes
-    read N "BYTES" [as M]     asks for N bytes and receives BYTES; the port says that it
-                              was as many as that, or M
+    read N "BYTES" [as M]     asks for N bytes and receives BYTES; the port says
+                              that it was as many as that, or M
   Several reads in short:
     reply "A", "B" of N, "C" as M
-                              a read for each, of as many bytes as it brings, or of N
+                              a read for each, of as many bytes as it brings, or
+                              of N
     bytes "ABC"               a read of one byte for each byte
   Outcomes:
-    = 23 00    the data of a read         = nothing  no data and no error
-    = ok       a write that worked        = false    one that did not, without an error
-    ! TEXT     a failure, with the driver's error text
+    = 23 00     the data of a read
+    = nothing   no data and no error
+    = ok        a write that worked
+    = false     a write that did not, without an error
+    ! TEXT      a failure, with the driver's error text
 
   In quotes and error texts: characters and \r \n \0 \" \\ \x1F.
-  A shorthand is defined before it is used, by define PATTERN = ITEMS. A <name> in the
-  pattern stands for any text, and for the same text in the items.)";
+  A shorthand is defined before it is used, by define PATTERN = ITEMS. A <name>
+  in the pattern stands for any text, and for the same text in the items.)";
 
 namespace
 {

@@ -68,6 +68,20 @@ TEST(ContractProgram, NamesTheCheckThatFailed)
         expectTold("paneldriver-contract", row);
 }
 
+TEST(Help, FitsATerminal)
+{
+    for (const char* program : {"paneldriver-contract", "paneldriver-play"}) {
+        QProcess process;
+        process.start(QString(PROGRAMS "/") + program, {"--help"}, QIODevice::ReadOnly);
+        ASSERT_TRUE(process.waitForFinished(-1));
+        EXPECT_EQ(process.exitCode(), 0);
+        const QList<QByteArray> lines = process.readAll().split('\n');
+        EXPECT_GT(lines.size(), 20) << program;
+        for (const QByteArray& line : lines)
+            EXPECT_LE(line.size(), 80) << line.constData();
+    }
+}
+
 TEST(Player, ShowsWhereADriverLeavesAStory)
 {
     const Row rows[] = {
