@@ -2,6 +2,8 @@
 
 #include "bench/internal/text.h"
 
+#include "host/exchangesettings.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -21,9 +23,6 @@ constexpr double UsableLostShare = 0.05;
 // Fewer reads say little: one lost in a hundred would go unseen more often than not.
 constexpr std::uint64_t ConvincingReads = 100;
 
-// What USB adapters and a busy computer need themselves.
-constexpr milliseconds LeastTimeout(50);
-
 std::optional<FailureKind> worstOf(const Summary& summary)
 {
     const auto worst = std::max_element(summary.failures.begin(), summary.failures.end());
@@ -38,18 +37,6 @@ std::uint64_t lostReads(const Summary& summary)
     return summary.failuresOf(FailureKind::NoReply) + summary.failuresOf(FailureKind::InvalidReply);
 }
 
-/// Three times what nearly all replies need, and half as much again as the slowest one, rounded up.
-milliseconds timeoutFor(const LatencyHistogram& latencies)
-{
-    if (latencies.count() == 0)
-        return milliseconds(0);
-    const auto needed = std::max(latencies.quantile(0.99) * 3, latencies.max() * 3 / 2);
-    const milliseconds step(needed < std::chrono::seconds(1) ? 50 : 500);
-    const milliseconds rounded =
-        (std::chrono::ceil<milliseconds>(needed) + step - milliseconds(1)) / step * step;
-    return std::max(rounded, LeastTimeout);
-}
-
 std::string percent(double share)
 {
     return share > 0 && share < 0.001 ? "under 0.1 %"
@@ -59,7 +46,7 @@ std::string percent(double share)
 /// Whether what counts as lost may have come after the time-out.
 bool areMaybeLate(const LineRecord& record, double lostShare)
 {
-    return lostShare > 0 && record.prompt.max() > record.timeout / 2;
+    return lostShare > 0 && record.longestPrompt > record.timeout / 2;
 }
 
 Trust trustIn(const Summary& summary, double lostShare)
@@ -97,7 +84,7 @@ std::string adviceOn(const LineRecord& record, const LineVerdict& verdict)
     if (verdict.worst == FailureKind::InvalidReply)
         return "Replies are garbled. Check the line's settings (speed, parity), shield and ground, "
                "and that no other program uses the line.";
-    if (record.prompt.count() == 0 && verdict.lostShare > 0)
+    if (!record.longestPrompt && verdict.lostShare > 0)
         return "Check cable, power, the port and the line's settings (speed, parity), or allow a "
                "longer time-out.";
     if (verdict.lostShare > 0)
@@ -129,8 +116,10 @@ LineVerdict judge(const LineRecord& record)
     verdict.lostShare =
         attempts > 0 ? static_cast<double>(summary.retries + lostReads(summary)) / attempts : 0;
     verdict.trust = trustIn(summary, verdict.lostShare);
-    if (!areMaybeLate(record, verdict.lostShare))
-        verdict.advisedTimeout = timeoutFor(record.prompt);
+    if (record.longestPrompt && !areMaybeLate(record, verdict.lostShare)) {
+        const auto longest = std::chrono::ceil<milliseconds>(*record.longestPrompt);
+        verdict.advisedTimeout = milliseconds(host::sufficientTimeoutMs(longest.count()));
+    }
     verdict.text = inWords(record, verdict);
     verdict.advice = adviceOn(record, verdict);
     return verdict;
@@ -161,7 +150,7 @@ LineRecord checkLine(Session& session, const TypedDevice& device, milliseconds t
     session.onRequest = [&](const RequestRecord& request) {
         statistics.add(request);
         if (!request.failure && request.retries == 0)
-            record.prompt.add(request.took);
+            record.longestPrompt = std::max(record.longestPrompt, std::optional(request.took));
     };
     do {
         const std::vector<Reading> readings = session.read(plan, devices);

@@ -17,9 +17,9 @@ namespace bench
 /// What many reads of one device came to.
 struct LineRecord {
     Summary summary;
-    /// Latencies of the reads that the first attempt served: those with retries have time-outs in
-    /// them.
-    LatencyHistogram prompt;
+    /// Of the reads that the first attempt served, the longest: those with retries have time-outs
+    /// in them. Nothing without such a read.
+    std::optional<std::chrono::microseconds> longestPrompt;
     std::chrono::milliseconds timeout{0}; ///< that the reads were made with
 };
 

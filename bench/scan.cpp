@@ -189,7 +189,8 @@ FoundLine confirm(const LineSettings& line, const ProbeResult& first, const Scan
         found.answers += isFound(result.outcome) ? 1 : 0;
         found.longest = std::max(found.longest, result.reply);
     }
-    found.timeoutMs = sufficientTimeoutMs(found.longest);
+    const auto longest = std::chrono::ceil<std::chrono::milliseconds>(found.longest);
+    found.timeoutMs = static_cast<int>(host::sufficientTimeoutMs(longest.count()));
     return found;
 }
 
@@ -248,14 +249,6 @@ std::vector<FoundLine> scan(const std::vector<LineSettings>& lines, const ScanOp
             break;
     }
     return found;
-}
-
-int sufficientTimeoutMs(microseconds longestReply)
-{
-    constexpr auto step = std::chrono::milliseconds(100);
-    constexpr int Margin = 3;
-    const auto steps = longestReply * Margin / step + 1;
-    return static_cast<int>(steps * step.count());
 }
 
 Probe probeOf(Driver& driver, const TypedDevice& device, const PortOptions& port,

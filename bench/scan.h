@@ -77,10 +77,6 @@ std::vector<FoundLine> scan(const std::vector<host::LineSettings>& lines,
                             const ScanOptions& options, const Probe& probe,
                             const ScanEvents& events = ScanEvents());
 
-/// Three times the longest reply, in full tenths of a second: replies vary with the load and the
-/// program of a controller.
-int sufficientTimeoutMs(std::chrono::microseconds longestReply);
-
 /// Long enough for controllers and adapters to answer; the port adds the time of the bytes.
 constexpr int ScanTimeoutMs = 200;
 

@@ -4,6 +4,8 @@
 
 #include "drivers/driversetting.h"
 
+#include <QtGlobal>
+
 namespace host
 {
 
@@ -16,6 +18,14 @@ struct ExchangeSettings {
 inline ExchangeSettings exchangeSettingsFrom(const DriverSetting& setting)
 {
     return {setting.timeout, setting.retry, setting.delay};
+}
+
+/// The time-out that a line with such replies asks for: twice the longest one, as a controller
+/// answers later under load; at least 100 ms for adapters and a busy computer; in steps of 50 ms.
+inline qint64 sufficientTimeoutMs(qint64 longestReplyMs)
+{
+    constexpr qint64 StepMs = 50;
+    return qMax<qint64>(100, (2 * longestReplyMs + StepMs - 1) / StepMs * StepMs);
 }
 
 } // namespace host

@@ -17,12 +17,6 @@ constexpr int MaxTimeoutMs = 60 * 60 * 1000;
 /// guard time after the one before.
 constexpr int MaxGuardTimesToSettle = 4;
 
-/// Half as long again as the replies take, in round figures.
-qint64 sufficientTimeoutMs(qint64 latenessMs)
-{
-    return (latenessMs * 3 / 2 / 100 + 1) * 100;
-}
-
 } // namespace
 
 Port::Port(std::unique_ptr<Transport> transport, const ExchangeSettings& exchange)

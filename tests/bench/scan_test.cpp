@@ -114,8 +114,8 @@ TEST(Scan, EndsWhenItIsStoppedAndAdvisesATimeout)
     };
     EXPECT_TRUE(scan(linesToTry(host::LineSettings()), ScanOptions(), probe, events).empty());
     EXPECT_EQ(probes, 3);
-    EXPECT_EQ(sufficientTimeoutMs(std::chrono::milliseconds(5)), 100);
-    EXPECT_EQ(sufficientTimeoutMs(std::chrono::milliseconds(120)), 400);
+    EXPECT_EQ(host::sufficientTimeoutMs(5), 100);
+    EXPECT_EQ(host::sufficientTimeoutMs(126), 300);
 }
 
 } // namespace

@@ -323,7 +323,7 @@ TEST_F(PortInVirtualTime, LateRepliesAreWhyItFails)
     EXPECT_EQ(port->lastFailure(), "0 of 3 bytes within 100 ms");
     port->settle();
     EXPECT_EQ(port->lastFailure(), "0 of 3 bytes within 100 ms; replies come up to 260 ms after "
-                                   "their command: a time-out of 400 ms would do");
+                                   "their command: a time-out of 550 ms would do");
     EXPECT_EQ(line.nowMs, 260 + 4 * TimeoutMs);
     latenessMs = PromptMs;
     EXPECT_EQ(exchange("2nd"), "2nd");
