@@ -96,7 +96,9 @@ void sortByPlace(std::vector<Span>& spans)
 
 std::int64_t blockBytes(const Group& group, const BlockSizes& blocks)
 {
-    return std::int64_t(group.width == DataBit ? blocks.bits : blocks.values) * group.unitBytes;
+    const std::int64_t units = group.width == DataBit ? blocks.bits : blocks.values;
+    const auto areaLimit = group.area ? group.area->block : std::nullopt;
+    return std::min(units, areaLimit.value_or(units)) * group.unitBytes;
 }
 
 /// The command for the units from `begin` to `end`. Only the first unit of a run without areas has
@@ -312,14 +314,22 @@ std::vector<ReadRequest> planReads(const std::vector<TypedDevice>& devices,
     return requests;
 }
 
-std::vector<ReadRequest> oneByOne(const ReadRequest& request,
-                                  const std::vector<TypedDevice>& devices, const BlockSizes& blocks)
+std::vector<ReadRequest> halves(const ReadRequest& request, const std::vector<TypedDevice>& devices,
+                                const BlockSizes& blocks)
 {
-    std::vector<ReadRequest> requests;
-    for (const Part& part : request.parts) {
-        requests.push_back(planReads({devices[part.index]}, blocks).front());
-        requests.back().parts.front().index = part.index;
-    }
+    const std::size_t middle = request.parts.size() / 2;
+    std::vector<TypedDevice> first;
+    std::vector<TypedDevice> second;
+    for (std::size_t i = 0; i < request.parts.size(); ++i)
+        (i < middle ? first : second).push_back(devices[request.parts[i].index]);
+
+    std::vector<ReadRequest> requests = planReads(first, blocks);
+    const std::size_t ofFirst = requests.size();
+    for (ReadRequest& half : planReads(second, blocks))
+        requests.push_back(std::move(half));
+    for (std::size_t i = 0; i < requests.size(); ++i)
+        for (Part& part : requests[i].parts)
+            part.index = request.parts[part.index + (i < ofFirst ? 0 : middle)].index;
     return requests;
 }
 

@@ -57,10 +57,10 @@ struct Reading {
 std::vector<ReadRequest> planReads(const std::vector<TypedDevice>& devices,
                                    const BlockSizes& blocks);
 
-/// One request for each device of a request, for finding out which of them the controller refused.
-std::vector<ReadRequest> oneByOne(const ReadRequest& request,
-                                  const std::vector<TypedDevice>& devices,
-                                  const BlockSizes& blocks);
+/// The requests for the first and for the second half of a request's devices, for finding out which
+/// of them the controller refused.
+std::vector<ReadRequest> halves(const ReadRequest& request, const std::vector<TypedDevice>& devices,
+                                const BlockSizes& blocks);
 
 /// Puts the answer to a request into the readings, which are parallel to the devices. An answer
 /// that has not request.bytes bytes is an invalid reply for all of them; a number that does not fit

@@ -76,8 +76,8 @@ void Session::readRequest(const ReadRequest& request, const std::vector<TypedDev
     if (!failure) {
         takeAnswer(request, answer, devices, readings);
     } else if (failure->kind() == FailureKind::ControllerRefused && request.parts.size() > 1) {
-        for (const ReadRequest& one : oneByOne(request, devices, m_driver.blocks()))
-            readRequest(one, devices, readings);
+        for (const ReadRequest& half : halves(request, devices, m_driver.blocks()))
+            readRequest(half, devices, readings);
     } else {
         takeFailure(request, *failure, readings);
     }

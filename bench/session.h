@@ -45,7 +45,8 @@ public:
     const Driver& driver() const { return m_driver; }
 
     /// Reads all devices in as few requests as can be. When the controller refuses a request for
-    /// several devices, each is asked for alone, so that one that does not exist hides no other.
+    /// several devices, its halves are asked for, and so on, so that one that does not exist hides
+    /// no other.
     /// Returns the readings, parallel to the devices.
     /// Throws a Failure (WrongUsage), before anything is sent, for what can't be read.
     std::vector<Reading> read(const std::vector<TypedDevice>& devices);

@@ -49,19 +49,23 @@ qint64 placeOf(qint64 number, host::Numbering numbering)
                : number;
 }
 
-/// How many units there are from the device on, at least 1.
+/// The last number of an area, as far as it is known.
+qint64 lastOf(const DeviceArea& area)
+{
+    constexpr int MostDigits = 9; // so that counts of bits fit
+    const int digits = std::min(area.digits.value_or(MostDigits), MostDigits);
+    return area.last.value_or(qint64(std::pow(10, digits)) - 1);
+}
+
+/// How many units one request can have from the device on, at least 1.
 qint64 roomFrom(const Device& device, const Width& width)
 {
-    constexpr int MostDigits = 18; // of a 64-bit number
-    qint64 last = std::numeric_limits<qint64>::max();
-    if (device.area && device.area->last)
-        last = *device.area->last;
-    else if (device.area && device.area->digits && *device.area->digits <= MostDigits)
-        last = qint64(std::pow(10, *device.area->digits)) - 1;
-    else
-        return last;
+    if (!device.area)
+        return std::numeric_limits<qint64>::max();
     const host::Numbering numbering = device.area->numbering;
-    const qint64 devices = placeOf(last, numbering) - placeOf(device.number, numbering) + 1;
+    const qint64 existing =
+        placeOf(lastOf(*device.area), numbering) - placeOf(device.number, numbering) + 1;
+    const qint64 devices = std::min(existing, qint64(device.area->block.value_or(existing)));
     const DriverDataType unit = deviceWidth(device.area->holds);
     const int deviceBits = width.isBits() || unit == DataBit ? 1 : unit == DataWord ? 16 : 32;
     return std::max(qint64(1), devices * deviceBits / width.bits);

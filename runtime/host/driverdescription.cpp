@@ -147,7 +147,7 @@ private:
 void refuseUnknownKeys(const Fields& fields)
 {
     static const QStringList Known = {"letters", "name",  "numbers", "digits", "holds", "type",
-                                      "read",    "write", "first",   "last",   "note"};
+                                      "read",    "write", "first",   "last",   "block", "note"};
     for (const QString& key : fields.keys()) {
         if (!Known.contains(key))
             fields.fail(QStringLiteral("\"%1\" is unknown; known are %2")
@@ -191,6 +191,9 @@ DeviceArea areaFrom(const Fields& fields)
     area.write = widthsIn(fields, "write", area.holds);
     area.first = fields.optionalNumber("first");
     area.last = fields.optionalNumber("last");
+    area.block = fields.optionalNumber("block");
+    if (area.block == 0)
+        fields.refuse("block", QStringLiteral("above 0"));
     if (const auto digits = fields.optionalNumber("digits"))
         area.digits = int(std::min<std::int64_t>(*digits, INT32_MAX));
     if (area.first.value_or(0) > area.last.value_or(INT64_MAX))

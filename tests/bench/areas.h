@@ -32,7 +32,8 @@ inline const host::DriverDescription& areas()
                  "holds": "bit", "type": "bool", "read": ["bit"], "write": ["bit"]},
                 {"letters": "T", "name": "timer", "numbers": "decimal", "holds": "counter",
                  "type": "udint", "read": ["bit", "byte", "word", "dword"],
-                 "write": ["bit", "byte", "word", "dword"], "first": 1, "last": 400},
+                 "write": ["bit", "byte", "word", "dword"], "first": 1, "last": 400,
+                 "block": 3},
                 {"letters": "CTC", "name": "counter", "numbers": "decimal", "holds": "counter",
                  "type": "udint", "read": ["bit", "dword"], "write": ["bit"],
                  "note": "Its set value is PCTC."}

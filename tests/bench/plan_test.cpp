@@ -47,6 +47,7 @@ TEST(ReadPlan, MergesAndCuts)
         {"DM1:string3", "word DM1 2", "\\x01\\x02\\x03"},
         {"MR014*3", "bit MR14 3", "1 1 1"},
         {"T5 T5:bool T6:bool T6", "dword T5 2, bit T5 2", "67305985 1 1 134678021"},
+        {"T1..T4", "dword T1 3, dword T4 1", "67305985 134678021 202050057 67305985"},
         {"DM1 2:DM2 2:dm001", "word DM1 1, word 2:DM1 2", "513 1027 513"},
     };
     for (const auto& row : rows) {
@@ -89,23 +90,31 @@ TEST(Plans, CutRunsWithoutAreasNowhere)
 
 TEST(ReadPlan, TellsFailuresOfEachDevice)
 {
-    const auto devices = listed("T5:uint T5:int T5:word DM1 DM2", tests::areas());
+    const auto devices = listed("T5:uint T5:int T5:word DM1 DM2 DM4 DM3", tests::areas());
     const auto requests = planReads(devices, blocks);
     std::vector<Reading> readings(devices.size());
     takeAnswer(requests[0], QByteArray::fromHex("70110100"), devices, readings);
-    takeAnswer(requests[1], "123", devices, readings);
-    const char* const failures[] = {
-        "T5 holds 70000, which does not fit uint", "T5 holds 70000, which does not fit int", "",
-        "the driver returned 3 bytes instead of 4", "the driver returned 3 bytes instead of 4"};
+    takeAnswer(requests[1], "12345", devices, readings);
+    const char* const tooShort = "the driver returned 5 bytes instead of 8";
+    const char* const failures[] = {"T5 holds 70000, which does not fit uint",
+                                    "T5 holds 70000, which does not fit int",
+                                    "",
+                                    tooShort,
+                                    tooShort,
+                                    tooShort,
+                                    tooShort};
     for (std::size_t i = 0; i < devices.size(); ++i)
         EXPECT_STREQ(readings[i].failure ? readings[i].failure->what() : "", failures[i]) << i;
 
-    const auto single = oneByOne(requests[1], devices, blocks);
-    ASSERT_EQ(single.size(), 2u);
-    EXPECT_EQ(textOf(single[1].command), "word DM2 1");
-    takeAnswer(single[1], "AB", devices, readings);
-    EXPECT_EQ(std::get<std::int64_t>(*readings[4].value), 0x4241);
-    EXPECT_FALSE(readings[4].failure);
+    const auto half = halves(requests[1], devices, blocks);
+    ASSERT_EQ(half.size(), 2u);
+    EXPECT_EQ(textOf(half[0].command), "word DM1 2");
+    EXPECT_EQ(textOf(half[1].command), "word DM3 2");
+    takeAnswer(half[1], "ABCD", devices, readings);
+    EXPECT_EQ(std::get<std::int64_t>(*readings[5].value), 0x4443) << "DM4";
+    EXPECT_EQ(std::get<std::int64_t>(*readings[6].value), 0x4241) << "DM3";
+    EXPECT_FALSE(readings[5].failure);
+    EXPECT_TRUE(readings[4].failure) << "in the other half";
 }
 
 TEST(WritePlan, MergesInOrderOrRefuses)
