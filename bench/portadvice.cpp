@@ -32,6 +32,15 @@ std::string portsThereAre()
     return "Serial ports of this machine: " + listed(devices, MostPortsListed) + ".";
 }
 
+/// A name without a slash is one of the devices in /dev, and not the file of that name here.
+std::string pathMeant(const std::string& name)
+{
+    const bool isHere = QFile::exists(QFile::decodeName(name.c_str()));
+    return isHere && name.find('/') == name.npos
+               ? "Type ./" + name + " for the file in this folder. "
+               : std::string();
+}
+
 std::string whoMayOpen(const struct stat& file)
 {
     const group* const owners = getgrgid(file.st_gid);
@@ -85,7 +94,8 @@ std::string portAdvice(const host::PortAddress& address)
     const std::string path = QFile::encodeName(host::devicePath(address.place)).toStdString();
     struct stat file = {};
     if (::stat(path.c_str(), &file) != 0)
-        return errno == ENOENT ? portsThereAre() : std::string();
+        return errno == ENOENT ? pathMeant(address.place.toStdString()) + portsThereAre()
+                               : std::string();
     if (!S_ISCHR(file.st_mode))
         return portsThereAre();
     if (::eaccess(path.c_str(), R_OK | W_OK) != 0)

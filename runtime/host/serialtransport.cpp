@@ -81,7 +81,7 @@ class SerialTransport : public DescriptorTransport
 {
 public:
     SerialTransport(const QString& device, const LineSettings& settings)
-        : m_device(device)
+        : m_device(devicePath(device))
         , m_settings(settings)
     {
     }
@@ -96,8 +96,8 @@ public:
 protected:
     int openDescriptor(int, QString* error) override
     {
-        const int descriptor = ::open(QFile::encodeName(devicePath(m_device)),
-                                      O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+        const int descriptor =
+            ::open(QFile::encodeName(m_device), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
         if (descriptor >= 0 && ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 &&
             setUp(descriptor, m_settings))
             return descriptor;
@@ -115,7 +115,7 @@ protected:
     QString name() const override { return m_device; }
 
 private:
-    QString m_device;
+    QString m_device; ///< its path
     LineSettings m_settings;
 };
 
