@@ -67,28 +67,26 @@ _plcctl_files() { compopt -o filenames 2>/dev/null; COMPREPLY=($(compgen "$1" --
 
 _plcctl_ports()
 {
-    _plcctl_words "sim tcp: $(compgen -G '/dev/tty[UAS][SCM]*')"
+    _plcctl_words "sim tcp: $("$program" --generate ports 2>/dev/null)"
     [[ $cur != [./]* ]] || COMPREPLY+=($(compgen -f -- "$cur"))
     [[ ${COMPREPLY[*]} != tcp: ]] || compopt -o nospace 2>/dev/null
 }
 
-# The areas of the driver, then types after a colon.
+# The areas of the driver and the tags, then types after a colon.
 _plcctl_devices()
 {
     compopt -o nospace 2>/dev/null
     if [[ $cur == *:* ]]; then
         compopt +o nospace 2>/dev/null
         COMPREPLY=($(compgen -P "${cur%:*}:" -W "@TYPES@" -- "${cur##*:}"))
-    elif [[ -n $driver ]]; then
-        _plcctl_words "$("$program" --generate areas "$driver" 2>/dev/null)"
     else
-        _plcctl_words "$("$program" --generate areas 2>/dev/null)"
+        _plcctl_words "$("$program" --generate names "$driver" "$tags" 2>/dev/null)"
     fi
 }
 
 _plcctl()
 {
-    local line=${COMP_LINE:0:COMP_POINT} words cur previous program command='' driver='' i
+    local line=${COMP_LINE:0:COMP_POINT} words cur previous program command='' driver='' tags='' i
     local options='' argument=:
     read -ra words <<<"$line"
     [[ $line != *[[:space:]] ]] || words+=('')
@@ -98,6 +96,8 @@ _plcctl()
         [[ -n $command || ${words[i]} == -* ]] || command=${words[i]}
         [[ ${words[i]} != --driver ]] || driver=${words[i + 1]}
         [[ ${words[i]} != --driver=* ]] || driver=${words[i]#*=}
+        [[ ${words[i]} != --tags ]] || tags=${words[i + 1]}
+        [[ ${words[i]} != --tags=* ]] || tags=${words[i]#*=}
     done
     [[ $cur != --*=* ]] || { previous=${cur%%=*}; cur=${cur#*=}; }
 
@@ -191,16 +191,18 @@ std::string bashCommands(const CLI::App& program)
 const char* const ZshScript = R"zsh(#compdef plcctl
 # zsh completion for plcctl; plcctl itself made it.
 _plcctl_ports() {
+    local -a ports=(${(f)"$($program --generate ports 2>/dev/null)"})
     _alternative 'kinds:kind of port:(sim)' 'tcp:address:compadd -S "" tcp\:' \
-        'devices:serial device:_files -g "/dev/tty(USB|ACM|S|AMA)*"' 'files:file:_files'
+        'devices:serial device:compadd -a ports' 'files:file:_files'
 }
 
-# The areas of the driver, then types after a colon.
+# The areas of the driver and the tags, then types after a colon.
 _plcctl_devices() {
     if compset -P '*:'; then
         compadd @TYPES@
     else
-        compadd -S '' -- ${(f)"$($program --generate areas $opt_args[--driver] 2>/dev/null)"}
+        compadd -S '' -- \
+            ${(f)"$($program --generate names "$opt_args[--driver]" "$opt_args[--tags]" 2>/dev/null)"}
     fi
 }
 

@@ -1,5 +1,4 @@
 // How help texts and advice are laid out on a terminal.
-// It knows no option and no subcommand.
 #ifndef PLCCTL_HELP_H
 #define PLCCTL_HELP_H
 

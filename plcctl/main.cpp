@@ -1,5 +1,6 @@
 // plcctl: loads a PLC driver plug-in and lets a person use it.
 #include "commands.h"
+#include "driverhelp.h"
 #include "help.h"
 #include "report.h"
 #include "stopsignal.h"
@@ -82,6 +83,7 @@ int run(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {
+        describeDriver(app);
         app.exit(help);
     } catch (const CLI::ParseError& error) {
         report(wrongArguments(app, error));

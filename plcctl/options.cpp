@@ -1,6 +1,7 @@
 // Declares the shared options, with their help texts and limits.
 #include "options.h"
 
+#include "driverhelp.h"
 #include "help.h"
 
 #include <CLI/CLI.hpp>
@@ -39,10 +40,10 @@ void addPatienceOptions(CLI::App& command, bench::PortOptions& options)
 {
     const auto add = [&](const char* names, std::optional<int>& value, int low, int high,
                          const char* unit, const std::string& help) {
-        command.add_option(names, value, help + " (default: the driver's)")
-            ->check(between(low, high))
-            ->type_name(unit)
-            ->group(LineGroup);
+        defaultsToDriver(command.add_option(names, value, help)
+                             ->check(between(low, high))
+                             ->type_name(unit)
+                             ->group(LineGroup));
     };
     const bool isTaken = command.get_option_no_throw("-o") != nullptr;
     add(isTaken ? "--timeout" : "-o,--timeout", options.timeoutMs, 1, MaxMs, "MS",
@@ -110,11 +111,10 @@ void addNamingOptions(CLI::App& command, BenchOptions& options)
 
 void addLineOption(CLI::App& command, bench::PortOptions& options)
 {
-    command
-        .add_option("-l,--line", options.line,
-                    "Serial line, such as RS232,9600,EVEN,8,1 (default: the driver's)")
-        ->type_name("TEXT")
-        ->group(LineGroup);
+    defaultsToDriver(
+        command.add_option("-l,--line", options.line, "Serial line, such as RS485,19200,NONE,8,1")
+            ->type_name("TEXT")
+            ->group(LineGroup));
 }
 
 void addPortOptions(CLI::App& command, BenchOptions& options)

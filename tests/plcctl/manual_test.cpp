@@ -121,10 +121,14 @@ TEST(BashCompletion, KnowsWhatCanStandThere)
         QFile file(QString::fromStdString(script));
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(plcctl("--generate bash").out.c_str());
+        QFile tags(directory.filePath("tags.csv"));
+        ASSERT_TRUE(tags.open(QIODevice::WriteOnly));
+        tags.write("name,device\nboiler.temp,DM0\npump.on,MR0\n");
     }
+    const std::string tagFile = directory.filePath("tags.csv").toStdString();
     const struct {
         const char* name;
-        const char* arguments;
+        std::string arguments;
         const char* replies;
     } rows[] = {
         {"Subcommand", "wa", "watch"},
@@ -143,6 +147,7 @@ TEST(BashCompletion, KnowsWhatCanStandThere)
         {"AreaInAnyPlace", "read DM0 F", "FM"},
         {"AreaOfAnotherDriver", "read --driver " MODBUS_DRIVER " H", "HR"},
         {"TypeOfADevice", "read DM8:di", "dint"},
+        {"Tag", "read --tags " + tagFile + " bo", "boiler.temp"},
     };
     for (const auto& row : rows)
         EXPECT_EQ(completed(script, std::string(PLCCTL " ") + row.arguments), row.replies)
@@ -151,7 +156,7 @@ TEST(BashCompletion, KnowsWhatCanStandThere)
 
 TEST(Generate, RefusesWhatItCannotMake)
 {
-    for (const char* what : {"man", "fish"})
+    for (const char* what : {"man", "fish", "names /nowhere.so"})
         EXPECT_NE(plcctl(std::string("--generate ") + what).status, 0) << what;
 }
 
