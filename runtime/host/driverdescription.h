@@ -38,7 +38,7 @@
 //                  "word", "dword"; missing for none. An area that has one of the last three has
 //                  also the width of its devices, and one that holds bits has nothing but "bit".
 //     first, last  the numbers of the first and the last device, where known
-//     block        the most devices of one request, where that is fewer than the driver's block size
+//     block        the most devices of one request, where fewer than the driver's block size
 //     note         a sentence for the person who uses the area, shown when something is refused
 #ifndef HOST_DRIVERDESCRIPTION_H
 #define HOST_DRIVERDESCRIPTION_H
