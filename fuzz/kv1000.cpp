@@ -4,6 +4,7 @@
 #include "drivers/driverinterface.h"
 #include "input.h"
 #include "tests/support/answeringport.h"
+#include "tests/support/kv1000naming.h"
 
 #include <climits>
 #include <functional>
@@ -18,7 +19,7 @@ extern "C" DriverInterface* CreateDriver();
 namespace
 {
 
-using std::string;
+using namespace naming;
 
 const size_t RxBufferSize = 1538, TxBufferSize = 1553;
 const size_t LongestReadCommand = 19, LongestDevice = 10;
@@ -32,33 +33,6 @@ const int ItemLengths[] = {1, 5, 10, 23};
 int replyLength(Form form, int items)
 {
     return (ItemLengths[form] + 1) * std::max(1, items) + 1;
-}
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-char upper(char c)
-{
-    return c >= 'a' && c <= 'z' ? char(c - 'a' + 'A') : c;
-}
-bool isLetter(char c)
-{
-    return upper(c) >= 'A' && upper(c) <= 'Z';
-}
-string inUpperCase(string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), upper);
-    return text;
-}
-bool startsWith(const string& text, const string& start)
-{
-    return inUpperCase(text.substr(0, start.size())) == start;
-}
-string symbolOf(const string& device)
-{
-    return device.substr(0,
-                         std::find_if_not(device.begin(), device.end(), isLetter) - device.begin());
 }
 
 struct Request {
@@ -175,63 +149,11 @@ private:
 
 // Device texts
 
-int digitWidth(const string& device)
-{
-    const char first = device.empty() ? '\0' : upper(device[0]);
-    const char second = device.size() < 2 ? '\0' : upper(device[1]);
-    switch (first) {
-    case 'A':
-        return 1;
-    case 'C':
-        return second == 'M'                                       ? 5
-               : second == 'T'                                     ? 1
-               : isDigit(second) || second == 'R' || second == 'S' ? 4
-                                                                   : 0;
-    case 'T':
-        return second == 'M' ? 3 : second == 'S' || isDigit(second) ? 4 : 0;
-    case 'Z':
-        return 2;
-    default:
-        return string("DEFLMR").find(first) != string::npos && first != '\0' ? 5 : 0;
-    }
-}
-
-size_t zerosFor(const string& device)
-{
-    const auto digits = std::count_if(device.begin(), device.end(), isDigit);
-    return size_t(std::max<long>(0, digitWidth(device) - long(digits)));
-}
-
-/// As the host link spells the device.
-string spelling(const string& device)
-{
-    if (startsWith(device, "PCTC"))
-        return device.substr(1);
-    const size_t width = size_t(digitWidth(device));
-    const size_t letters = symbolOf(device).size();
-    const size_t digits = size_t(std::count_if(device.begin(), device.end(), isDigit));
-    string text = device + string(zerosFor(device), '0');
-    if (zerosFor(device) > 0) {
-        const auto block = text.begin() + long(letters);
-        std::rotate(block, block + long(digits), block + long(digits + zerosFor(device)));
-    }
-    if (startsWith(device, "TS") || startsWith(device, "CS"))
-        return text[0] + text.substr(2, width);
-    return startsWith(device, "R") ? text.substr(1, width) : text;
-}
-
 bool fits(const string& device)
 {
     const auto printable = [](char c) { return c > ' ' && c <= '~'; };
     return !device.empty() && std::all_of(device.begin(), device.end(), printable) &&
            device.size() + zerosFor(device) <= LongestDevice;
-}
-
-bool holdsWords(const string& device)
-{
-    const char first = device.empty() ? '\0' : upper(device[0]);
-    return first == 'D' || first == 'E' || first == 'F' || first == 'Z' ||
-           startsWith(device, "CM") || startsWith(device, "TM") || startsWith(device, "VM");
 }
 
 bool isOneOf(const string& symbol, std::initializer_list<const char*> symbols)
@@ -630,12 +552,6 @@ private:
                 return false;
         }
         return close();
-    }
-
-    static bool writesSetValue(const string& device)
-    {
-        return startsWith(device, "TS") || startsWith(device, "CS") || startsWith(device, "TTC") ||
-               startsWith(device, "CTC") || startsWith(device, "PCTC");
     }
 
     static string valueText(const string& bytes)

@@ -103,6 +103,8 @@ TEST(Command, IsAsLongAsThereIsRoomFor)
         {Read, DataWord, "DM100", 256, word, {"RDS DM00100 256"}},
         {Read, DataWord, "DM99743", 257, word, {"RDS DM99743 256", "RDS DM99999 1"}},
         {Read, DataWord, "VM10", 300, word, {"RDS VM10 256", "RDS VM266 44"}},
+        {Read, DataWord, "ZF0", 256, word, {"RDS ZF00 256"}},
+        {Read, DataWord, "ZF5000", 256, word, {"RDS ZF5000 256"}}, // more digits, but not cut
         {Read, DataDoubleWord, "em0", 129, word, {"RDS em00000 256", "RDS em00256 2"}},
         {Read, DataWord, "AT0", 280, value, {"RDS AT0 139", "RDS AT139 1"}},
         {Read, DataDoubleWord, "TS10", 65, triple, {"RDS T0010 64", "RDS T0074 1"}},
@@ -171,6 +173,7 @@ TEST(Refusal, IsSaidBeforeAnythingIsSent)
         {"number beyond an int", Write, DataBit, "MR2147483648", 1, invalid},
         {"run beyond an int", Write, DataBit, "T2147483647", 2, invalid},
         {"run leaves the digits", Read, DataWord, "DM99744", 257, invalid},
+        {"run of file registers leaves the digits", Read, DataWord, "ZF0", 257, invalid},
         {"run leaves the digits", Write, DataWord, "DM99900", 256, invalid},
         {"run of set values leaves the digits", Read, DataDoubleWord, "TS9999", 65, invalid},
         {"run of a text without number", Read, DataBit, "MRX", 769, invalid},
