@@ -11,11 +11,18 @@
 namespace driverkit
 {
 
+namespace
+{
+
+const qint64 NotBegun = -1;
+
+} // namespace
+
 Exchange::Exchange(AbstractDeviceInterface* port, ErrorState& error, int replyLimitMs)
     : m_port(port)
     , m_error(error)
     , m_replyLimitMs(replyLimitMs)
-    , m_sentMs(replyLimitMs != NoLimit ? CurrentMSecsSinceBoot() : 0)
+    , m_begunMs(NotBegun)
 {
 }
 
@@ -27,15 +34,16 @@ void Exchange::ask(const char* command, int length)
 
 void Exchange::send(const char* command, int length)
 {
-    if (m_replyLimitMs != NoLimit)
-        m_sentMs = CurrentMSecsSinceBoot();
+    m_begunMs = NotBegun;
     m_port->write(command, length);
 }
 
 bool Exchange::receive(char* buffer, int length)
 {
-    return (!isOverdue() && m_port->read(buffer, length) == length) ||
-           m_error.fail(errortext::PacketLoss);
+    if (isOverdue() || m_port->read(buffer, length) != length)
+        return m_error.fail(errortext::PacketLoss);
+    noteBegin();
+    return true;
 }
 
 bool Exchange::receiveUntil(char delimiter, int maxLength, QByteArray* reply)
@@ -54,7 +62,13 @@ bool Exchange::receiveUntil(char delimiter, int maxLength, QByteArray* reply)
 
 bool Exchange::isOverdue() const
 {
-    return m_replyLimitMs != NoLimit && CurrentMSecsSinceBoot() - m_sentMs > m_replyLimitMs;
+    return m_begunMs != NotBegun && CurrentMSecsSinceBoot() - m_begunMs > m_replyLimitMs;
+}
+
+void Exchange::noteBegin()
+{
+    if (m_begunMs == NotBegun && m_replyLimitMs != NoLimit)
+        m_begunMs = CurrentMSecsSinceBoot();
 }
 
 } // namespace driverkit

@@ -20,8 +20,10 @@ class DRIVER_KIT_EXPORT Exchange
 public:
     enum { NoLimit = 0, DefaultReplyLimitMs = 10000 };
 
-    /// Each read waits as long as the port's own time-out. A reply that comes in several reads is
-    /// given up when replyLimitMs have passed since its command; NoLimit leaves it to the port.
+    /// Each read waits as long as the port's own time-out, however long that is. Reads that follow
+    /// the first one of a reply could go on for ever at a peer that gives a byte now and then: no
+    /// further one begins when replyLimitMs have passed since the first ended, and the reply is
+    /// "packet loss". NoLimit leaves it to the port.
     ///
     /// port, error  must outlive the exchange
     Exchange(AbstractDeviceInterface* port, ErrorState& error,
@@ -62,11 +64,12 @@ public:
 
 private:
     DRIVER_KIT_HIDDEN bool isOverdue() const;
+    DRIVER_KIT_HIDDEN void noteBegin();
 
     AbstractDeviceInterface* m_port;
     ErrorState& m_error;
     int m_replyLimitMs;
-    qint64 m_sentMs;
+    qint64 m_begunMs; ///< when the first read of the reply ended; NotBegun before that
 };
 
 } // namespace driverkit
