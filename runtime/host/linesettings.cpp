@@ -13,9 +13,6 @@ namespace
 constexpr int MinDataBits = 5;
 constexpr int MaxDataBits = 8;
 
-const char* const ParityNames[] = {"NONE", "ODD", "EVEN", "MARK", "SPACE"};
-constexpr int ParityCount = sizeof ParityNames / sizeof *ParityNames;
-
 /// The electrical standard is the adapter's business: all three are the same device to a program.
 const char* const KindNames[] = {"RS232", "RS422", "RS485"};
 
@@ -28,19 +25,29 @@ bool isKind(const QString& field)
     return false;
 }
 
-int parityCodeOf(const QString& field)
+std::optional<Parity> parityFrom(int code)
 {
-    for (int code = 0; code < ParityCount; ++code) {
-        if (field == QLatin1String(ParityNames[code]))
-            return code;
-    }
-    return -1;
+    if (!driverkit::wordOf(driverkit::ParityCodes, code))
+        return std::nullopt;
+    return static_cast<Parity>(code);
 }
 
-/// The stop-bit code of a number of stop bits; -1 for a number no line has.
-int stopBitCodeOf(const QString& field)
+std::optional<StopBits> stopBitsFrom(int code)
 {
-    return field == QLatin1String("1") ? 0 : field == QLatin1String("2") ? 2 : -1;
+    if (code != int(StopBits::One) && code != int(StopBits::Two))
+        return std::nullopt;
+    return static_cast<StopBits>(code);
+}
+
+/// The code of the table that has this word; -1 when none has.
+template <std::size_t Count>
+int codeOf(const driverkit::LineCode (&table)[Count], const QString& word)
+{
+    for (const driverkit::LineCode& row : table) {
+        if (word == QLatin1String(row.word))
+            return row.code;
+    }
+    return -1;
 }
 
 /// -1 for anything but a decimal number.
@@ -75,21 +82,20 @@ std::optional<LineSettings> lineSettingsFromText(const QString& text, QString* e
                                  .arg(text));
 
     const int baud = numberOf(fields[1]);
-    const int parity = parityCodeOf(fields[2]);
+    const auto parity = parityFrom(codeOf(driverkit::ParityCodes, fields[2]));
     const int dataBits = numberOf(fields[3]);
-    const int stopBits = stopBitCodeOf(fields[4]);
+    const auto stopBits = stopBitsFrom(codeOf(driverkit::StopBitsCodes, fields[4]));
     if (!isKind(fields[0]))
         return bad("kind", fields[0], "RS232, RS422 or RS485");
     if (baud <= 0)
         return bad("baud rate", fields[1], "a number above 0");
-    if (parity < 0)
+    if (!parity)
         return bad("parity", fields[2], "NONE, ODD, EVEN, MARK or SPACE");
     if (dataBits < MinDataBits || dataBits > MaxDataBits)
         return bad("number of data bits", fields[3], "5 to 8");
-    if (stopBits < 0)
+    if (!stopBits)
         return bad("number of stop bits", fields[4], "1 or 2");
-    return LineSettings{baud, static_cast<Parity>(parity), dataBits,
-                        stopBits == 0 ? StopBits::One : StopBits::Two};
+    return LineSettings{baud, *parity, dataBits, *stopBits};
 }
 
 QString textOf(const LineSettings& line)
@@ -97,9 +103,9 @@ QString textOf(const LineSettings& line)
     return QStringLiteral("%1,%2,%3,%4,%5")
         .arg(QLatin1String(KindNames[0]))
         .arg(line.baud)
-        .arg(QLatin1String(ParityNames[static_cast<int>(line.parity)]))
+        .arg(QLatin1String(driverkit::wordOf(driverkit::ParityCodes, int(line.parity))))
         .arg(line.dataBits)
-        .arg(line.stopBits == StopBits::One ? 1 : 2);
+        .arg(QLatin1String(driverkit::wordOf(driverkit::StopBitsCodes, int(line.stopBits))));
 }
 
 int bitsPerCharacter(const LineSettings& line)
@@ -117,16 +123,17 @@ std::optional<LineSettings> lineSettingsFrom(const DeviceSetting& setting, QStri
                           .arg(setting.string, QLatin1String(field), QString::number(value)));
     };
 
+    const auto parity = parityFrom(setting.parity);
+    const auto stopBits = stopBitsFrom(setting.stopbits);
     if (setting.baudrate <= 0)
         return bad("baud rate", setting.baudrate);
     if (setting.databits < MinDataBits || setting.databits > MaxDataBits)
         return bad("number of data bits", setting.databits);
-    if (setting.parity < 0 || setting.parity >= ParityCount)
+    if (!parity)
         return bad("parity code", setting.parity);
-    if (setting.stopbits != 0 && setting.stopbits != 2)
+    if (!stopBits)
         return bad("stop-bit code", setting.stopbits);
-    return LineSettings{setting.baudrate, static_cast<Parity>(setting.parity), setting.databits,
-                        setting.stopbits == 0 ? StopBits::One : StopBits::Two};
+    return LineSettings{setting.baudrate, *parity, setting.databits, *stopBits};
 }
 
 } // namespace host

@@ -2,6 +2,8 @@
 #ifndef HOST_LINESETTINGS_H
 #define HOST_LINESETTINGS_H
 
+#include "drivers/linecodes.h"
+
 #include <QString>
 
 #include <optional>
@@ -11,10 +13,17 @@ class DeviceSetting;
 namespace host
 {
 
-/// In the order of the parity codes in a DeviceSetting.
-enum class Parity { None, Odd, Even, Mark, Space };
+/// By the codes in a DeviceSetting.
+enum class Parity {
+    None = driverkit::NoParity,
+    Odd = driverkit::OddParity,
+    Even = driverkit::EvenParity,
+    Mark = driverkit::MarkParity,
+    Space = driverkit::SpaceParity
+};
 
-enum class StopBits { One, Two };
+/// By the codes in a DeviceSetting. One and a half no port here offers.
+enum class StopBits { One = driverkit::OneStopBit, Two = driverkit::TwoStopBits };
 
 struct LineSettings {
     int baud = 9600; ///< bits per second
@@ -35,9 +44,7 @@ QString textOf(const LineSettings& line);
 /// The bits of one character on the line: start bit, data bits, parity bit and stop bits.
 int bitsPerCharacter(const LineSettings& line);
 
-/// Reads the line fields of a settings record, which holds codes. Parity 2 is even and stopbits 0
-/// is one stop bit by the record's definition; the others are this host's own: parity 0 none,
-/// 1 odd, 3 mark, 4 space, stopbits 2 two stop bits. Code 1, one and a half, no port here offers.
+/// Reads the line fields of a settings record, which holds the codes of drivers/linecodes.h.
 std::optional<LineSettings> lineSettingsFrom(const DeviceSetting& setting, QString* error);
 
 } // namespace host

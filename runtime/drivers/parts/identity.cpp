@@ -6,41 +6,6 @@
 namespace driverkit
 {
 
-namespace
-{
-
-const char* parityText(ParityCode parity)
-{
-    switch (parity) {
-    case NoParity:
-        return "NONE";
-    case OddParity:
-        return "ODD";
-    case EvenParity:
-        return "EVEN";
-    case MarkParity:
-        return "MARK";
-    case SpaceParity:
-        break;
-    }
-    return "SPACE";
-}
-
-const char* stopBitsText(StopBitsCode stopBits)
-{
-    switch (stopBits) {
-    case OneStopBit:
-        return "1";
-    case OneAndAHalfStopBits:
-        return "1.5";
-    case TwoStopBits:
-        break;
-    }
-    return "2";
-}
-
-} // namespace
-
 bool serves(int widths, int dataType)
 {
     return dataType >= DataBit && dataType <= DataBitGroup && (widths >> dataType & 1);
@@ -62,9 +27,9 @@ QString lineText(const DefaultLine& line)
 {
     return QString::fromLatin1("RS232,%1,%2,%3,%4")
         .arg(line.baud)
-        .arg(QString::fromLatin1(parityText(line.parity)))
+        .arg(QString::fromLatin1(wordOf(ParityCodes, line.parity)))
         .arg(line.dataBits)
-        .arg(QString::fromLatin1(stopBitsText(line.stopBits)));
+        .arg(QString::fromLatin1(wordOf(StopBitsCodes, line.stopBits)));
 }
 
 } // namespace driverkit

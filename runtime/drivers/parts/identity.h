@@ -5,6 +5,7 @@
 
 #include "drivers/communicatorcommand.h"
 #include "drivers/export.h"
+#include "drivers/linecodes.h"
 
 #include <QString>
 
@@ -13,12 +14,6 @@ class DriverSetting;
 
 namespace driverkit
 {
-
-/// The codes of DeviceSetting::parity.
-enum ParityCode { NoParity = 0, OddParity = 1, EvenParity = 2, MarkParity = 3, SpaceParity = 4 };
-
-/// The codes of DeviceSetting::stopbits.
-enum StopBitsCode { OneStopBit = 0, OneAndAHalfStopBits = 1, TwoStopBits = 2 };
 
 /// Widths for masks; blocks count as bytes and bit groups as bits.
 enum Widths {
