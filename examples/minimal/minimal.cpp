@@ -50,19 +50,17 @@ private:
     bool get(AbstractDeviceInterface* port, qint64 number, QByteArray* data)
     {
         QByteArray reply;
-        if (!ask(port, "G " + QByteArray::number(number), &reply))
-            return false;
+        const bool came = ask(port, "G " + QByteArray::number(number), &reply);
         const qint64 value = plainNumber(reply);
         appendValue(data, static_cast<quint32>(value), 2);
-        return (value >= 0 && value <= 65535) || fail(errortext::InvalidResponse);
+        return came && ((value >= 0 && value <= 65535) || fail(errortext::InvalidResponse));
     }
 
     bool set(AbstractDeviceInterface* port, qint64 number, quint32 value)
     {
         QByteArray reply;
-        const QByteArray values = QByteArray::number(number) + " " + QByteArray::number(value);
-        return ask(port, "S " + values, &reply) &&
-               (reply == "ok" || fail(errortext::InvalidResponse));
+        const QByteArray text = "S " + QByteArray::number(number) + " " + QByteArray::number(value);
+        return ask(port, text, &reply) && (reply == "ok" || fail(errortext::InvalidResponse));
     }
 
     bool ask(AbstractDeviceInterface* port, const QByteArray& command, QByteArray* reply)
