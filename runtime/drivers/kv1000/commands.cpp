@@ -1,8 +1,9 @@
 #include "drivers/kv1000/commands.h"
 
 #include "drivers/kv1000/devices.h"
-#include "drivers/kv1000/digits.h"
+#include "drivers/kv1000/fourdigits.h"
 #include "drivers/parts/exchange.h"
+#include "drivers/tools/dataconvert.h"
 
 #include <cstring>
 
@@ -85,29 +86,37 @@ private:
     char* m_at;
 };
 
-enum { WordLength = 6, Value32Length = 11 }; // a blank and the digits
+// The values of the commands. Each puts a blank and its digits.
 
-/// Writes a blank and five digits.
-void putWord(char* to, quint32 word)
-{
-    to[0] = ' ';
-    to[1] = static_cast<char>('0' + word / 10000);
-    putFourDigits(to + 2, word % 10000);
-}
+struct WordItem {
+    enum { Bytes = 2, Length = 6 };
+    static void put(char* to, const unsigned char* from)
+    {
+        const quint32 word = static_cast<quint32>(from[0] | from[1] << 8);
+        to[0] = ' ';
+        to[1] = static_cast<char>('0' + word / 10000);
+        putFourDigits(to + 2, word % 10000);
+    }
+};
 
-/// Writes a blank and ten digits.
-void putValue32(char* to, quint32 value)
-{
-    const quint32 upper = value / 10000;
-    const quint32 top = upper / 10000;
-    to[0] = ' ';
-    to[1] = static_cast<char>('0' + top / 10);
-    to[2] = static_cast<char>('0' + top % 10);
-    putFourDigits(to + 3, upper % 10000);
-    putFourDigits(to + 7, value % 10000);
-}
+struct Value32Item {
+    enum { Bytes = 4, Length = 11 };
+    static void put(char* to, const unsigned char* from)
+    {
+        const quint32 value =
+            from[0] | quint32(from[1]) << 8 | quint32(from[2]) << 16 | quint32(from[3]) << 24;
+        const quint32 upper = value / 10000;
+        const quint32 top = upper / 10000;
+        to[0] = ' ';
+        to[1] = static_cast<char>('0' + top / 10);
+        to[2] = static_cast<char>('0' + top % 10);
+        putFourDigits(to + 3, upper % 10000);
+        putFourDigits(to + 7, value % 10000);
+    }
+};
 
-CommandText writeCommand(char* buffer, int size, const Device& first, int count)
+template <typename Item>
+int packWrite(char* buffer, int size, const Device& first, const char* values, int count)
 {
     CommandText command(buffer, size);
     command.append(first.area->command)
@@ -115,7 +124,23 @@ CommandText writeCommand(char* buffer, int size, const Device& first, int count)
         .append(first.wire, first.wireLength)
         .append(" ", 1)
         .appendNumber(count);
-    return command;
+    const unsigned char* from = reinterpret_cast<const unsigned char*>(values);
+    char* to = command.grow(Item::Length * count);
+    for (int i = 0; to && i < count; ++i, to += Item::Length, from += Item::Bytes)
+        Item::put(to, from);
+    return command.append(LineEnd, 2).length();
+}
+
+int KV1000PackWriteContinuousUInt16sCmd(char* buffer, int size, const Device& first,
+                                        const char* values, int count)
+{
+    return packWrite<WordItem>(buffer, size, first, values, count);
+}
+
+int KV1000PackWriteContinuousUInt32sCmd(char* buffer, int size, const Device& first,
+                                        const char* values, int count)
+{
+    return packWrite<Value32Item>(buffer, size, first, values, count);
 }
 
 } // namespace
@@ -127,9 +152,8 @@ bool readCommandFits(const Device& first, int count)
     return fixed + first.wireLength + lengthOfNumber(count) < ReadCommandSize;
 }
 
-int formatBitCommand(char* buffer, int size, const char* symbol, int number, bool value)
+int formatBitCommand(char* buffer, int size, const Area& area, int number, bool value)
 {
-    const Area& area = areaOf(symbol);
     if (area.bits == NoBits)
         return 0;
     CommandText command(buffer, size);
@@ -140,9 +164,13 @@ int formatBitCommand(char* buffer, int size, const char* symbol, int number, boo
     return command.length();
 }
 
-int writeCapacity(int size, const Device& first, int valueBytes)
+const WriteForm WordWrite = {WordItem::Bytes, WordItem::Length, To16bitsData,
+                             KV1000PackWriteContinuousUInt16sCmd};
+const WriteForm Value32Write = {Value32Item::Bytes, Value32Item::Length, To32bitsData,
+                                KV1000PackWriteContinuousUInt32sCmd};
+
+int WriteForm::capacity(int size, const Device& first) const
 {
-    const int valueLength = valueBytes == 2 ? WordLength : Value32Length;
     const int fixed =
         static_cast<int>(std::strlen("WRS ") + std::strlen(" ") + std::strlen(LineEnd));
     const int room = size - 1 - fixed - first.wireLength;
@@ -168,27 +196,4 @@ void KV1000SendContinuousReadDataCmd(driverkit::Exchange& exchange, const kv1000
         .appendNumber(count)
         .append(kv1000::LineEnd, 2);
     exchange.ask(buffer, command.length());
-}
-
-int KV1000PackWriteContinuousUInt16sCmd(char* buffer, int size, const kv1000::Device& first,
-                                        const char* values, int count)
-{
-    CommandText command = kv1000::writeCommand(buffer, size, first, count);
-    const unsigned char* from = reinterpret_cast<const unsigned char*>(values);
-    char* to = command.grow(kv1000::WordLength * count);
-    for (int i = 0; to && i < count; ++i, to += kv1000::WordLength, from += 2)
-        kv1000::putWord(to, static_cast<quint32>(from[0] | from[1] << 8));
-    return command.append(kv1000::LineEnd, 2).length();
-}
-
-int KV1000PackWriteContinuousUInt32sCmd(char* buffer, int size, const kv1000::Device& first,
-                                        const char* values, int count)
-{
-    CommandText command = kv1000::writeCommand(buffer, size, first, count);
-    const unsigned char* from = reinterpret_cast<const unsigned char*>(values);
-    char* to = command.grow(kv1000::Value32Length * count);
-    for (int i = 0; to && i < count; ++i, to += kv1000::Value32Length, from += 4)
-        kv1000::putValue32(to, from[0] | quint32(from[1]) << 8 | quint32(from[2]) << 16 |
-                                   quint32(from[3]) << 24);
-    return command.append(kv1000::LineEnd, 2).length();
 }

@@ -14,6 +14,7 @@ class Exchange;
 namespace kv1000
 {
 
+struct Area;
 struct Device;
 
 /// Opens and closes the link.
@@ -27,28 +28,35 @@ bool readCommandFits(const Device& first, int count);
 /// Formats the "ST" (set) or "RS" (reset) of one bit.
 ///
 /// buffer  receives the text; nothing is written beyond `size`
-/// symbol  the device's letters, ignoring case
-/// Returns the length of the text; 0 when no command writes bits of such a symbol.
-int formatBitCommand(char* buffer, int size, const char* symbol, int number, bool value);
+/// Returns the length of the text; 0 when no command writes bits of the area.
+int formatBitCommand(char* buffer, int size, const Area& area, int number, bool value);
 
-/// How many values of `valueBytes` bytes, 2 or 4, a write to a device can carry in a buffer of
-/// `size` bytes.
-int writeCapacity(int size, const Device& first, int valueBytes);
+/// How values are written: a "WRS" or "WSS" of as many as fit its buffer.
+struct WriteForm {
+    int valueBytes;
+    int valueLength; ///< characters of a value in the command, its blank included
+
+    /// Lengthens data to whole values with zeros.
+    QByteArray (*pad)(const QByteArray& data);
+
+    /// Formats the command.
+    ///
+    /// buffer  receives the text; nothing is written beyond `size`
+    /// values  `count` of them, each of valueBytes, least significant byte first
+    /// Returns the length of the text.
+    int (*format)(char* buffer, int size, const Device& first, const char* values, int count);
+
+    /// The most values of one command in a buffer of `size` bytes.
+    int capacity(int size, const Device& first) const;
+};
+
+extern const WriteForm WordWrite;    ///< five digits
+extern const WriteForm Value32Write; ///< ten digits
 
 } // namespace kv1000
 
 /// Sends "RDS", the read of `count` devices, after dropping what was received and not read.
 void KV1000SendContinuousReadDataCmd(driverkit::Exchange& exchange, const kv1000::Device& first,
                                      int count);
-
-/// Formats the "WRS" or "WSS" of 16-bit or 32-bit values.
-///
-/// buffer  receives the text; nothing is written beyond `size`
-/// count   values, of 2 or 4 bytes, least significant byte first
-/// Returns the length of the text.
-int KV1000PackWriteContinuousUInt16sCmd(char* buffer, int size, const kv1000::Device& first,
-                                        const char* values, int count);
-int KV1000PackWriteContinuousUInt32sCmd(char* buffer, int size, const kv1000::Device& first,
-                                        const char* values, int count);
 
 #endif

@@ -1,8 +1,8 @@
 #include "drivers/kv1000/devices.h"
 
+#include "drivers/internal/ascii.h"
 #include "drivers/tools/rotatearray.h"
 
-#include <climits>
 #include <cstring>
 
 namespace kv1000
@@ -52,26 +52,13 @@ const Area Areas[] = {
 };
 // clang-format on
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-char upper(char c)
-{
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-bool isLetter(char c)
-{
-    return upper(c) >= 'A' && upper(c) <= 'Z';
-}
-
 bool matches(const Area& area, const char* text)
 {
     const char* symbol = area.symbol;
     for (; *symbol != '\0'; ++text, ++symbol)
-        if (upper(*text) != *symbol)
+        if (ascii::toUpper(*text) != *symbol)
             return false;
-    return !area.beforeDigit || isDigit(*text);
+    return !area.beforeDigit || ascii::isDigit(*text);
 }
 
 Holds holdsOf(const Area& area, const driverkit::DeviceText& text)
@@ -83,7 +70,7 @@ Holds holdsOf(const Area& area, const driverkit::DeviceText& text)
 int letterCount(const char* text)
 {
     int letters = 0;
-    while (isLetter(text[letters]))
+    while (ascii::isLetter(text[letters]))
         ++letters;
     return letters;
 }
@@ -92,7 +79,7 @@ int digitCount(const char* text)
 {
     int digits = 0;
     for (; *text != '\0'; ++text)
-        digits += isDigit(*text);
+        digits += ascii::isDigit(*text);
     return digits;
 }
 
@@ -212,23 +199,19 @@ bool isHighSpeedComparator(const Area& area)
     return std::strcmp(area.symbol, "CTC") == 0;
 }
 
-driverkit::Numbering bitWriteNumbering(const char* text)
+driverkit::Numbering bitWriteNumbering(const Area& area)
 {
-    return areaOf(text).bits == ContactBits ? driverkit::CountsByOne : driverkit::CountsByChannel;
+    return area.bits == ContactBits ? driverkit::CountsByOne : driverkit::CountsByChannel;
 }
 
-bool hasPlainNumber(const QByteArray& text)
+bool isNumberZero(const QByteArray& text)
 {
     int place = 0;
-    while (place < text.size() && !isDigit(text.at(place)))
+    while (place < text.size() && !ascii::isDigit(text.at(place)))
         ++place;
-    qint64 number = 0;
-    for (; place < text.size(); ++place) {
-        if (!isDigit(text.at(place)))
-            return false;
-        number = qMin<qint64>(number * 10 + (text.at(place) - '0'), qint64(INT_MAX) + 1);
-    }
-    return number <= INT_MAX;
+    while (place < text.size() && text.at(place) == '0')
+        ++place;
+    return place == text.size();
 }
 
 } // namespace kv1000

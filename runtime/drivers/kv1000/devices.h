@@ -107,11 +107,10 @@ private:
 bool isHighSpeedComparator(const Area& area);
 
 /// The numbering that a bit write walks along.
-driverkit::Numbering bitWriteNumbering(const char* text);
+driverkit::Numbering bitWriteNumbering(const Area& area);
 
-/// Whether nothing but digits follows the first digit of a text, and they make an int. A text that
-/// fails this would be taken for bit 0.
-bool hasPlainNumber(const QByteArray& text);
+/// Whether the number of a text is 0 or missing: nothing but zeros from the first digit on.
+bool isNumberZero(const QByteArray& text);
 
 } // namespace kv1000
 

@@ -5,8 +5,7 @@
 #include "drivers/devicesetting.h"
 #include "drivers/parts/attempts.h"
 #include "drivers/parts/identity.h"
-
-static QString VERSION_STRING("1.0.0");
+#include "drivers/parts/units.h"
 
 namespace
 {
@@ -34,6 +33,8 @@ const driverkit::Identity Identity = {
 
 } // namespace
 
+static QString VERSION_STRING(Identity.version);
+
 DriverKV1000::DriverKV1000()
     : m_debugMode(false)
     , rxBuffer(RxBufferSize, '\0')
@@ -49,26 +50,25 @@ QByteArray DriverKV1000::read(AbstractDeviceInterface* port, const CommunicatorC
     QByteArray data;
     do {
         attempts.begin();
-        switch (command.dataType) {
-        case DataBit:
-        case DataBitGroup:
-            data = readBits(port, command);
-            break;
-        case DataByte:
-        case DataBlock:
-            data = readBytes(port, command);
-            break;
-        case DataWord:
-            data = readWords(port, command);
-            break;
-        case DataDoubleWord:
-            data = readDWords(port, command);
-            break;
-        default:
+        if (!driverkit::serves(Identity.widths.read, command.dataType))
             return QByteArray();
-        }
+        data = readOnce(port, command);
     } while (attempts.again());
     return data;
+}
+
+QByteArray DriverKV1000::readOnce(AbstractDeviceInterface* port, const CommunicatorCommand& command)
+{
+    switch (driverkit::unitBits(command.dataType)) {
+    case 1:
+        return readBits(port, command);
+    case 8:
+        return readBytes(port, command);
+    case 16:
+        return readWords(port, command);
+    default:
+        return readDWords(port, command);
+    }
 }
 
 bool DriverKV1000::write(AbstractDeviceInterface* port, const CommunicatorCommand& command,
@@ -78,20 +78,10 @@ bool DriverKV1000::write(AbstractDeviceInterface* port, const CommunicatorComman
     bool written = false;
     do {
         attempts.begin();
-        switch (command.dataType) {
-        case DataBit:
-        case DataBitGroup:
-            written = writeBits(port, command, data);
-            break;
-        case DataByte:
-        case DataBlock:
-        case DataWord:
-        case DataDoubleWord:
-            written = writeBytes(port, command, data);
-            break;
-        default:
+        if (!driverkit::serves(Identity.widths.write, command.dataType))
             return false;
-        }
+        const bool areBits = driverkit::serves(driverkit::Bits, command.dataType);
+        written = areBits ? writeBits(port, command, data) : writeBytes(port, command, data);
     } while (attempts.again());
     return written;
 }
@@ -158,7 +148,7 @@ QString DriverKV1000::getStringBasedDefaultDriverSetting()
 }
 QObject* DriverKV1000::getThisObject()
 {
-    return qobject_cast<QObject*>(this);
+    return this;
 }
 
 void DriverKV1000::clearError()

@@ -12,10 +12,15 @@
 
 #include <vector>
 
+namespace driverkit
+{
+class Exchange;
+}
+
 namespace kv1000
 {
+struct Area;
 struct ReadRequest;
-struct ReplyForm;
 } // namespace kv1000
 
 class DRIVER_KIT_EXPORT DriverKV1000 : public QObject, public DriverInterface
@@ -80,10 +85,15 @@ public:
                     const QByteArray& data);
 
 private:
+    DRIVER_KIT_HIDDEN QByteArray readOnce(AbstractDeviceInterface* port,
+                                          const CommunicatorCommand& command);
     DRIVER_KIT_HIDDEN bool writeBits(AbstractDeviceInterface* port,
                                      const CommunicatorCommand& command, const QByteArray& data);
+    DRIVER_KIT_HIDDEN bool writeBit(AbstractDeviceInterface* port, const kv1000::Area& area,
+                                    const QByteArray& symbol, int number, bool value);
     DRIVER_KIT_HIDDEN bool sendWrite(AbstractDeviceInterface* port, int length);
 
+    DRIVER_KIT_HIDDEN driverkit::Exchange exchangeOver(AbstractDeviceInterface* port);
     DRIVER_KIT_HIDDEN bool exchangeAcknowledge(AbstractDeviceInterface* port, const char* command,
                                                const char* expected);
     DRIVER_KIT_HIDDEN bool failWithReply(const char* reply);

@@ -21,10 +21,16 @@ bool DriverKV1000::endComm(AbstractDeviceInterface* port)
     return exchangeAcknowledge(port, CloseCommand, ClosedReply);
 }
 
+/// A reply comes in two reads at most, so the port's own time-out is limit enough.
+driverkit::Exchange DriverKV1000::exchangeOver(AbstractDeviceInterface* port)
+{
+    return driverkit::Exchange(port, m_error, driverkit::Exchange::NoLimit);
+}
+
 bool DriverKV1000::exchangeAcknowledge(AbstractDeviceInterface* port, const char* command,
                                        const char* expected)
 {
-    driverkit::Exchange exchange(port, m_error, driverkit::Exchange::NoLimit);
+    driverkit::Exchange exchange = exchangeOver(port);
     exchange.ask(command, static_cast<int>(std::strlen(command)));
 
     char reply[ShortReplyLength + 1] = {};

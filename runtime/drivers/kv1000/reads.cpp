@@ -145,7 +145,7 @@ QByteArray DriverKV1000::readRun(AbstractDeviceInterface* port, const ReadReques
 
     if (!startComm(port))
         return QByteArray();
-    driverkit::Exchange exchange(port, m_error, driverkit::Exchange::NoLimit);
+    driverkit::Exchange exchange = exchangeOver(port);
     QByteArray data;
     driverkit::RunParts parts(request.run.count());
     while (parts.more()) {
@@ -173,9 +173,8 @@ bool DriverKV1000::readReply(AbstractDeviceInterface* port, int length)
     if (length < ShortReplyLength)
         return readSingleBit(port);
     int count = 0;
-    driverkit::Exchange exchange(port, m_error, driverkit::Exchange::NoLimit);
     return readMinRsp(port, rxBuffer.data(), count) &&
-           exchange.receive(rxBuffer.data() + count, length - count);
+           exchangeOver(port).receive(rxBuffer.data() + count, length - count);
 }
 
 /// The reply of a single bit is shorter than an error reply, which is then known by its first three
@@ -184,7 +183,7 @@ bool DriverKV1000::readSingleBit(AbstractDeviceInterface* port)
 {
     const int length = BitReply.length(1);
     char* reply = rxBuffer.data();
-    if (!driverkit::Exchange(port, m_error, driverkit::Exchange::NoLimit).receive(reply, length))
+    if (!exchangeOver(port).receive(reply, length))
         return false;
     if (!beginsErrorReply(reply))
         return true;

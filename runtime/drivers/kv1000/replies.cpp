@@ -1,6 +1,7 @@
 #include "drivers/kv1000/replies.h"
 
-#include "drivers/kv1000/digits.h"
+#include "drivers/internal/ascii.h"
+#include "drivers/kv1000/fourdigits.h"
 
 #include <QtGlobal>
 
@@ -112,11 +113,6 @@ bool KV1000ExtractTS_CS_PCTC(const char* reply, int count, char* values)
     return convert<SetValueItem>(reply, count, values);
 }
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 } // namespace
 
 const ReplyForm BitReply = {BitItem::Length, BitItem::Bytes, convert<BitItem>};
@@ -136,7 +132,7 @@ bool isErrorReply(const char* reply)
 
 bool beginsErrorReply(const char* reply)
 {
-    return reply[0] == 'E' && isDigit(reply[1]) && reply[2] == '\r';
+    return reply[0] == 'E' && ascii::isDigit(reply[1]) && reply[2] == '\r';
 }
 
 int ReplyForm::length(int count) const

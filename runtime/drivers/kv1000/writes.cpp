@@ -15,13 +15,6 @@
 
 using namespace kv1000;
 
-namespace
-{
-
-enum ValueBytes { WordBytes = 2, Value32Bytes = 4 };
-
-} // namespace
-
 bool DriverKV1000::writeBits(AbstractDeviceInterface* port, const CommunicatorCommand& command,
                              const QByteArray& data)
 {
@@ -31,14 +24,16 @@ bool DriverKV1000::writeBits(AbstractDeviceInterface* port, const CommunicatorCo
     const QByteArray address = qtcompat::toAscii(command.address);
     const QByteArray symbol = ExtractPrefixSymbol(address);
     const int first = ExtractPLCDeviceAddress(address, 10);
-    const driverkit::Numbering numbering = bitWriteNumbering(address.constData());
-    if (!hasPlainNumber(address) ||
+    const Area& area = areaOf(address.constData());
+    const driverkit::Numbering numbering = bitWriteNumbering(area);
+    // The conversion calls a malformed number, or one beyond an int, 0: the wrong bit would be set.
+    if ((first == 0 && !isNumberZero(address)) ||
         driverkit::numberAfter(first, data.size() - 1, numbering) > INT_MAX)
         return m_error.fail(errortext::InvalidAddress, command.address);
 
     for (int i = 0; i < data.size(); ++i) {
         const int number = static_cast<int>(driverkit::numberAfter(first, i, numbering));
-        if (!writeBit(port, symbol, number, data.at(i) != 0))
+        if (!writeBit(port, area, symbol, number, data.at(i) != 0))
             return false;
     }
     return true;
@@ -47,10 +42,16 @@ bool DriverKV1000::writeBits(AbstractDeviceInterface* port, const CommunicatorCo
 bool DriverKV1000::writeBit(AbstractDeviceInterface* port, const QByteArray& symbol, int number,
                             bool value)
 {
+    return writeBit(port, areaOf(symbol.constData()), symbol, number, value);
+}
+
+bool DriverKV1000::writeBit(AbstractDeviceInterface* port, const Area& area,
+                            const QByteArray& symbol, int number, bool value)
+{
     if (!startComm(port))
         return false;
-    const int length = formatBitCommand(txBuffer.data(), static_cast<int>(txBuffer.size()),
-                                        symbol.constData(), number, value);
+    const int length =
+        formatBitCommand(txBuffer.data(), static_cast<int>(txBuffer.size()), area, number, value);
     if (length == 0)
         return m_error.fail(errortext::CantWriteBit,
                             qtcompat::fromAscii(symbol.constData()) + QString::number(number));
@@ -72,11 +73,11 @@ bool DriverKV1000::writeBytes(AbstractDeviceInterface* port, const CommunicatorC
         return m_error.fail(errortext::InvalidAddress, command.address);
 
     const Device first = valueDevice(device);
-    const int valueBytes = first.holds == Word ? WordBytes : Value32Bytes;
-    const QByteArray values = valueBytes == WordBytes ? To16bitsData(data) : To32bitsData(data);
-    const DeviceRun run(first, values.size() / valueBytes, RunOfValues);
+    const WriteForm& form = first.holds == Word ? WordWrite : Value32Write;
+    const QByteArray values = form.pad(data);
+    const DeviceRun run(first, values.size() / form.valueBytes, RunOfValues);
     const int bufferSize = static_cast<int>(txBuffer.size());
-    if (run.count() > writeCapacity(bufferSize, first, valueBytes) && !run.canBeCut())
+    if (run.count() > form.capacity(bufferSize, first) && !run.canBeCut())
         return m_error.fail(errortext::InvalidAddress, command.address);
 
     if (!startComm(port))
@@ -84,14 +85,9 @@ bool DriverKV1000::writeBytes(AbstractDeviceInterface* port, const CommunicatorC
     driverkit::RunParts parts(run.count());
     while (parts.more()) {
         const Device start = run.at(parts.end());
-        parts.next(writeCapacity(bufferSize, start, valueBytes));
-        const char* from = values.constData() + parts.offset() * valueBytes;
-        const int length = valueBytes == WordBytes
-                               ? KV1000PackWriteContinuousUInt16sCmd(txBuffer.data(), bufferSize,
-                                                                     start, from, parts.count())
-                               : KV1000PackWriteContinuousUInt32sCmd(txBuffer.data(), bufferSize,
-                                                                     start, from, parts.count());
-        if (!sendWrite(port, length))
+        parts.next(form.capacity(bufferSize, start));
+        const char* from = values.constData() + parts.offset() * form.valueBytes;
+        if (!sendWrite(port, form.format(txBuffer.data(), bufferSize, start, from, parts.count())))
             return false;
     }
     return endComm(port);
@@ -101,7 +97,7 @@ bool DriverKV1000::writeBytes(AbstractDeviceInterface* port, const CommunicatorC
 /// reported and the link closed.
 bool DriverKV1000::sendWrite(AbstractDeviceInterface* port, int length)
 {
-    driverkit::Exchange(port, m_error, driverkit::Exchange::NoLimit).send(txBuffer.data(), length);
+    exchangeOver(port).send(txBuffer.data(), length);
     std::fill_n(rxBuffer.begin(), ShortReplyLength + 1, '\0');
     int count = 0;
     return readMinRsp(port, rxBuffer.data(), count);

@@ -1,5 +1,6 @@
 #include "drivers/parts/devicetext.h"
 
+#include "drivers/internal/ascii.h"
 #include "drivers/internal/qtcompat.h"
 
 #include <cstring>
@@ -12,11 +13,6 @@ namespace
 
 const int MaxDigits = 18; // what a qint64 holds for certain
 
-bool isLetter(char c)
-{
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-
 /// The number that the whole text is; -1 for a text of anything but digits.
 qint64 plainNumber(const char* text, int length)
 {
@@ -24,7 +20,7 @@ qint64 plainNumber(const char* text, int length)
         return -1;
     qint64 number = 0;
     for (int i = 0; i < length; ++i) {
-        if (text[i] < '0' || text[i] > '9')
+        if (!ascii::isDigit(text[i]))
             return -1;
         number = number * 10 + (text[i] - '0');
     }
@@ -72,7 +68,7 @@ void DeviceText::takeApart(const char* text, int length)
     std::memcpy(m_text, text, static_cast<size_t>(m_length));
     m_text[m_length] = '\0';
     m_symbolLength = 0;
-    while (isLetter(m_text[m_symbolLength]))
+    while (ascii::isLetter(m_text[m_symbolLength]))
         ++m_symbolLength;
     m_number =
         length <= MaxLength ? plainNumber(m_text + m_symbolLength, m_length - m_symbolLength) : -1;

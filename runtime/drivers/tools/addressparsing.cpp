@@ -1,7 +1,7 @@
 // Symbol and number of a device text. Neither looks at where the other ends.
 #include "drivers/tools/addressparsing.h"
 
-#include "drivers/internal/digits.h"
+#include "drivers/internal/ascii.h"
 #include "drivers/internal/qtcompat.h"
 
 #include <cctype>
@@ -17,8 +17,8 @@ bool isSymbolCharacter(char c)
 
 bool isDigitOf(int base, char c)
 {
-    const int value = digits::valueOf(c);
-    return value != digits::NoDigit && value < base;
+    const int value = ascii::digitValue(c);
+    return value != ascii::NoDigit && value < base;
 }
 
 /// The position of the first digit of the base, the text's length when it has none.
@@ -46,7 +46,7 @@ int numberFrom(const QByteArray& text, int start, int base)
     for (int i = start; i < text.size(); ++i) {
         if (!isDigitOf(base, text.at(i)))
             return 0;
-        number = number * base + digits::valueOf(text.at(i));
+        number = number * base + ascii::digitValue(text.at(i));
         if (number > INT_MAX)
             return 0;
     }

@@ -1,6 +1,7 @@
 // One reader of formats, and the two engines that follow it over a buffer.
 #include "drivers/tools/datapack.h"
 
+#include "drivers/internal/ascii.h"
 #include "drivers/internal/byteswap.h"
 
 #include <QtEndian>
@@ -62,11 +63,6 @@ Field fieldOf(char letter)
     }
 }
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 /// Reads a format item by item and keeps the distance covered so far.
 class FormatReader
 {
@@ -89,7 +85,7 @@ public:
     {
         if (*m_next == '\0')
             return End;
-        counted = isDigit(*m_next);
+        counted = ascii::isDigit(*m_next);
         const qint64 elements = counted ? readCount() : 1;
         field = fieldOf(*m_next);
         if (!counted && field.kind == Kind::Bad)
@@ -118,7 +114,7 @@ private:
     qint64 readCount()
     {
         qint64 value = 0;
-        for (; isDigit(*m_next); ++m_next) {
+        for (; ascii::isDigit(*m_next); ++m_next) {
             if (value <= INT_MAX)
                 value = value * 10 + (*m_next - '0');
         }

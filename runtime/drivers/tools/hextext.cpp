@@ -1,7 +1,7 @@
 // Hexadecimal texts, read and written.
 #include "drivers/tools/hextext.h"
 
-#include "drivers/internal/digits.h"
+#include "drivers/internal/ascii.h"
 #include "drivers/internal/qtcompat.h"
 
 #include <climits>
@@ -37,8 +37,8 @@ unsigned int HexToUInt(const char* text, int len)
     const bool prefixed = len >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     unsigned int value = 0;
     for (int i = prefixed ? 2 : 0; i < len && text[i] != '\0'; ++i) {
-        const int digit = digits::valueOf(text[i]);
-        if (digit == digits::NoDigit)
+        const int digit = ascii::digitValue(text[i]);
+        if (digit == ascii::NoDigit)
             return 0;
         value = value << 4 | static_cast<unsigned int>(digit);
     }

@@ -1,6 +1,6 @@
 // Which replies are data. The driver's loop over a reply must accept what these patterns match, the
 // whole reply of the right length, and nothing else.
-#include "drivers/kv1000/digits.h"
+#include "drivers/kv1000/fourdigits.h"
 #include "support/answeringport.h"
 
 #include "drivers/communicatorcommand.h"

@@ -1,7 +1,7 @@
 // Decimal digits, four at a time in one 32-bit register. A PLC reply is little else than digits, so
 // this is where a read spends its time.
-#ifndef DRIVERS_KV1000_DIGITS_H
-#define DRIVERS_KV1000_DIGITS_H
+#ifndef DRIVERS_KV1000_FOURDIGITS_H
+#define DRIVERS_KV1000_FOURDIGITS_H
 
 #include <QtGlobal>
 
