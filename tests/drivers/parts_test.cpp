@@ -249,17 +249,26 @@ TEST(BasicDriver, TriesUntilAnAttemptLeavesNoError)
         std::vector<std::string> calls; ///< of the port
         int attempts;
         const char* data;
+        int pausesMs = 0;
     } rows[] = {
         {"at once", 0, {"delay"}, 1, "ab"},
         {"after two failures", 2, {"delay", "retry 3", "delay", "retry 3", "delay"}, 3, "ab"},
         {"no more retries", 2, {"delay", "retry 1", "delay", "retry 1"}, 2, ""},
         {"retries below zero", 1, {"delay", "retry -1"}, 1, ""},
+        {"after pauses",
+         2,
+         {"delay 10", "retry 3", "delay -1", "retry 3", "delay 20"},
+         3,
+         "ab",
+         30},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         Stubborn reader(row.failures), writer(row.failures);
         ScriptedPort readPort(row.calls), writePort(row.calls);
+        const qint64 begin = CurrentMSecsSinceBoot();
         EXPECT_EQ(reader.read(&readPort, request(DataWord, 1)), row.data);
+        EXPECT_GE(CurrentMSecsSinceBoot() - begin, row.pausesMs); // a sleep never ends early
         EXPECT_EQ(writer.write(&writePort, request(DataWord, 0), "ab"), *row.data != '\0');
         EXPECT_EQ(readPort.calls(), row.calls);
         EXPECT_EQ(writePort.calls(), row.calls);

@@ -3,17 +3,11 @@
 #include "conformance/scriptedport.h"
 
 #include "drivers/driverinterface.h"
-#include "drivers/driversetting.h"
 #include "drivers/kv1000/kv1000.h"
-
-#include <QElapsedTimer>
 
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <memory>
-
-extern "C" DriverInterface* CreateDriver();
 
 namespace
 {
@@ -137,14 +131,6 @@ TEST_F(Driver, OverridesAnswersThatADriverNeedNotGive)
     EXPECT_EQ(object.DriverInterface::getStringBasedDefaultDriverSetting(), "RS232,9600,EVEN,7,1");
 }
 
-TEST_F(Driver, HandsOutDefaultSettings)
-{
-    const std::unique_ptr<DriverSetting> exchange(driver.getDefaultDriverSetting());
-    EXPECT_EQ((std::vector<int>{exchange->timeout, exchange->retry, exchange->stationid,
-                                exchange->delay}),
-              (std::vector<int>{500, 3, 0, 0}));
-}
-
 TEST_F(Driver, KeepsTheTextOfAFailureBeyondALaterSuccess)
 {
     EXPECT_FALSE(driver.hasError());
@@ -164,27 +150,6 @@ TEST_F(Driver, KeepsTheTextOfAFailureBeyondALaterSuccess)
     EXPECT_EQ(driver.getLastError(), "invalid response");
 }
 
-CommunicatorCommand wordOf(const char* device)
-{
-    CommunicatorCommand command;
-    command.dataType = DataWord;
-    command.length = 1;
-    command.address = device;
-    return command;
-}
-
-TEST(Retry, SleepsWhatThePortSaysBeforeEveryAttempt)
-{
-    const std::unique_ptr<DriverInterface> driver(CreateDriver());
-    ScriptedPort port(
-        {"delay 30", "retry 3", "delay 70", "retry 3", "delay -1", "retry 3", "delay", "retry 3"});
-    QElapsedTimer clock;
-    clock.start();
-    driver->write(&port, wordOf(""), QByteArray());
-    EXPECT_EQ(port.calls().size(), 8u);
-    EXPECT_GE(clock.elapsed(), 30 + 70); // a sleep never ends early
-}
-
 /// Drivers that derive from this one and judge errors by themselves.
 class Forgiving : public DriverKV1000
 {
@@ -195,10 +160,14 @@ public:
 TEST(Retry, AsksAnOverriddenHasError)
 {
     Forgiving driver;
+    CommunicatorCommand command;
+    command.dataType = DataWord;
+    command.length = 1;
+    command.address = "DM0";
     const std::vector<std::string> oneAttempt = {"delay", "option 12 0", R"(write "CR\r\n")",
                                                  R"(read 4 "")"};
     ScriptedPort silent(oneAttempt);
-    EXPECT_TRUE(driver.read(&silent, wordOf("DM0")).isEmpty());
+    EXPECT_TRUE(driver.read(&silent, command).isEmpty());
     EXPECT_EQ(silent.calls(), oneAttempt) << "the port must not be asked for its retries";
 }
 

@@ -1,6 +1,6 @@
 // A port to a simulated Modbus station, in virtual time: it waits for nothing.
-#ifndef TESTS_MODBUS_SIMULATEDPORT_H
-#define TESTS_MODBUS_SIMULATEDPORT_H
+#ifndef TESTS_EXAMPLES_MODBUSRTU_SIMULATEDPORT_H
+#define TESTS_EXAMPLES_MODBUSRTU_SIMULATEDPORT_H
 
 #include "drivers/abstractdeviceinterface.h"
 #include "simulator/channel.h"
