@@ -16,7 +16,7 @@ TEST(AddressParsing, SplitsDeviceTexts)
         {"underscore is part of the symbol", "AB_c12", 10, "AB_c", 12},
         {"letter after the number", "DM100A", 10, "DM", 0},
         {"a sign between symbol and number is skipped", "DM-5", 10, "DM", 5},
-        {"a byte above 7F is no letter", "D\xC4\x31", 10, "D", 1},
+        {"a byte above 7F is not a letter", "D\xC4\x31", 10, "D", 1},
         {"greatest int", "T2147483647", 10, "T", INT_MAX},
         {"beyond int", "T2147483648", 10, "T", 0},
         {"octal", "X17", 8, "X", 15},

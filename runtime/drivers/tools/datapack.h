@@ -23,9 +23,9 @@
 //   kx kX       k      nothing; as x and X, not in ByteArrayPack
 //
 // Reading stops at the first bad item, and what was written before it stays written. A character
-// that is no letter of the first table is a bad letter; a count before any other letter than those
-// of the second table, a count of 0 before one that takes an argument, and a record longer than an
-// int can tell are a bad count.
+// that is not a letter of the first table is a bad letter; a count before any letter but those of
+// the second table, a count of 0 before one that takes an argument, and a record longer than an int
+// can tell are a bad count.
 #ifndef DRIVERS_TOOLS_DATAPACK_H
 #define DRIVERS_TOOLS_DATAPACK_H
 

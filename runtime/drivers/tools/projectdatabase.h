@@ -49,7 +49,7 @@ DRIVER_KIT_EXPORT bool GetLinkIdAndDefaultStationId(const QString& connectionNam
                                                     int& linkId, unsigned char& stationId);
 
 /// Appends to `result` the links on an HMI port whose default node has that IP address and port. An
-/// address with a quote or a percent sign is no node's.
+/// address with a quote or a percent sign belongs to no node.
 /// Returns whether `result` holds anything, be it from before.
 DRIVER_KIT_EXPORT bool GetLinkIdAndDefaultStationId(const QString& connectionName, int hmiPort,
                                                     const QString& ip, unsigned short port,
