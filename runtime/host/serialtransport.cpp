@@ -1,17 +1,19 @@
 // Serial lines. The kernel's own interface is used for the settings because it takes any baud rate
-// and says what becomes of bytes with bad parity; <termios.h> and its header exclude each other.
+// and says what becomes of bytes with bad parity.
 #include "host/descriptortransport.h"
 #include "host/linesettings.h"
 #include "host/portaddress.h"
+#include "host/serialsettings.h"
 
 #include <QFile>
 
-#include <asm/termbits.h>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace host
@@ -19,50 +21,6 @@ namespace host
 
 namespace
 {
-
-tcflag_t parityFlags(Parity parity)
-{
-    switch (parity) {
-    case Parity::None:
-        return 0;
-    case Parity::Odd:
-        return PARENB | PARODD;
-    case Parity::Even:
-        return PARENB;
-    case Parity::Mark:
-        return PARENB | CMSPAR | PARODD;
-    case Parity::Space:
-        return PARENB | CMSPAR;
-    }
-    return 0;
-}
-
-tcflag_t sizeFlags(int dataBits)
-{
-    switch (dataBits) {
-    case 5:
-        return CS5;
-    case 6:
-        return CS6;
-    case 7:
-        return CS7;
-    default:
-        return CS8;
-    }
-}
-
-/// Every byte as it is, without flow control. A byte with bad parity is dropped: the reply falls
-/// short and is asked for again, where a wrong byte could pass as data.
-bool setUp(int descriptor, const LineSettings& line)
-{
-    termios2 settings = {};
-    settings.c_iflag = IGNBRK | IGNPAR | (line.parity == Parity::None ? 0 : INPCK);
-    settings.c_cflag = CREAD | CLOCAL | BOTHER | sizeFlags(line.dataBits) |
-                       parityFlags(line.parity) | (line.stopBits == StopBits::Two ? CSTOPB : 0);
-    settings.c_ispeed = settings.c_ospeed = static_cast<speed_t>(line.baud);
-    settings.c_cc[VMIN] = 1; // so that "nothing there" differs from the end of the line
-    return ::ioctl(descriptor, TCSETS2, &settings) == 0;
-}
 
 QString reasonOf(int error)
 {
@@ -75,6 +33,35 @@ QString reasonOf(int error)
     default:
         return QString::fromLocal8Bit(std::strerror(error));
     }
+}
+
+DeviceKind kindOf(int descriptor)
+{
+    constexpr unsigned FirstMajor = 136, LastMajor = 143; // of pseudo-terminals
+    struct stat status = {};
+    const bool isKnown = ::fstat(descriptor, &status) == 0;
+    const unsigned number = major(status.st_rdev);
+    return isKnown && number >= FirstMajor && number <= LastMajor ? DeviceKind::PseudoTerminal
+                                                                  : DeviceKind::SerialPort;
+}
+
+/// Returns the reason where that fails, else an empty text.
+QString setUp(int descriptor, const LineSettings& line)
+{
+    const termios2 settings = serialSettings(line);
+    termios2 taken;
+    if (::ioctl(descriptor, TCSETS2, &settings) != 0 || ::ioctl(descriptor, TCGETS2, &taken) != 0)
+        return reasonOf(errno);
+    return settingNotTaken(settings, taken, kindOf(descriptor));
+}
+
+/// Opens a device for this program alone. Returns the reason where that fails, else an empty text.
+QString openDevice(const QString& device, const LineSettings& line, int& descriptor)
+{
+    descriptor = ::open(QFile::encodeName(device), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0 || ::flock(descriptor, LOCK_EX | LOCK_NB) != 0)
+        return reasonOf(errno);
+    return setUp(descriptor, line);
 }
 
 class SerialTransport : public DescriptorTransport
@@ -96,12 +83,11 @@ public:
 protected:
     int openDescriptor(int, QString* error) override
     {
-        const int descriptor =
-            ::open(QFile::encodeName(m_device), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-        if (descriptor >= 0 && ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 &&
-            setUp(descriptor, m_settings))
+        int descriptor = NoDescriptor;
+        const QString reason = openDevice(m_device, m_settings, descriptor);
+        if (reason.isEmpty())
             return descriptor;
-        *error = QStringLiteral("can't open %1: %2").arg(m_device, reasonOf(errno));
+        *error = QStringLiteral("can't open %1: %2").arg(m_device, reason);
         if (descriptor >= 0)
             ::close(descriptor);
         return NoDescriptor;

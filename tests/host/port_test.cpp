@@ -1,6 +1,7 @@
 // Ports over real lines: a pseudo-terminal and a loopback socket, the same stories for both.
 #include "drivers/portoptions.h"
 #include "host/makeport.h"
+#include "host/serialsettings.h"
 #include "host/transport.h"
 #include "support/farend.h"
 
@@ -9,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include <asm/termbits.h>
 #include <sys/ioctl.h>
 #include <thread>
 
@@ -127,6 +127,51 @@ TEST(SerialPort, SetsUpTheLine)
         EXPECT_EQ(seen.c_oflag, 0u);
         EXPECT_EQ(seen.c_lflag, 0u);
     }
+}
+
+TEST(SerialPort, NamesTheSettingThatADeviceDidNotTake)
+{
+    using namespace host;
+    struct Row {
+        const char* reason;
+        void (*make)(termios2& taken);
+        DeviceKind kind = DeviceKind::SerialPort;
+    };
+    const auto pty = DeviceKind::PseudoTerminal;
+    const char* const noParity = "it does not support this parity";
+    const char* const noSize = "it does not support this number of data bits";
+    const Row rows[] = {
+        {"", [](termios2&) {}},
+        {"", [](termios2& taken) { taken.c_ispeed = taken.c_ospeed = 9888; }},
+        {"it runs at 9889 baud when set to 9600", [](termios2& taken) { taken.c_ospeed = 9889; }},
+        {"it runs at 9311 baud when set to 9600", [](termios2& taken) { taken.c_ispeed = 9311; }},
+        {noParity, [](termios2& taken) { taken.c_cflag &= ~unsigned(PARENB); }},
+        {noParity, [](termios2& taken) { taken.c_cflag &= ~unsigned(CMSPAR); }, pty},
+        {noParity, [](termios2& taken) { taken.c_cflag &= ~unsigned(PARODD); }, pty},
+        {noSize, [](termios2& taken) { taken.c_cflag |= CS8; }},
+        {"", [](termios2& taken) { taken.c_cflag = (taken.c_cflag | CS8) & ~PARENB; }, pty},
+    };
+    const termios2 given = serialSettings({9600, Parity::Mark, 7, StopBits::Two});
+    for (const Row& row : rows) {
+        termios2 taken = given;
+        row.make(taken);
+        EXPECT_EQ(settingNotTaken(given, taken, row.kind), row.reason);
+    }
+}
+
+TEST(SerialPort, RefusesADeviceThatTakesOtherSettings)
+{
+    SerialFarEnd plc;
+    termios locked = {};
+    locked.c_cflag = CSTOPB;
+    if (ioctl(plc.descriptor(), TIOCSLCKTRMIOS, &locked) != 0)
+        GTEST_SKIP() << "only the administrator can lock the settings of a terminal";
+    const auto port =
+        host::makePort(plc.address(), {9600, host::Parity::None, 8, host::StopBits::Two}, {});
+    EXPECT_FALSE(port->open());
+    EXPECT_EQ(port->lastFailure(),
+              QStringLiteral("can't open %1: it does not support this number of stop bits")
+                  .arg(plc.address().place));
 }
 
 TEST(SerialPort, IsForOneAtATime)
