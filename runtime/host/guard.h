@@ -25,8 +25,10 @@ namespace host
 /// |                                            | the replies before may have been late ones    |
 /// | such bytes otherwise                       | the guard time, counted from them             |
 ///
-/// "Only losses were seen" means that the last 8 silences passed without a byte. What was lost
-/// never makes a silence longer, and only bytes that come while the port listens measure lateness.
+/// "Only losses were seen" means that the last 8 silences passed without a byte. The rest of a
+/// dropped reply counts as such a byte where a driver reads replies in two steps: it can't be told
+/// from a late reply. No silence is longer than the guard time, however many replies were lost, and
+/// only bytes that come while the port listens measure lateness.
 class Guard
 {
 public:
@@ -55,7 +57,7 @@ public:
     /// When the next command may go out, unless bytes come before; a time in the past for "now".
     qint64 readyAtMs() const;
 
-    /// No byte was there at `nowMs`, and none came after those that the guard was told of.
+    /// No byte was there at `nowMs`, and none came after those reported before.
     void silent(qint64 nowMs);
 
     /// When no reply can be under way any more, unless bytes come before; a time in the past for
