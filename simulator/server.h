@@ -19,8 +19,6 @@ struct pollfd;
 namespace simulator
 {
 
-constexpr uint16_t DefaultTcpPort = 8501;
-
 /// Use: open a pseudo-terminal, a TCP port or both, then run() or start().
 ///
 ///     kv1000::Controller controller;

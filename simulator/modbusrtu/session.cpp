@@ -9,7 +9,7 @@ namespace
 {
 
 enum Exception : uint8_t { IllegalFunction = 1, IllegalAddress = 2, IllegalValue = 3 };
-enum class Action { Read, WriteOne, WriteMany };
+enum class Action { Read, Write };
 
 struct Function {
     uint8_t code;
@@ -19,17 +19,14 @@ struct Function {
 };
 
 constexpr Function Functions[] = {
-    {0x01, "FC01", Action::Read, Coils},      {0x03, "FC03", Action::Read, HoldingRegisters},
-    {0x05, "FC05", Action::WriteOne, Coils},  {0x06, "FC06", Action::WriteOne, HoldingRegisters},
-    {0x0F, "FC15", Action::WriteMany, Coils}, {0x10, "FC16", Action::WriteMany, HoldingRegisters},
+    {0x01, "FC01", Action::Read, Coils},
+    {0x03, "FC03", Action::Read, HoldingRegisters},
+    {0x0F, "FC15", Action::Write, Coils},
+    {0x10, "FC16", Action::Write, HoldingRegisters},
 };
 
-constexpr uint8_t Broadcast = 0;
 constexpr uint8_t ExceptionFlag = 0x80;
-constexpr uint32_t CoilOn = 0xFF00;
 constexpr size_t CheckSize = 2;
-constexpr size_t ShortestFrame = 2 + CheckSize; // station, function, check
-constexpr size_t LongestFrame = 256;
 constexpr size_t HeadSize = 6; // station, function and two numbers
 
 // Much longer than the 3.5 characters of a real line: bytes may come through buffers of a system
@@ -68,34 +65,20 @@ uint16_t checkOf(std::string_view frame)
     return check;
 }
 
-/// The frame with its check; empty for a broadcast, which no station answers.
-std::string reply(std::string frame)
+std::string withCheck(std::string frame)
 {
-    if (byteAt(frame, 0) == Broadcast)
-        return std::string();
     const uint16_t check = checkOf(frame);
     frame += static_cast<char>(check & 0xFF);
     return frame += static_cast<char>(check >> 8);
 }
 
-size_t sizeUpToCheck(std::string_view received)
-{
-    for (size_t size = ShortestFrame; size <= received.size() && size < LongestFrame; ++size) {
-        if (checkOf(received.substr(0, size)) == 0)
-            return size;
-    }
-    return LongestFrame;
-}
-
 /// The size of the frame that these bytes begin with; more than there are while it is incomplete.
 size_t frameSize(std::string_view received)
 {
-    if (received.size() < ShortestFrame)
-        return ShortestFrame;
+    if (received.size() <= HeadSize)
+        return HeadSize + CheckSize;
     const Function* const function = findFunction(byteAt(received, 1));
-    if (!function)
-        return sizeUpToCheck(received);
-    if (function->action != Action::WriteMany || received.size() <= HeadSize)
+    if (!function || function->action == Action::Read)
         return HeadSize + CheckSize;
     return HeadSize + 1 + byteAt(received, HeadSize) + CheckSize;
 }
@@ -153,7 +136,7 @@ std::optional<std::string> Session::takeRequest(std::string& received)
             break;
         }
         received.erase(0, frame.size());
-        if (byteAt(frame, 0) == m_station || byteAt(frame, 0) == Broadcast)
+        if (byteAt(frame, 0) == m_station)
             return frame;
     }
     return std::nullopt;
@@ -173,7 +156,7 @@ std::string Session::commandName(std::string_view frame) const
 std::string Session::errorReply(std::string_view frame, uint32_t exceptionCode) const
 {
     const auto function = static_cast<char>(byteAt(frame, 1) | ExceptionFlag);
-    return reply({frame[0], function, static_cast<char>(exceptionCode)});
+    return withCheck({frame[0], function, static_cast<char>(exceptionCode)});
 }
 
 std::string Session::answer(std::string_view frame)
@@ -181,15 +164,8 @@ std::string Session::answer(std::string_view frame)
     const Function* const function = findFunction(byteAt(frame, 1));
     if (!function)
         return errorReply(frame, IllegalFunction);
-    switch (function->action) {
-    case Action::Read:
-        return read(function->table, frame);
-    case Action::WriteOne:
-        return writeOne(function->table, frame);
-    case Action::WriteMany:
-        return writeMany(function->table, frame);
-    }
-    return std::string();
+    return function->action == Action::Read ? read(function->table, frame)
+                                            : write(function->table, frame);
 }
 
 std::string Session::read(const Table& table, std::string_view frame)
@@ -201,25 +177,10 @@ std::string Session::read(const Table& table, std::string_view frame)
     if (!exist(first, count))
         return errorReply(frame, IllegalAddress);
     const std::string bytes = packed(table, m_memory.read({table.block, first}, count));
-    return reply(std::string{frame[0], frame[1], static_cast<char>(bytes.size())} + bytes);
+    return withCheck(std::string{frame[0], frame[1], static_cast<char>(bytes.size())} + bytes);
 }
 
-std::string Session::writeOne(const Table& table, std::string_view frame)
-{
-    const uint32_t first = wordAt(frame, 2);
-    uint32_t value = wordAt(frame, 4);
-    if (table.largestValue == 1) {
-        if (value != CoilOn && value != 0)
-            return errorReply(frame, IllegalValue);
-        value = value == CoilOn;
-    }
-    if (!exist(first, 1))
-        return errorReply(frame, IllegalAddress);
-    m_memory.write({table.block, first}, {value});
-    return reply(std::string(frame.substr(0, HeadSize)));
-}
-
-std::string Session::writeMany(const Table& table, std::string_view frame)
+std::string Session::write(const Table& table, std::string_view frame)
 {
     const uint32_t first = wordAt(frame, 2);
     const uint32_t count = wordAt(frame, 4);
@@ -229,7 +190,7 @@ std::string Session::writeMany(const Table& table, std::string_view frame)
     if (!exist(first, count))
         return errorReply(frame, IllegalAddress);
     m_memory.write({table.block, first}, unpacked(table, bytes, count));
-    return reply(std::string(frame.substr(0, HeadSize)));
+    return withCheck(std::string(frame.substr(0, HeadSize)));
 }
 
 } // namespace simulator::modbusrtu

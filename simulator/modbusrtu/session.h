@@ -33,22 +33,19 @@ public:
     {
     }
 
-    /// A frame's length follows from its function; one with an unknown function ends where its
-    /// check is correct. Damaged frames and those for other stations are no requests.
+    /// A frame's length follows from its function. Unknown ones are taken to be as long as reads:
+    /// FC02, FC04, FC05 and FC06 are. Damaged frames, broadcasts and frames for other stations are
+    /// no requests.
     std::optional<std::string> takeRequest(std::string& received) override;
 
     TimeMs longestPauseMs() const override;
     std::string commandName(std::string_view frame) const override;
-
-    /// Broadcasts are carried out and get no reply.
     std::string answer(std::string_view frame) override;
-
     std::string errorReply(std::string_view frame, uint32_t exceptionCode) const override;
 
 private:
     std::string read(const Table& table, std::string_view frame);
-    std::string writeOne(const Table& table, std::string_view frame);
-    std::string writeMany(const Table& table, std::string_view frame);
+    std::string write(const Table& table, std::string_view frame);
 
     Memory& m_memory;
     uint8_t m_station;

@@ -33,30 +33,30 @@ class Host
 {
 public:
     explicit Host(const std::string& pty)
-        : fd_(open(pty.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC))
+        : m_fd(open(pty.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC))
     {
     }
 
     explicit Host(uint16_t tcpPort)
-        : fd_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+        : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
         const sockaddr_in address = {AF_INET, htons(tcpPort), {htonl(INADDR_LOOPBACK)}, {}};
-        EXPECT_EQ(connect(fd_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+        EXPECT_EQ(connect(m_fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
                   0);
     }
 
     void send(const std::string& bytes)
     {
-        EXPECT_EQ(write(fd_.get(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        EXPECT_EQ(write(m_fd.get(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
 
     /// The reply comes in full, unless the line ends or nothing comes for very long.
     void expect(const std::string& reply)
     {
         std::string bytes;
-        pollfd event = {fd_.get(), POLLIN, 0};
+        pollfd event = {m_fd.get(), POLLIN, 0};
         for (char byte; bytes.size() < reply.size() && poll(&event, 1, VeryLongMs) == 1;) {
-            if (read(fd_.get(), &byte, 1) != 1)
+            if (read(m_fd.get(), &byte, 1) != 1)
                 break;
             bytes += byte;
         }
@@ -70,7 +70,7 @@ public:
     }
 
 private:
-    OwnedFd fd_;
+    OwnedFd m_fd;
 };
 
 class ServerTest : public testing::Test
