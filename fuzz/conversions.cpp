@@ -144,11 +144,11 @@ int deviceNumber(const QByteArray& text, int base)
     return value > INT32_MAX ? 0 : int(value);
 }
 
-/// Latin-1, so that the overloads for both kinds of text have to agree. Digits are followed by
-/// plain ASCII only: what white space and 8-bit characters make of a number is the library's.
+/// Latin-1, so that the overloads for both kinds of text have to agree.
 void checkTexts(const QByteArray& text, int length)
 {
     const std::string zeroEnded = text.toStdString();
+    const QString asQString = QString::fromLatin1(text.constData(), text.size()); // NULs included
     require(HexToUInt(zeroEnded.c_str(), length) == hexadecimalValue(zeroEnded, length),
             "HexToUInt");
 
@@ -159,17 +159,13 @@ void checkTexts(const QByteArray& text, int length)
     while (letters < text.size() && isLetter(text.at(letters)))
         ++letters;
     require(ExtractPrefixSymbol(text) == text.left(letters), "ExtractPrefixSymbol");
-    require(ExtractPrefixSymbol(QString::fromLatin1(text)) == text.left(letters),
+    require(ExtractPrefixSymbol(asQString) == text.left(letters),
             "ExtractPrefixSymbol of a QString");
 
-    const auto isPlain = [](char c) { return c > ' ' && c <= '~'; };
-    if (!std::all_of(text.begin(), text.end(), isPlain))
-        return;
     for (const int base : {8, 10, 16}) {
         require(ExtractPLCDeviceAddress(text, base) == deviceNumber(text, base),
                 "ExtractPLCDeviceAddress");
-        require(ExtractPLCDeviceAddress(QString::fromLatin1(text), base) ==
-                    deviceNumber(text, base),
+        require(ExtractPLCDeviceAddress(asQString, base) == deviceNumber(text, base),
                 "ExtractPLCDeviceAddress of a QString");
     }
 }

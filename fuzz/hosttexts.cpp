@@ -30,6 +30,25 @@ void checkAddress(const QString& text)
             "an address written down");
 }
 
+void checkListenAddress(const QString& text)
+{
+    QString error;
+    const auto address = host::listenAddressFromText(text, &error);
+    require(address.has_value() == error.isEmpty(), "a bad place to listen at has a reason");
+    if (!address)
+        return;
+    require(address->kind == PortAddress::Kind::Tcp, "servers listen on TCP");
+    require(text.section(':', -1).toLongLong() == address->tcpPort, "the port is at the end");
+    const bool isPortAlone = !text.contains(':');
+    require(!address->place.isEmpty() && (isPortAlone || text.contains(address->place)),
+            "the address stands before it");
+    if (address->tcpPort == 0)
+        return;
+    const auto again = host::portAddressFromText(host::textOf(*address), &error);
+    require(again && again->place == address->place && again->tcpPort == address->tcpPort,
+            "what a server prints, a host can type");
+}
+
 /// "RS232,9600,EVEN,8,1": every field by itself.
 void checkLine(const QString& text)
 {
@@ -56,6 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const QString text = QString::fromUtf8(reinterpret_cast<const char*>(data), int(size));
     checkAddress(text);
+    checkListenAddress(text);
     checkLine(text);
     return 0;
 }

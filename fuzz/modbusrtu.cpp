@@ -4,6 +4,7 @@
 #include "drivers/driverinterface.h"
 #include "host/driverplugin.h"
 #include "input.h"
+#include "modbusframe.h"
 #include "tests/support/answeringport.h"
 
 #include <ctime>
@@ -21,31 +22,8 @@ extern "C" int nanosleep(const timespec*, timespec*)
 namespace
 {
 
+using namespace modbusframe;
 using std::string;
-
-const int ReadCoils = 1, ReadRegisters = 3, WriteCoils = 15, WriteRegisters = 16;
-
-int byteAt(const string& frame, size_t place)
-{
-    return place < frame.size() ? static_cast<unsigned char>(frame[place]) : -1;
-}
-
-/// Most significant byte first.
-int wordAt(const string& frame, size_t place)
-{
-    return byteAt(frame, place) * 256 + byteAt(frame, place + 1);
-}
-
-string withCrc(const string& frame)
-{
-    unsigned crc = 0xFFFF;
-    for (const char c : frame) {
-        crc ^= static_cast<unsigned char>(c);
-        for (int bit = 0; bit < 8; ++bit)
-            crc = crc >> 1 ^ (crc & 1 ? 0xA001 : 0);
-    }
-    return frame + char(crc) + char(crc >> 8);
-}
 
 struct Exchange {
     string request;
@@ -102,9 +80,9 @@ private:
     string goodAnswer(const string& request)
     {
         const int function = byteAt(request, 1), count = wordAt(request, 4);
-        if (function == WriteCoils || function == WriteRegisters)
+        if (isWrite(function))
             return withCrc(request.substr(0, 6));
-        const int bytes = function == ReadCoils ? (count + 7) / 8 : 2 * count;
+        const int bytes = dataBytes(function, count);
         string reply = request.substr(0, 2) + char(bytes);
         const int first = m_input.byte();
         for (int i = 0; i < bytes; ++i)
@@ -119,9 +97,8 @@ private:
 void checkRequest(const string& request)
 {
     const int function = byteAt(request, 1), count = wordAt(request, 4);
-    const bool writes = function == WriteCoils || function == WriteRegisters;
-    require(request.size() >= 8 && withCrc(request.substr(0, request.size() - 2)) == request,
-            "the check of a request");
+    const bool writes = isWrite(function);
+    require(request.size() >= 8 && hasGoodCrc(request), "the check of a request");
     require(byteAt(request, 0) >= 1 && byteAt(request, 0) <= 247, "the station of a request");
     const int most = function == ReadCoils        ? 2000
                      : function == ReadRegisters  ? 125
@@ -130,7 +107,7 @@ void checkRequest(const string& request)
                                                   : 0;
     require(count >= 1 && count <= most, "the count of a request");
     require(wordAt(request, 2) + count <= 65536, "the last device of a request");
-    const int bytes = function == WriteCoils ? (count + 7) / 8 : 2 * count;
+    const int bytes = dataBytes(function, count);
     require(int(request.size()) == (writes ? 9 + bytes : 8), "the size of a request");
     require(!writes || byteAt(request, 6) == bytes, "the byte count of a request");
 }
@@ -139,11 +116,11 @@ bool isGood(const Exchange& exchange)
 {
     const string &request = exchange.request, &reply = exchange.reply;
     const int function = byteAt(request, 1), count = wordAt(request, 4);
-    if (reply.size() < 5 || withCrc(reply.substr(0, reply.size() - 2)) != reply)
+    if (reply.size() < 5 || !hasGoodCrc(reply))
         return false;
-    if (function == WriteCoils || function == WriteRegisters)
+    if (isWrite(function))
         return reply.substr(0, 6) == request.substr(0, 6) && reply.size() == 8;
-    const int bytes = function == ReadCoils ? (count + 7) / 8 : 2 * count;
+    const int bytes = dataBytes(function, count);
     return reply.substr(0, 2) == request.substr(0, 2) && byteAt(reply, 2) == bytes &&
            int(reply.size()) == 5 + bytes;
 }

@@ -1,8 +1,11 @@
-// The simulated controller: bytes from a host in portions of any size, under a fault plan in any
-// words. The input is the plan's text, a line feed, a seed byte, and what the host sends.
+// The simulated controllers. The KV-1000 gets bytes from a host in portions of any size, under a
+// fault plan in any words: the input is the plan's text, a line feed, a seed byte, and what the
+// host sends. The Modbus station gets frames made from the same bytes.
 #include "input.h"
+#include "modbusframe.h"
 #include "simulator/channel.h"
 #include "simulator/kv1000/controller.h"
+#include "simulator/modbusrtu/controller.h"
 
 #include <optional>
 #include <string>
@@ -78,6 +81,71 @@ void checkReplies(const QByteArray& sent)
     require(lines <= sent.count('\n'), "no more replies than commands");
 }
 
+/// A frame with a correct check, mostly to station 1 and of a function that it has.
+string chosenFrame(Input& input)
+{
+    using namespace modbusframe;
+    static const int functions[] = {ReadCoils, ReadRegisters, WriteCoils, WriteRegisters, 6};
+    const int choice = input.byte(), function = functions[choice % 5];
+    string frame = {char(choice < 0xF0 ? 1 : 2), char(function)};
+    for (int i = 0; i < 2; ++i)
+        frame += char(input.byte());
+    const int count = input.byte() * (choice & 0x40 ? 9 : 1);
+    frame += {char(count >> 8), char(count)};
+    if (isWrite(function)) {
+        const int bytes = dataBytes(function, count) & 0xFF;
+        frame += char(bytes);
+        for (int i = 0; i < bytes; ++i)
+            frame += char(input.byte());
+    }
+    return withCrc(frame);
+}
+
+/// What these devices hold, as the data of a reply.
+string readBack(simulator::Session& session, const string& write)
+{
+    using namespace modbusframe;
+    const char function = char(byteAt(write, 1) == WriteCoils ? ReadCoils : ReadRegisters);
+    string frame = withCrc(string{write[0], function} + write.substr(2, 4));
+    const string reply = session.answer(session.takeRequest(frame).value());
+    return reply.substr(3, reply.size() - 5);
+}
+
+void checkModbusReply(simulator::Session& session, const string& request, const string& reply)
+{
+    using namespace modbusframe;
+    const int function = byteAt(request, 1), count = wordAt(request, 4);
+    const int bytes = dataBytes(function, count);
+    require(byteAt(request, 0) == 1 && hasGoodCrc(request), "a request to this station");
+    require(hasGoodCrc(reply) && reply[0] == request[0], "a reply of this station");
+    if (byteAt(reply, 1) == (function | 0x80)) {
+        require(reply.size() == 5 && reply[2] >= 1 && reply[2] <= 3, "an exception");
+        return;
+    }
+    require(reply[1] == request[1], "the function of a reply");
+    require(count >= 1 && wordAt(request, 2) + count <= 10000, "devices that exist");
+    if (!isWrite(function)) {
+        require(int(reply.size()) == 5 + bytes && byteAt(reply, 2) == bytes, "data of a read");
+        return;
+    }
+    require(reply.substr(0, 6) == request.substr(0, 6) && reply.size() == 8, "reply to a write");
+    string written = request.substr(7, size_t(bytes));
+    if (function == WriteCoils && count % 8 != 0)
+        written.back() = char(byteAt(written, written.size() - 1) & ((1 << count % 8) - 1));
+    require(readBack(session, request) == written, "what was written is read");
+}
+
+void checkModbus(Input input)
+{
+    simulator::modbusrtu::Controller controller;
+    const auto session = controller.newSession();
+    while (!input.atEnd()) {
+        string received = chosenFrame(input);
+        while (const auto request = session->takeRequest(received))
+            checkModbusReply(*session, *request, session->answer(*request));
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -93,6 +161,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                                                   simulator::kv1000::Controller().commands(), why);
     require(plan.has_value() == why.empty(), "a bad plan, and only a bad plan, has a reason");
     checkReplies(sent);
+    checkModbus(Input(reinterpret_cast<const uint8_t*>(sent.constData()), size_t(sent.size())));
     if (plan)
         require(conversation(*plan, sent) == conversation(*plan, sent), "the same faults again");
     return 0;
