@@ -46,11 +46,11 @@ TEST(DriverPlugin, LoadsAndUnloadsAgainAndAgain)
 {
     for (int round = 0; round < 50; ++round) {
         QString error;
-        auto plugin = host::DriverPlugin::load(DRIVER, &error);
+        auto plugin = host::DriverPlugin::load(KV1000_DRIVER, &error);
         ASSERT_TRUE(plugin) << qPrintable(error);
         EXPECT_EQ(plugin->driver()->name(), "KEYENCE KV-1000");
         plugin.reset();
-        EXPECT_FALSE(isInMemory(DRIVER));
+        EXPECT_FALSE(isInMemory(KV1000_DRIVER));
     }
 }
 

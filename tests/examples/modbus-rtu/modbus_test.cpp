@@ -8,7 +8,6 @@
 #include "host/driverplugin.h"
 #include "host/makeport.h"
 
-#include <QCoreApplication>
 #include <QtEndian>
 
 #include <gtest/gtest.h>
@@ -250,10 +249,3 @@ TEST_F(Modbus, RefusesInvalidAddresses)
 }
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    const QCoreApplication application(argc, argv); // for Qt's serial port
-    testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}

@@ -1,4 +1,5 @@
-// Qt's sockets want an application object, though no event loop runs.
+// Runs tests with the application object that Qt's sockets, processes and SQL drivers want, though
+// no event loop runs.
 #include <QCoreApplication>
 
 #include <gtest/gtest.h>
