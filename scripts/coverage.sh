@@ -2,7 +2,7 @@
 # shellcheck shell=bash disable=SC2154 # CoverageTools comes from setup.sh
 
 CoverageHome=build/coverage
-CoverageFolders=(runtime simulator plcctl examples)
+CoverageFolders=(runtime simulator conformance bench plcctl examples)
 GoalFolder=runtime/drivers
 GoalPercent=97
 
