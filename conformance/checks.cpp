@@ -34,7 +34,7 @@ struct Outcome {
     bool hasError;
     QString text; ///< of the last error
 
-    std::string told() const
+    std::string description() const
     {
         const std::string result = hasResult ? "success" : "no result";
         const std::string data = bytes > 0 ? " with " + std::to_string(bytes) + " bytes" : "";
@@ -98,7 +98,7 @@ private:
     void expectFailure(const Outcome& outcome)
     {
         m_report.expect(outcome.isFailure(), "a failure with an error text and without data",
-                        outcome.told());
+                        outcome.description());
     }
 
     const QString m_file;
@@ -219,7 +219,7 @@ void Checks::handsOutDefaults()
                         "the same line as record and as text", "another one in " + quoted(text));
 }
 
-/// Whether the request reaches the line. Tells when it should and does not.
+/// Whether the request reaches the line. Reports a failure when it should and does not.
 bool Checks::isServed(const Request& request)
 {
     if (request.declared == Declared::No)
@@ -231,7 +231,7 @@ bool Checks::isServed(const Request& request)
         return true;
     if (request.declared == Declared::Yes || !outcome.isNothing())
         m_report.expect(false, "a command on the line",
-                        "nothing sent, " + outcome.told() +
+                        "nothing sent, " + outcome.description() +
                             (outcome.isNothing() ? "; so this width is not served" : ""));
     return false;
 }
@@ -278,7 +278,7 @@ void Checks::leavesUnknownWidthsAlone()
             const Outcome outcome = ask(dead, request, dataType, request.device, 1, 8);
             m_report.expect(outcome.isNothing() && dead.isUntouched(),
                             "no result, no error, nothing sent",
-                            outcome.told() + (dead.isUntouched() ? "" : ", a command"));
+                            outcome.description() + (dead.isUntouched() ? "" : ", a command"));
         }
     }
 }
@@ -377,7 +377,7 @@ void Checks::asksForAFullBlock()
         NotingPort dead(silence);
         const Outcome outcome = ask(dead, request, units);
         m_report.expect(!dead.isUntouched(), "a command on the line, as a full block has to work",
-                        "nothing sent, " + outcome.told());
+                        "nothing sent, " + outcome.description());
     }
 }
 
@@ -392,7 +392,7 @@ void Checks::survivesAnyLength()
             const Outcome outcome =
                 ask(dead, request, request.width->dataType, request.device, units, dataBytes);
             m_report.expect(outcome.bytes == 0 && !(outcome.hasResult && outcome.hasError),
-                            "no data", outcome.told());
+                            "no data", outcome.description());
         }
     }
 }

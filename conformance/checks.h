@@ -1,4 +1,5 @@
-// What a panel's runtime expects of any driver, asked of a plug-in file through the loader alone.
+// Checks of what a panel's runtime expects of any driver, on a plug-in file, through the loader
+// alone.
 #ifndef CONFORMANCE_CHECKS_H
 #define CONFORMANCE_CHECKS_H
 

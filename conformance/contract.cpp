@@ -1,4 +1,4 @@
-// paneldriver-contract: asks of a driver plug-in what every driver has to do.
+// paneldriver-contract: checks that a driver plug-in does what every driver has to do.
 #include "conformance/checks.h"
 #include "conformance/report.h"
 
@@ -14,25 +14,26 @@ namespace
 enum ExitStatus { Passed = 0, Failed = 1, WrongUsage = 2 };
 
 const char* const Footer =
-    R"(Devices come from the description in the plug-in (the JSON file that
-PANEL_DRIVER names): the first of each area. Without one, name them; from there
-on there should be as many devices as the driver's block sizes promise.
+    R"(The first device of each area in the plug-in's description (the JSON file that
+PANEL_DRIVER names) is used. Without a description, name devices with --word and
+--bit. From each device on there should be as many as the driver's block sizes
+promise.
 
-WIDTHS is none, or some of bit,byte,word,dword,quad,block,group. The description
-tells which are served: those have to be, and the others are skipped. --read and
---write tell it instead. Where nothing tells it, a request that comes back with
-no result and no error, and put nothing on the line, is not served and is
-skipped.
+WIDTHS is "none" or a list from bit,byte,word,dword,quad,block,group. --read and
+--write say which widths the driver serves, and override the description. Those
+widths have to work; the others are skipped. When neither says whether a width
+is served, it is tried: it is skipped if the request returns no result and no
+error, and sends nothing.
 
-Nothing is attached to the port, and the program speaks no protocol. So it sees
-that a full block is asked for, not that its reply is understood: tell that in a
-story for paneldriver-play.
+Nothing is connected to the port, and the program knows no protocol. It checks
+that the driver asks for a full block, not that the driver understands the
+reply: write a story for that, and play it with paneldriver-play.
 
 Example:
   paneldriver-contract build/libmydriver.so --word D0 --write none
 
-Exit status: 0 passed, 1 failed, 2 wrong usage; a driver that crashes ends the
-program.)";
+Exit status: 0 passed, 1 failed, 2 wrong usage; 128 plus the signal's number if
+the driver crashes.)";
 
 /// The names in an option's value; throws for an unknown one.
 QStringList widthsIn(const std::string& value)
@@ -58,7 +59,7 @@ ExitStatus complain(const std::string& reason)
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Asks of a driver plug-in what a panel's runtime expects of every driver.\n",
+    CLI::App app("Checks that a driver plug-in does what a panel's runtime expects of a driver.\n",
                  "paneldriver-contract");
     std::string file, word, bit;
     Choice choice;

@@ -15,16 +15,17 @@ enum ExitStatus { AllPlayed = 0, SomeFailed = 1, WrongUsage = 2 };
 
 const char* const Footer = R"(
 
---cut and --faults play each story that succeeds without a retry again and
-again, with another read gone wrong each time. --cut cuts it at each of its
-bytes; --faults gives it a count that is too large or negative, other bytes, and
-NUL bytes. A wrong count has to end the attempt as "packet loss". Other bytes
-have to fail too, or not to matter to the result. After a failure the port
+--cut and --faults repeat each story that succeeds without a retry, each time
+with another read damaged. --cut cuts the read short at each of its bytes;
+--faults returns a count that is too large or negative, other bytes, or NUL
+bytes. A wrong count has to end the attempt as "packet loss". Other bytes have
+to make it fail, unless they do not affect the result. After a failure the port
 allows a retry, which has to succeed.
 
-Of a failure the first difference is shown: '-' is the story, '+' the driver.
+For each failed story the first difference is shown: '-' is the story, '+' the
+driver.
 
-Exit status: 0 all stories went as told, 1 some did not, 2 wrong usage.)";
+Exit status: 0 all stories passed, 1 some did not, 2 wrong usage.)";
 
 struct Options {
     std::string driver;
@@ -46,7 +47,7 @@ ExitStatus complain(const std::string& reason)
     return WrongUsage;
 }
 
-/// Tells the first mismatch of a story; the others would repeat it.
+/// Prints the first mismatch of a story; the others would repeat it.
 void playStory(DriverInterface& driver, const Story& story, const Options& options, Counts& counts)
 {
     std::vector<Mismatch> results = playWith(Damage::None, driver, story);
@@ -103,8 +104,8 @@ ExitStatus playAll(const Options& options)
 int main(int argc, char** argv)
 {
     Options options;
-    CLI::App app("Plays stories against a driver plug-in: a port answers the driver as a story\n"
-                 "tells, and every call that the driver makes has to be the next in the story.\n"
+    CLI::App app("Plays stories against a driver plug-in: a port answers the driver as the story\n"
+                 "says, and every call that the driver makes has to be the next in the story.\n"
                  "One driver object plays all stories.\n",
                  "paneldriver-play");
     app.add_option("FILE", options.driver, "The plug-in")
@@ -116,7 +117,7 @@ int main(int argc, char** argv)
         ->check(CLI::ExistingFile)
         ->option_text(" ");
     app.add_flag("--cut", options.cut, "Play them also with reads cut short");
-    app.add_flag("--faults", options.faults, "Play them also with reads gone wrong");
+    app.add_flag("--faults", options.faults, "Play them also with damaged reads");
     app.add_option("--story", options.part, "Play only the stories with TEXT in their name")
         ->type_name("TEXT");
     app.footer(std::string(StoriesHelp) + Footer);

@@ -14,24 +14,24 @@ constexpr unsigned PatienceSeconds = 60;
 constexpr int FailedStatus = 1;
 const std::string Indent(11, ' ');
 
-// For the signal handler, which can't be told otherwise.
+// Global, because a signal handler has no arguments of ours.
 std::string checkName, checkPlace;
 
-void tell(const std::string& text)
+void print(const std::string& text)
 {
     if (::write(STDOUT_FILENO, text.data(), text.size()) < 0)
         std::_Exit(FailedStatus);
 }
 
-void tellAndEnd(int signal)
+void reportAndEnd(int signal)
 {
-    tell("FAILED   " + checkName + "\n" + Indent + checkPlace + "\n" + Indent);
+    print("FAILED   " + checkName + "\n" + Indent + checkPlace + "\n" + Indent);
     if (signal == SIGALRM) {
-        tell("the driver did not return within a minute\n");
+        print("the driver did not return within a minute\n");
         std::_Exit(FailedStatus);
     }
     // The handler is gone by now, so the signal ends the program as it always would.
-    tell("the driver crashed: " + std::string(strsignal(signal)) + "\n");
+    print("the driver crashed: " + std::string(strsignal(signal)) + "\n");
 }
 
 } // namespace
@@ -39,7 +39,7 @@ void tellAndEnd(int signal)
 Report::Report()
 {
     struct sigaction action = {};
-    action.sa_handler = tellAndEnd;
+    action.sa_handler = reportAndEnd;
     action.sa_flags = SA_RESETHAND;
     for (int signal : {SIGALRM, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
         ::sigaction(signal, &action, nullptr);

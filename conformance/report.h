@@ -1,11 +1,11 @@
-// What is told of the checks: a line each, and of a failed one its first failure.
+// The results of the checks as text: one line each, and the first failure of a check that failed.
 #ifndef CONFORMANCE_REPORT_H
 #define CONFORMANCE_REPORT_H
 
 #include <string>
 
-/// While a check runs, a watch is kept: when a driver crashes, or doesn't return for a minute, the
-/// check and the request are told before the program ends.
+/// When a driver crashes during a check, or doesn't return for a minute, the check and the request
+/// are printed before the program ends.
 class Report
 {
 public:
@@ -20,13 +20,13 @@ public:
     /// Notes a failure unless `good`. Returns `good`.
     bool expect(bool good, const std::string& expected, const std::string& got);
 
-    /// Tells what became of the check.
+    /// Prints the result of the check.
     void end();
 
-    /// A line to tell below the check's own.
+    /// A line to print below the check's own.
     void note(const std::string& text);
 
-    /// Tells how many checks passed. Returns whether all did.
+    /// Prints how many checks passed. Returns whether all did.
     bool summarize() const;
 
 private:

@@ -1,5 +1,5 @@
-// Story files: what a driver does with its port, told as text. What they look like is told by
-// StoriesHelp, which paneldriver-play prints.
+// Story files: what a driver does with its port, as text. StoriesHelp, which paneldriver-play
+// prints, describes their form.
 #ifndef CONFORMANCE_STORIES_H
 #define CONFORMANCE_STORIES_H
 

@@ -71,7 +71,7 @@ qint64 roomFrom(const Device& device, const Width& width)
     return std::max(qint64(1), devices * deviceBits / width.bits);
 }
 
-/// Descriptions do not tell of quad words; what has no double words has none of them either.
+/// Descriptions do not mention quad words; what has no double words has no quad words either.
 Declared declaredFor(const Width& width, const host::Widths& widths)
 {
     if (!widths.has(width.declared.value_or(DataDoubleWord)))

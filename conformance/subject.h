@@ -1,4 +1,4 @@
-// What is asked of a driver: which of its devices, in which widths and directions.
+// The requests that a driver is checked with: which of its devices, in which widths and directions.
 #ifndef CONFORMANCE_SUBJECT_H
 #define CONFORMANCE_SUBJECT_H
 
@@ -26,7 +26,7 @@ struct Width {
     DriverDataType dataType;
     int bits;
     int dataBytes;                          ///< of one unit, in the driver's data
-    std::optional<DriverDataType> declared; ///< the width by which descriptions tell of it
+    std::optional<DriverDataType> declared; ///< the width that stands for it in descriptions
 
     bool isBits() const { return bits == 1; }
 };

@@ -71,8 +71,8 @@ std::string upper(const std::string& text)
     return QString::fromStdString(text).toUpper().toStdString();
 }
 
-/// The fields of one JSON object, each wanted in one form. What has another form is told with the
-/// place of the object in the description.
+/// The fields of one JSON object, each wanted in one form. What has another form is reported with
+/// the place of the object in the description.
 class Fields
 {
 public:

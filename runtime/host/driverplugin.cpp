@@ -36,7 +36,7 @@ QString reasonAgainstFile(const QString& path)
     return QString();
 }
 
-/// Why the library behind `loader` is no driver, judged by what stands in its file alone.
+/// Why the library that `loader` would load is not a driver, judged by its file alone.
 QString reasonAgainstLibrary(const QPluginLoader& loader)
 {
     const QJsonObject metaData = loader.metaData();

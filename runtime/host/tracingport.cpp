@@ -62,41 +62,41 @@ TracingPort::TracingPort(AbstractDeviceInterface& port, Sink sink, Clock clock)
 int TracingPort::read(char* buffer, int maxLength)
 {
     const int count = m_port.read(buffer, maxLength);
-    tell(QStringLiteral("read %1 -> %2  %3")
-             .arg(maxLength)
-             .arg(count)
-             .arg(quoted(buffer, qBound(0, count, qMax(0, maxLength)))));
+    trace(QStringLiteral("read %1 -> %2  %3")
+              .arg(maxLength)
+              .arg(count)
+              .arg(quoted(buffer, qBound(0, count, qMax(0, maxLength)))));
     return count;
 }
 
 int TracingPort::write(const char* data, int length)
 {
     const int count = m_port.write(data, length);
-    tell(QStringLiteral("write %1 -> %2  %3").arg(length).arg(count).arg(quoted(data, length)));
+    trace(QStringLiteral("write %1 -> %2  %3").arg(length).arg(count).arg(quoted(data, length)));
     return count;
 }
 
 void TracingPort::setOption(int option, const QVariant& value)
 {
     m_port.setOption(option, value);
-    tell(QStringLiteral("setOption %1 %2").arg(option).arg(value.toString()));
+    trace(QStringLiteral("setOption %1 %2").arg(option).arg(value.toString()));
 }
 
 int TracingPort::retry()
 {
     const int repeats = m_port.retry();
-    tell(QStringLiteral("retry -> %1").arg(repeats));
+    trace(QStringLiteral("retry -> %1").arg(repeats));
     return repeats;
 }
 
 int TracingPort::delay()
 {
     const int pauseMs = m_port.delay();
-    tell(QStringLiteral("delay -> %1").arg(pauseMs));
+    trace(QStringLiteral("delay -> %1").arg(pauseMs));
     return pauseMs;
 }
 
-void TracingPort::tell(const QString& what)
+void TracingPort::trace(const QString& what)
 {
     const double elapsedMs = static_cast<double>(m_clock() - m_startUs) / 1000;
     m_sink(QStringLiteral("+%1 ms  ").arg(elapsedMs, 0, 'f', 3) + what);

@@ -1,5 +1,5 @@
-// A port that hands every call on to another port and tells what went over it, one line a call.
-// It knows no protocol and changes nothing.
+// A port that hands every call on to another port and writes a line about each. Bytes are shown as
+// they are: what they mean differs from driver to driver.
 #ifndef HOST_TRACINGPORT_H
 #define HOST_TRACINGPORT_H
 
@@ -36,7 +36,7 @@ public:
     int delay() override;
 
 private:
-    void tell(const QString& what);
+    void trace(const QString& what);
 
     AbstractDeviceInterface& m_port;
     Sink m_sink;

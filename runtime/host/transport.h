@@ -1,5 +1,5 @@
-// A transport that carries bytes, and the clock that they are timed with. It knows neither requests
-// nor drivers; what a port makes of it is in port.h.
+// A transport that carries bytes, and the clock that they are timed with. When a request is
+// complete or a reply late is decided in port.h.
 #ifndef HOST_TRANSPORT_H
 #define HOST_TRANSPORT_H
 

@@ -15,10 +15,10 @@ struct Row {
     const char* fault;     ///< of the driver
     const char* arguments; ///< of the program, run in the folder of the plug-ins
     int status;
-    const char* told; ///< in the output
+    const char* reported; ///< in the output
 };
 
-void expectTold(const char* program, const Row& row)
+void expectReported(const char* program, const Row& row)
 {
     SCOPED_TRACE(std::string(row.fault) + ": " + program + " " + row.arguments);
     QProcess process;
@@ -33,9 +33,9 @@ void expectTold(const char* program, const Row& row)
     const std::string output = process.readAll().toStdString();
     const bool ended = process.exitStatus() == QProcess::NormalExit;
     EXPECT_EQ(ended ? process.exitCode() : -1, row.status) << output;
-    EXPECT_NE(output.find(row.told), std::string::npos) << output;
+    EXPECT_NE(output.find(row.reported), std::string::npos) << output;
     const size_t first = output.find("FAILED");
-    EXPECT_EQ(output.find("FAILED", first + 1), std::string::npos) << "told twice: " << output;
+    EXPECT_EQ(output.find("FAILED", first + 1), std::string::npos) << "reported twice: " << output;
 }
 
 TEST(ContractProgram, NamesTheCheckThatFailed)
@@ -65,7 +65,7 @@ TEST(ContractProgram, NamesTheCheckThatFailed)
         {"", "libfaulty.so --word D0 --read nibble", 2, "there is no width nibble"},
     };
     for (const Row& row : rows)
-        expectTold("paneldriver-contract", row);
+        expectReported("paneldriver-contract", row);
 }
 
 TEST(Help, FitsATerminal)
@@ -98,7 +98,7 @@ TEST(Player, ShowsWhereADriverLeavesAStory)
         {"", "libfaulty.so", 2, "STORIES is required"},
     };
     for (const Row& row : rows)
-        expectTold("paneldriver-play", row);
+        expectReported("paneldriver-play", row);
 }
 
 TEST(Stories, AreRefusedWithLineAndReason)

@@ -1,4 +1,4 @@
-# Installs a built tree and lays the sources of the examples beside it, both anew.
+# Installs a build and copies the sources of the examples next to it, into empty folders.
 file(REMOVE_RECURSE ${prefix} ${outside})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${build} --prefix ${prefix}
     COMMAND_ERROR_IS_FATAL ANY)

@@ -116,7 +116,7 @@ TEST_F(PanelProject, FindsAnEthernetStationByItsAddress)
     EXPECT_EQ(known.err, "plcctl: ETHERNET is link 4 of the project, station 44\n");
 }
 
-TEST_F(PanelProject, IsRefusedWhenItIsNone)
+TEST_F(PanelProject, RefusesAnotherFileAndAMissingOne)
 {
     const std::string database = directory.filePath("compile/database/database").toStdString();
     std::ofstream(database, std::ios::trunc) << "no database at all, only a text";
