@@ -1,8 +1,7 @@
 #include "bench/snapshot.h"
 
+#include "bench/file.h"
 #include "bench/internal/text.h"
-
-#include <QFile>
 
 #include <algorithm>
 #include <cmath>
@@ -536,12 +535,9 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices)
 
 Snapshot loadSnapshot(const std::string& path, const Devices& devices)
 {
-    QFile file(QString::fromStdString(path));
-    if (!file.open(QIODevice::ReadOnly))
-        throw Failure(FailureKind::CannotOpen,
-                      "cannot read " + path + ": " + file.errorString().toStdString());
+    const std::string content = contentOf(path);
     try {
-        return parseSnapshot(file.readAll().toStdString(), devices);
+        return parseSnapshot(content, devices);
     } catch (const Failure& failure) {
         throw Failure(failure.kind(), path + ", " + failure.what(), failure.advice());
     }

@@ -1,9 +1,8 @@
 #include "bench/tags.h"
 
+#include "bench/file.h"
 #include "bench/internal/text.h"
 #include "bench/nearest.h"
-
-#include <QFile>
 
 #include <algorithm>
 #include <array>
@@ -325,11 +324,7 @@ std::string textOf(const TagProblem& problem)
 
 std::vector<Point> loadTags(const std::string& path, const Devices& devices)
 {
-    QFile file(QString::fromStdString(path));
-    if (!file.open(QIODevice::ReadOnly))
-        throw Failure(FailureKind::CannotOpen,
-                      "can't read the tag file " + path + ": " + file.errorString().toStdString());
-    const TagFile found = parseTags(file.readAll().toStdString(), devices);
+    const TagFile found = parseTags(contentOf(path), devices);
     if (found.problems.empty())
         return found.tags;
     const std::size_t others = found.problems.size() - 1;

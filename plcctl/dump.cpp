@@ -6,6 +6,7 @@
 #include "progress.h"
 #include "report.h"
 
+#include "bench/file.h"
 #include "bench/snapshot.h"
 
 #include <CLI/CLI.hpp>
@@ -16,7 +17,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <system_error>
 #include <unordered_map>
 
@@ -106,8 +106,7 @@ std::string joined(const std::vector<std::string>& words)
 /// What an earlier dump has left: the lines that are whole.
 bench::Snapshot loadPart(const PartFile& part, const bench::Devices& devices)
 {
-    std::ifstream file(part.name(), std::ios::binary);
-    std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::string content = bench::contentOf(part.name());
     content.resize(content.rfind('\n') + 1);
     try {
         return bench::parseSnapshot(content, devices);

@@ -91,6 +91,10 @@ int run(int argc, char** argv)
     } catch (const bench::Failure& failure) {
         report(failure);
         return bench::exitStatus(failure.kind());
+    } catch (const std::exception& error) {
+        // Such as a file system or a memory that gives out: no cause that a status speaks of.
+        report(bench::Failure(bench::FailureKind::CannotOpen, error.what()));
+        return bench::exitStatus(bench::FailureKind::CannotOpen);
     }
     return status;
 }

@@ -3,12 +3,10 @@
 #include "commands.h"
 #include "report.h"
 
+#include "bench/file.h"
 #include "bench/tags.h"
 
 #include <CLI/CLI.hpp>
-
-#include <fstream>
-#include <iterator>
 
 namespace plcctl
 {
@@ -21,14 +19,6 @@ struct TagsOptions {
     std::string driverFile;
     Format format = Format::Table;
 };
-
-std::string contentOf(const std::string& name)
-{
-    std::ifstream file(name, std::ios::binary);
-    if (!file)
-        throw bench::Failure(bench::FailureKind::CannotOpen, "cannot read " + name);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 std::string scaleText(const bench::Scale& scale)
 {
@@ -61,7 +51,7 @@ Table tableOf(const std::vector<bench::Point>& tags)
 int checkTags(const TagsOptions& options)
 {
     const bench::Driver driver(driverFile(options.driverFile));
-    const bench::TagFile file = bench::parseTags(contentOf(options.file), driver.devices());
+    const bench::TagFile file = bench::parseTags(bench::contentOf(options.file), driver.devices());
     for (const bench::TagProblem& problem : file.problems)
         note(options.file + ": " + bench::textOf(problem));
     printTable(tableOf(file.tags), options.format);

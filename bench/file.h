@@ -1,0 +1,15 @@
+// Files as a whole.
+#ifndef BENCH_FILE_H
+#define BENCH_FILE_H
+
+#include <string>
+
+namespace bench
+{
+
+/// All bytes of a file. Throws a Failure (CannotOpen) when it can't be read; a folder can't.
+std::string contentOf(const std::string& path);
+
+} // namespace bench
+
+#endif
