@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <utility>
 
 namespace bench
 {
@@ -15,6 +16,7 @@ namespace
 {
 
 using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
 
 // A line that loses more attempts than this, and not only those that a retry made up for, has a
 // fault that no setting cures.
@@ -31,10 +33,18 @@ std::optional<FailureKind> worstOf(const Summary& summary)
     return static_cast<FailureKind>(worst - summary.failures.begin());
 }
 
-/// Reads that no retry could save.
-std::uint64_t lostReads(const Summary& summary)
+std::uint64_t lossesAmong(const FailureCounts& counts)
 {
-    return summary.failuresOf(FailureKind::NoReply) + summary.failuresOf(FailureKind::InvalidReply);
+    return counts[std::size_t(FailureKind::NoReply)] +
+           counts[std::size_t(FailureKind::InvalidReply)];
+}
+
+double lostShareOf(const Summary& summary)
+{
+    std::uint64_t attempts = summary.succeeded();
+    for (const std::uint64_t failed : summary.failedAttempts)
+        attempts += failed;
+    return attempts == 0 ? 0 : double(lossesAmong(summary.failedAttempts)) / double(attempts);
 }
 
 std::string percent(double share)
@@ -43,54 +53,142 @@ std::string percent(double share)
                                       : fixedText(share * 100, share < 0.1 ? 1 : 0) + " %";
 }
 
-/// Whether what counts as lost may have come after the time-out.
-bool areMaybeLate(const LineRecord& record, double lostShare)
+/// Whether what counts as lost may have come after the time-out, without being heard.
+bool areMaybeLate(const LineRecord& record)
 {
-    return lostShare > 0 && record.longestPrompt > record.timeout / 2;
+    const bool areMissing = record.summary.failedAttemptsOf(FailureKind::NoReply) > 0;
+    return areMissing && (!record.hearsLateReplies || record.longestPrompt > record.timeout / 2);
 }
 
-Trust trustIn(const Summary& summary, double lostShare)
+Trust trustIn(const LineRecord& record, double lostShare)
 {
-    if (summary.requests == 0 || (lostReads(summary) > 0 && lostShare > UsableLostShare))
+    const Summary& summary = record.summary;
+    if (summary.requests == 0)
+        return Trust::Unusable;
+    if (record.lateReplies > 0 && record.lateReplies == lossesAmong(summary.failedAttempts))
+        return Trust::Late;
+    if (lossesAmong(summary.failures) > 0 && lostShare > UsableLostShare)
         return Trust::Unusable;
     return lostShare > 0 ? Trust::Losses : Trust::Trustworthy;
+}
+
+milliseconds timeoutFor(const LineRecord& record)
+{
+    if (record.lateReplies == 0 && (!record.longestPrompt || areMaybeLate(record)))
+        return milliseconds(0);
+    const auto prompt = std::chrono::ceil<milliseconds>(
+        record.longestPrompt.value_or(std::chrono::microseconds(0)));
+    const auto longest = std::max(record.lateness, prompt);
+    const milliseconds sufficient(host::sufficientTimeoutMs(longest.count()));
+    const bool areMissing = record.summary.failedAttemptsOf(FailureKind::NoReply) > 0;
+    return areMissing ? std::max(sufficient, record.timeout) : sufficient;
 }
 
 std::string inWords(const LineRecord& record, const LineVerdict& verdict)
 {
     const Summary& summary = record.summary;
-    const std::string lost = percent(verdict.lostShare) + " of all attempts lost";
+    const std::string share = percent(verdict.lostShare) + " of all attempts";
     switch (verdict.trust) {
     case Trust::Trustworthy:
         return summary.requests < ConvincingReads ? "trustworthy, as far as so few reads can tell"
                                                   : "trustworthy";
+    case Trust::Late:
+        return "the time-out is too short: " + share + " were answered too late";
     case Trust::Losses:
         return (verdict.lostShare > UsableLostShare ? "frequent" : "occasional") +
-               (" losses: keep the retries (" + lost + ")");
+               (" losses: keep the retries (" + share + " lost)");
     case Trust::Unusable:
         break;
     }
-    return "not usable: " + (summary.requests == 0 ? std::string("nothing was read") : lost);
+    return "not usable: " + (summary.requests == 0 ? "nothing was read" : share + " lost");
+}
+
+std::string adviceOnLosses(const LineRecord& record, const LineVerdict& verdict)
+{
+    if (record.lateReplies > 0)
+        return "Replies came up to " + std::to_string(record.lateness.count()) +
+               " ms after their command. Check again with a longer time-out.";
+    if (areMaybeLate(record))
+        return record.hearsLateReplies
+                   ? "Some replies took more than half of the time-out; what is lost may only be "
+                     "late. Check again with a longer one."
+                   : "What is lost may only be late. Check again with a longer time-out.";
+    if (verdict.worst == FailureKind::InvalidReply)
+        return "Replies are garbled. Check the line's settings (speed, parity), shield and ground, "
+               "and that no other program uses the line.";
+    if (!record.longestPrompt)
+        return "Check cable, power, the port and the line's settings (speed, parity), or allow a "
+               "longer time-out.";
+    return "Check plugs, shield and ground, and the length of the cable for this speed.";
 }
 
 std::string adviceOn(const LineRecord& record, const LineVerdict& verdict)
 {
     const Summary& summary = record.summary;
-    if (summary.failuresOf(FailureKind::ControllerRefused) > 0)
-        return "The controller answers, but refuses to read this device. Check another one.";
-    if (areMaybeLate(record, verdict.lostShare))
-        return "Some replies took more than half of the time-out; what is lost may only be late. "
-               "Check again with a longer one.";
-    if (verdict.worst == FailureKind::InvalidReply)
-        return "Replies are garbled. Check the line's settings (speed, parity), shield and ground, "
-               "and that no other program uses the line.";
-    if (!record.longestPrompt && verdict.lostShare > 0)
-        return "Check cable, power, the port and the line's settings (speed, parity), or allow a "
-               "longer time-out.";
     if (verdict.lostShare > 0)
-        return "Check plugs, shield and ground, and the length of the cable for this speed.";
-    return std::string();
+        return adviceOnLosses(record, verdict);
+    if (summary.failedAttemptsOf(FailureKind::ControllerRefused) == 0)
+        return std::string();
+    return summary.succeeded() == 0
+               ? "The controller answers, but refuses to read this device. Check another one."
+               : "The controller answers, but refused some of the attempts.";
 }
+
+/// Takes in what a session does, as long as it lives.
+class LineCheck
+{
+public:
+    LineCheck(Session& session, OpenPort& port, milliseconds timeout)
+        : m_session(session)
+        , m_port(port)
+    {
+        m_record.timeout = timeout;
+        m_record.hearsLateReplies = port.hearsLateReplies();
+        session.onFailedAttempt = [this](FailureKind kind) { listen(kind); };
+        session.onRequest = [this](const RequestRecord& request) { add(request); };
+    }
+    ~LineCheck()
+    {
+        m_session.onFailedAttempt = nullptr;
+        m_session.onRequest = nullptr;
+    }
+
+    LineCheck(const LineCheck&) = delete;
+    LineCheck& operator=(const LineCheck&) = delete;
+
+    const LineRecord& record()
+    {
+        m_record.summary = m_statistics.summary();
+        return m_record;
+    }
+
+private:
+    /// Without this the late reply would meet the next attempt, and when it came were not known.
+    void listen(FailureKind kind)
+    {
+        if (kind != FailureKind::NoReply)
+            return;
+        const Clock::time_point begin = Clock::now();
+        const milliseconds lateness = m_port.settle();
+        m_listened += std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
+        m_record.lateReplies += lateness.count() > 0 ? 1 : 0;
+        m_record.lateness = std::max(m_record.lateness, lateness);
+    }
+
+    void add(RequestRecord request)
+    {
+        request.took -= std::exchange(m_listened, {});
+        m_statistics.add(request);
+        if (!request.failure && request.retries() == 0)
+            m_record.longestPrompt = std::max(m_record.longestPrompt, std::optional(request.took));
+    }
+
+    Session& m_session;
+    OpenPort& m_port;
+    Statistics m_statistics;
+    LineRecord m_record;
+    std::chrono::microseconds m_listened{0}; ///< within the request under way
+};
 
 } // namespace
 
@@ -99,6 +197,8 @@ const char* nameOf(Trust trust)
     switch (trust) {
     case Trust::Trustworthy:
         return "trustworthy";
+    case Trust::Late:
+        return "late";
     case Trust::Losses:
         return "losses";
     case Trust::Unusable:
@@ -109,17 +209,11 @@ const char* nameOf(Trust trust)
 
 LineVerdict judge(const LineRecord& record)
 {
-    const Summary& summary = record.summary;
-    const auto attempts = static_cast<double>(summary.requests + summary.retries);
     LineVerdict verdict = {};
-    verdict.worst = worstOf(summary);
-    verdict.lostShare =
-        attempts > 0 ? static_cast<double>(summary.retries + lostReads(summary)) / attempts : 0;
-    verdict.trust = trustIn(summary, verdict.lostShare);
-    if (record.longestPrompt && !areMaybeLate(record, verdict.lostShare)) {
-        const auto longest = std::chrono::ceil<milliseconds>(*record.longestPrompt);
-        verdict.advisedTimeout = milliseconds(host::sufficientTimeoutMs(longest.count()));
-    }
+    verdict.worst = worstOf(record.summary);
+    verdict.lostShare = lostShareOf(record.summary);
+    verdict.trust = trustIn(record, verdict.lostShare);
+    verdict.advisedTimeout = timeoutFor(record);
     verdict.text = inWords(record, verdict);
     verdict.advice = adviceOn(record, verdict);
     return verdict;
@@ -132,6 +226,9 @@ nlohmann::json toJson(const LineRecord& record, const LineVerdict& verdict)
     json.erase("intervalMs");
     json["trust"] = nameOf(verdict.trust);
     json["lostShare"] = verdict.lostShare;
+    json["lateReplies"] = record.lateReplies;
+    if (record.lateReplies > 0)
+        json["latenessMs"] = record.lateness.count();
     json["text"] = verdict.text;
     json["advice"] = verdict.advice;
     if (verdict.advisedTimeout.count() > 0)
@@ -139,30 +236,19 @@ nlohmann::json toJson(const LineRecord& record, const LineVerdict& verdict)
     return json;
 }
 
-LineRecord checkLine(Session& session, const TypedDevice& device, milliseconds timeout,
-                     const std::function<bool(const LineRecord&)>& goesOn)
+LineRecord checkLine(Session& session, OpenPort& port, const TypedDevice& device,
+                     milliseconds timeout, const std::function<bool(const LineRecord&)>& goesOn)
 {
+    LineCheck check(session, port, timeout);
     const std::vector<TypedDevice> devices = {device};
     const auto plan = planReads(devices, session.driver().blocks());
-    Statistics statistics;
-    LineRecord record;
-    record.timeout = timeout;
-    session.onRequest = [&](const RequestRecord& request) {
-        statistics.add(request);
-        if (!request.failure && request.retries == 0)
-            record.longestPrompt = std::max(record.longestPrompt, std::optional(request.took));
-    };
     do {
         const std::vector<Reading> readings = session.read(plan, devices);
         const auto& failure = readings.front().failure;
-        if (failure && failure->kind() == FailureKind::WrongUsage) {
-            session.onRequest = nullptr;
+        if (failure && failure->kind() == FailureKind::WrongUsage)
             throw *failure;
-        }
-        record.summary = statistics.summary();
-    } while (goesOn(record));
-    session.onRequest = nullptr;
-    return record;
+    } while (goesOn(check.record()));
+    return check.record();
 }
 
 } // namespace bench

@@ -69,4 +69,9 @@ std::string listed(const std::vector<std::string>& words, std::size_t most)
     return text;
 }
 
+std::string counted(std::uint64_t count, const std::string& thing)
+{
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
 } // namespace bench

@@ -2,6 +2,7 @@
 #ifndef BENCH_NEAREST_H
 #define BENCH_NEAREST_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,9 @@ std::string nearest(const std::string& meant, const std::vector<std::string>& wo
 
 /// The words as a list, such as "DM, EM, FM and 3 more".
 std::string listed(const std::vector<std::string>& words, std::size_t most);
+
+/// "1 value", "2 values".
+std::string counted(std::uint64_t count, const std::string& thing);
 
 } // namespace bench
 

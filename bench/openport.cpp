@@ -89,7 +89,7 @@ OpenPort::OpenPort(const PortOptions& options, const Driver& driver)
     const host::PortAddress address = portAddress(place);
     m_port = host::makePort(address, line, exchangeSettings(options, driver));
     if (!m_port->open())
-        throw Failure(FailureKind::CannotOpen, lastFailure(), portAdvice(address));
+        throw Failure(FailureKind::CannotOpen, lastFailure().text, portAdvice(address));
     if (options.trace)
         m_trace = std::make_unique<host::TracingPort>(
             *m_port, [trace = options.trace](const QString& text) { trace(text.toStdString()); });
@@ -104,14 +104,20 @@ AbstractDeviceInterface& OpenPort::port() const
     return *m_port;
 }
 
-std::string OpenPort::lastFailure() const
+PortReport OpenPort::lastFailure() const
 {
-    return m_port->lastFailure().toStdString();
+    return {m_port->lastFailure().toStdString(), m_port->isOwnFailure()};
 }
 
-void OpenPort::settle()
+std::chrono::milliseconds OpenPort::settle()
 {
     m_port->settle();
+    return std::chrono::milliseconds(m_port->latenessMs());
+}
+
+bool OpenPort::hearsLateReplies() const
+{
+    return m_port->keepsLateReplies();
 }
 
 void OpenPort::interrupt()

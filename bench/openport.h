@@ -5,11 +5,13 @@
 
 #include "bench/controllers.h"
 #include "bench/driver.h"
+#include "bench/session.h"
 
 #include "host/exchangesettings.h"
 #include "host/linesettings.h"
 #include "host/portaddress.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -63,11 +65,15 @@ public:
 
     AbstractDeviceInterface& port() const;
 
-    /// What last went wrong with the port, for a person; empty after a good reply.
-    std::string lastFailure() const;
+    PortReport lastFailure() const;
 
     /// Waits until no late reply can be under way, as closing does; this wait can be interrupted.
-    void settle();
+    /// Returns how long after their command replies came that were too late, the longest since the
+    /// last good reply; 0 when none was heard.
+    std::chrono::milliseconds settle();
+
+    /// Whether late replies can be heard; not on a connection, which is made anew instead.
+    bool hearsLateReplies() const;
 
     /// Lets a call that waits return at once, and every later one. Safe in a signal handler.
     void interrupt();

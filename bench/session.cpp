@@ -15,12 +15,13 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-/// Hands all calls on and counts the attempts that failed: drivers ask for retries after each.
-class CountingPort : public AbstractDeviceInterface
+/// Hands all calls on and tells of each attempt that failed: after it, drivers ask for retries.
+class AttemptsPort : public AbstractDeviceInterface
 {
 public:
-    explicit CountingPort(AbstractDeviceInterface& port)
+    AttemptsPort(AbstractDeviceInterface& port, std::function<void()> onFailedAttempt)
         : m_port(port)
+        , m_onFailedAttempt(std::move(onFailedAttempt))
     {
     }
     int read(char* buffer, int maxLength) override { return m_port.read(buffer, maxLength); }
@@ -28,15 +29,14 @@ public:
     void setOption(int option, const QVariant& value) override { m_port.setOption(option, value); }
     int retry() override
     {
-        ++failedAttempts;
+        m_onFailedAttempt();
         return m_port.retry();
     }
     int delay() override { return m_port.delay(); }
 
-    int failedAttempts = 0;
-
 private:
     AbstractDeviceInterface& m_port;
+    std::function<void()> m_onFailedAttempt;
 };
 
 Failure stopped()
@@ -47,10 +47,10 @@ Failure stopped()
 } // namespace
 
 Session::Session(Driver& driver, AbstractDeviceInterface& port,
-                 std::function<std::string()> portFailure)
+                 std::function<PortReport()> portReport)
     : m_driver(driver)
     , m_port(port)
-    , m_portFailure(std::move(portFailure))
+    , m_portReport(std::move(portReport))
 {
 }
 
@@ -111,13 +111,13 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
 {
     if (isStopped && isStopped())
         return stopped();
-    CountingPort port(m_port);
+    RequestRecord record;
+    AttemptsPort port(m_port, [&] { countAttempt(first, direction, record); });
     const Clock::time_point begin = Clock::now();
     const bool served = request(port);
     // What was cut short says nothing about the line.
     if (isStopped && isStopped() && m_driver.object().hasError())
         return stopped();
-    RequestRecord record;
     record.took = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
 
     std::optional<Failure> failure;
@@ -125,19 +125,32 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
         failure = failureOf(first, direction);
     else if (!served)
         failure = notServed(first, direction);
-    record.retries = port.failedAttempts - (failure && port.failedAttempts > 0 ? 1 : 0);
     if (failure)
         record.failure = failure->kind();
+    // Not every driver asks for retries.
+    if (failure && record.failedAttempts == FailureCounts())
+        record.failedAttempts[std::size_t(failure->kind())] = 1;
     if (onRequest)
         onRequest(record);
     return failure;
+}
+
+void Session::countAttempt(const TypedDevice& first, Direction direction,
+                           RequestRecord& record) const
+{
+    if (portReport().isOwnFailure)
+        return;
+    const FailureKind kind = failureOf(first, direction).kind();
+    ++record.failedAttempts[std::size_t(kind)];
+    if (onFailedAttempt)
+        onFailedAttempt(kind);
 }
 
 Failure Session::failureOf(const TypedDevice& first, Direction direction) const
 {
     const Failure failure = driverFailure(m_driver.object().getLastError().toStdString(),
                                           {m_driver.description(), first, direction});
-    const std::string detail = m_portFailure ? m_portFailure() : std::string();
+    const std::string detail = portReport().text;
     return detail.empty() ? failure : failure.with(" (" + detail + ")");
 }
 

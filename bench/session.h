@@ -27,17 +27,29 @@ struct WriteFailure : Failure {
     std::size_t index; ///< the place of the request's first device in the list
 };
 
+/// What a port says of its last failure.
+struct PortReport {
+    std::string text; ///< for a person; empty after a good reply
+
+    /// It dropped a reply or refused a command to be safe: the controller may have done nothing
+    /// wrong.
+    bool isOwnFailure = false;
+};
+
 class Session
 {
 public:
     /// driver, port   must outlive the session
-    /// portFailure    what the port says of the last failure, for a person; may be empty
+    /// portReport     may be empty
     Session(Driver& driver, AbstractDeviceInterface& port,
-            std::function<std::string()> portFailure = {});
+            std::function<PortReport()> portReport = {});
 
     /// Told of every request, in the thread that makes it; not of one that was cut short because
     /// isStopped says true.
     std::function<void(const RequestRecord&)> onRequest;
+
+    /// Told of every attempt that failed by the line or the controller, before the next one begins.
+    std::function<void(FailureKind)> onFailedAttempt;
 
     /// Asked between requests; when it says true, the rest of them fail without being sent.
     std::function<bool()> isStopped;
@@ -66,11 +78,13 @@ private:
                                QByteArray* answer);
     template <typename Request>
     std::optional<Failure> perform(const TypedDevice& first, Direction direction, Request request);
+    void countAttempt(const TypedDevice& first, Direction direction, RequestRecord& record) const;
     Failure failureOf(const TypedDevice& first, Direction direction) const;
+    PortReport portReport() const { return m_portReport ? m_portReport() : PortReport(); }
 
     Driver& m_driver;
     AbstractDeviceInterface& m_port;
-    std::function<std::string()> m_portFailure;
+    std::function<PortReport()> m_portReport;
 };
 
 } // namespace bench

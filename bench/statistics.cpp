@@ -1,11 +1,13 @@
 #include "bench/statistics.h"
 
 #include "bench/internal/text.h"
+#include "bench/nearest.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace bench
 {
@@ -54,9 +56,9 @@ double milliseconds(Duration duration)
     return static_cast<double>(duration.count()) / 1000;
 }
 
-std::string counted(std::uint64_t count, const char* noun)
+std::uint64_t sumOf(const FailureCounts& counts)
 {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+    return std::accumulate(counts.begin(), counts.end(), std::uint64_t(0));
 }
 
 std::string failureList(const Summary& summary)
@@ -69,6 +71,19 @@ std::string failureList(const Summary& summary)
                     nameOf(static_cast<FailureKind>(kind));
     }
     return list;
+}
+
+nlohmann::json byKind(const FailureCounts& counts)
+{
+    nlohmann::json json = nlohmann::json::object();
+    for (int kind = FirstFailureKind; kind <= LastFailureKind; ++kind)
+        json[nameOf(static_cast<FailureKind>(kind))] = counts[static_cast<std::size_t>(kind)];
+    return json;
+}
+
+nlohmann::json msOrNull(Duration duration, bool isMeasured)
+{
+    return isMeasured ? nlohmann::json(milliseconds(duration)) : nlohmann::json();
 }
 
 } // namespace
@@ -98,33 +113,27 @@ Duration LatencyHistogram::quantile(double share) const
     return m_max;
 }
 
+std::uint64_t RequestRecord::retries() const
+{
+    const std::uint64_t failed = sumOf(failedAttempts);
+    return failed > 0 && failure ? failed - 1 : failed;
+}
+
 std::uint64_t Summary::failed() const
 {
-    std::uint64_t sum = 0;
-    for (const std::uint64_t count : failures)
-        sum += count;
-    return sum;
+    return sumOf(failures);
 }
 
 void Statistics::add(const RequestRecord& request)
 {
+    ++m_summary.requests;
     if (request.failure)
-        addFailure(*request.failure);
+        ++m_summary.failures[static_cast<std::size_t>(*request.failure)];
     else
-        addSuccess(request.took);
-    addRetries(static_cast<std::uint64_t>(request.retries));
-}
-
-void Statistics::addSuccess(Duration latency)
-{
-    ++m_summary.requests;
-    m_latencies.add(latency);
-}
-
-void Statistics::addFailure(FailureKind kind)
-{
-    ++m_summary.requests;
-    ++m_summary.failures[static_cast<std::size_t>(kind)];
+        m_latencies.add(request.took);
+    m_summary.retries += request.retries();
+    for (std::size_t kind = 0; kind < request.failedAttempts.size(); ++kind)
+        m_summary.failedAttempts[kind] += request.failedAttempts[kind];
 }
 
 void Statistics::addRound(Time start, Duration wanted)
@@ -180,12 +189,12 @@ std::vector<std::string> textLines(const Summary& summary)
     const std::string wanted = summary.wantedInterval.count() == 0
                                    ? ""
                                    : "wanted " + durationText(summary.wantedInterval) + ", ";
+    const std::string retries =
+        std::to_string(summary.retries) + (summary.retries == 1 ? " retry" : " retries");
     lines.push_back(counted(summary.requests, "request") + ", " + std::to_string(summary.failed()) +
                     " failed" + (failures.empty() ? "" : " (" + failures + ")") +
-                    (summary.retries == 0 ? ""
-                                          : ", " + std::to_string(summary.retries) +
-                                                (summary.retries == 1 ? " retry" : " retries")));
-    if (summary.requests > summary.failed())
+                    (summary.retries == 0 ? "" : ", " + retries));
+    if (summary.succeeded() > 0)
         lines.push_back("latency p50 " + durationText(summary.p50) + ", p95 " +
                         durationText(summary.p95) + ", p99 " + durationText(summary.p99) +
                         ", max " + durationText(summary.max));
@@ -198,25 +207,24 @@ std::vector<std::string> textLines(const Summary& summary)
 
 nlohmann::json toJson(const Summary& summary)
 {
-    nlohmann::json failures = nlohmann::json::object();
-    for (int kind = FirstFailureKind; kind <= LastFailureKind; ++kind)
-        failures[nameOf(static_cast<FailureKind>(kind))] =
-            summary.failures[static_cast<std::size_t>(kind)];
+    const bool hasLatency = summary.succeeded() > 0;
+    const bool hasInterval = summary.achievedInterval.count() > 0;
     return {
         {"requests", summary.requests},
         {"failed", summary.failed()},
-        {"failures", failures},
+        {"failures", byKind(summary.failures)},
         {"retries", summary.retries},
+        {"failedAttempts", byKind(summary.failedAttempts)},
         {"latencyMs",
-         {{"p50", milliseconds(summary.p50)},
-          {"p95", milliseconds(summary.p95)},
-          {"p99", milliseconds(summary.p99)},
-          {"max", milliseconds(summary.max)}}},
+         {{"p50", msOrNull(summary.p50, hasLatency)},
+          {"p95", msOrNull(summary.p95, hasLatency)},
+          {"p99", msOrNull(summary.p99, hasLatency)},
+          {"max", msOrNull(summary.max, hasLatency)}}},
         {"rounds", summary.rounds},
         {"intervalMs",
          {{"wanted", milliseconds(summary.wantedInterval)},
-          {"achieved", milliseconds(summary.achievedInterval)},
-          {"longest", milliseconds(summary.longestInterval)}}},
+          {"achieved", msOrNull(summary.achievedInterval, hasInterval)},
+          {"longest", msOrNull(summary.longestInterval, hasInterval)}}},
     };
 }
 

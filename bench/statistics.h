@@ -17,11 +17,19 @@
 namespace bench
 {
 
+/// Numbers by FailureKind; 0 is unused.
+using FailureCounts = std::array<std::uint64_t, LastFailureKind + 1>;
+
 /// What became of one request of the driver.
 struct RequestRecord {
     std::chrono::microseconds took{0};
-    int retries = 0; ///< attempts after the first
     std::optional<FailureKind> failure;
+
+    /// The last one of a request that failed among them. Those that failed because the port itself
+    /// dropped a reply, or refused a command, say nothing about the line and count nowhere.
+    FailureCounts failedAttempts{};
+
+    std::uint64_t retries() const; ///< attempts after the first
 };
 
 /// Durations in buckets that get wider as the durations get longer: exact below 128 µs, above it
@@ -56,10 +64,11 @@ struct Summary {
     using Duration = std::chrono::microseconds;
 
     std::uint64_t requests = 0; ///< succeeded and failed
+    FailureCounts failures{};
     std::uint64_t retries = 0;
-    std::array<std::uint64_t, LastFailureKind + 1> failures{}; ///< by FailureKind; 0 is unused
-    Duration p50{0};                                           ///< latencies of requests that
-    Duration p95{0};                                           ///< succeeded
+    FailureCounts failedAttempts{}; ///< as in RequestRecord
+    Duration p50{0};                ///< latencies of requests that succeeded
+    Duration p95{0};
     Duration p99{0};
     Duration max{0};
     std::uint64_t rounds = 0;
@@ -68,7 +77,12 @@ struct Summary {
     Duration longestInterval{0};
 
     std::uint64_t failed() const;
+    std::uint64_t succeeded() const { return requests - failed(); }
     std::uint64_t failuresOf(FailureKind kind) const { return failures[std::size_t(kind)]; }
+    std::uint64_t failedAttemptsOf(FailureKind kind) const
+    {
+        return failedAttempts[std::size_t(kind)];
+    }
 };
 
 class Statistics
@@ -78,9 +92,6 @@ public:
     using Time = std::chrono::steady_clock::time_point;
 
     void add(const RequestRecord& request);
-    void addSuccess(Duration latency);
-    void addFailure(FailureKind kind);
-    void addRetries(std::uint64_t count) { m_summary.retries += count; }
 
     /// The beginning of a round of requests, `wanted` after the one before. Intervals are counted
     /// anew when another one is wanted.
@@ -105,7 +116,8 @@ private:
 /// The summary for people, in lines without line ends. What was never counted is left out.
 std::vector<std::string> textLines(const Summary& summary);
 
-/// The summary as an object; durations are numbers of milliseconds, failures an object by kind.
+/// The summary as an object; durations are numbers of milliseconds, failures objects by kind. What
+/// was never measured is null.
 nlohmann::json toJson(const Summary& summary);
 
 /// A duration with a unit that suits it: "850 µs", "4.2 ms", "1.30 s".

@@ -41,6 +41,9 @@ public:
     /// for. Throws a Failure as OpenPort does.
     bench::Session& session();
 
+    /// Of session(), which must have been called.
+    bench::OpenPort& port() const { return *m_port; }
+
     /// Lets the request under way fail soon, and every later one.
     void interrupt();
 

@@ -1,6 +1,8 @@
 // plcctl check: whether a line can be trusted, and with which time-out.
 #include "bench.h"
 #include "commands.h"
+#include "help.h"
+#include "progress.h"
 #include "report.h"
 
 #include "bench/linecheck.h"
@@ -8,7 +10,6 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
-#include <unistd.h>
 
 namespace plcctl
 {
@@ -17,10 +18,10 @@ namespace
 {
 
 using std::chrono::milliseconds;
-using Clock = std::chrono::steady_clock;
 
 constexpr int MaxReads = 1000 * 1000 * 1000;
 constexpr int DefaultMs = 10 * 1000;
+constexpr std::size_t TerminalWidth = 80;
 
 struct CheckOptions {
     BenchOptions bench;
@@ -30,57 +31,17 @@ struct CheckOptions {
     Format format = Format::Table;
 };
 
-/// How far the check is: one line on standard error that is written over and over, and gone at the
-/// end. Nothing where that is no terminal.
-class Progress
+std::string progressText(const CheckOptions& options, const bench::Summary& summary,
+                         milliseconds elapsed)
 {
-public:
-    explicit Progress(const CheckOptions& options)
-        : m_options(options)
-        , m_begin(Clock::now())
-        , m_shows(isatty(STDERR_FILENO) != 0)
-    {
-    }
-
-    ~Progress()
-    {
-        if (m_shows)
-            std::fprintf(stderr, "\r\033[K");
-    }
-
-    milliseconds elapsed() const
-    {
-        return std::chrono::duration_cast<milliseconds>(Clock::now() - m_begin);
-    }
-
-    void show(const bench::Summary& summary)
-    {
-        if (!m_shows || Clock::now() < m_next)
-            return;
-        m_next = Clock::now() + FrameTime;
-        std::fprintf(stderr, "\r\033[K%s, %llu failed, p50 %s", done(summary).c_str(),
-                     static_cast<unsigned long long>(summary.failed()),
-                     bench::durationText(summary.p50).c_str());
-    }
-
-private:
-    static constexpr milliseconds FrameTime{200};
-
-    std::string done(const bench::Summary& summary) const
-    {
-        const std::string reads = std::to_string(summary.requests);
-        if (m_options.count > 0)
-            return reads + " of " + counted(std::size_t(m_options.count), "read");
-        return std::to_string(elapsed().count() / 1000) + " of " +
-               std::to_string((m_options.forMs + 999) / 1000) + " s, " +
-               counted(summary.requests, "read");
-    }
-
-    const CheckOptions& m_options;
-    Clock::time_point m_begin;
-    Clock::time_point m_next = m_begin;
-    bool m_shows;
-};
+    const std::string reads = options.count > 0 ? std::to_string(summary.requests) + " of " +
+                                                      counted(std::size_t(options.count), "read")
+                                                : std::to_string(elapsed.count() / 1000) + " of " +
+                                                      std::to_string((options.forMs + 999) / 1000) +
+                                                      " s, " + counted(summary.requests, "read");
+    return reads + ", " + std::to_string(summary.failed()) + " failed, p50 " +
+           bench::durationText(summary.p50);
+}
 
 bench::TypedDevice deviceOf(const Bench& bench, const std::string& text)
 {
@@ -97,14 +58,18 @@ bench::LineRecord checkWithProgress(Bench& bench, const CheckOptions& options)
     const milliseconds timeout(
         bench::exchangeSettings(options.bench.port, bench.driver()).timeoutMs);
     bench::Session& session = bench.session();
-    Progress progress(options);
-    return bench::checkLine(session, device, timeout, [&](const bench::LineRecord& record) {
-        progress.show(record.summary);
+    StatusLine line;
+    const auto begin = std::chrono::steady_clock::now();
+    const auto goesOn = [&](const bench::LineRecord& record) {
+        const auto elapsed =
+            std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begin);
+        line.show(progressText(options, record.summary, elapsed));
         const bool isDone = options.count > 0
                                 ? record.summary.requests >= std::uint64_t(options.count)
-                                : progress.elapsed().count() >= options.forMs;
+                                : elapsed.count() >= options.forMs;
         return !isDone && !bench.isStopped();
-    });
+    };
+    return bench::checkLine(session, bench.port(), device, timeout, goesOn);
 }
 
 void printVerdict(const bench::LineRecord& record, const bench::LineVerdict& verdict)
@@ -113,7 +78,7 @@ void printVerdict(const bench::LineRecord& record, const bench::LineVerdict& ver
         std::printf("%s\n", line.c_str());
     std::printf("%s\n", verdict.text.c_str());
     if (!verdict.advice.empty())
-        std::printf("%s\n", verdict.advice.c_str());
+        std::printf("%s\n", wrapped(verdict.advice, TerminalWidth).c_str());
     if (verdict.advisedTimeout.count() > 0)
         std::printf("a time-out of %d ms will do: -o %d\n", int(verdict.advisedTimeout.count()),
                     int(verdict.advisedTimeout.count()));
@@ -121,8 +86,6 @@ void printVerdict(const bench::LineRecord& record, const bench::LineVerdict& ver
 
 int check(const CheckOptions& options)
 {
-    if (options.format == Format::Csv)
-        throw bench::wrongUsage("check prints no csv", "Try -f json.");
     Bench bench(options.bench);
     const bench::LineRecord record = checkWithProgress(bench, options);
     const bench::LineVerdict verdict = bench::judge(record);
@@ -154,7 +117,15 @@ void addCheckCommand(CLI::App& app, int& status)
             "Time before it ends, such as 60s or 5m (default: 10s)")
         ->excludes(count)
         ->type_name("TIME");
-    addFormatOption(*command, options->format);
+    command
+        ->add_option_function<std::string>(
+            "-f,--format",
+            [options](const std::string& name) {
+                options->format = name == "json" ? Format::Json : Format::Table;
+            },
+            "table or json (default: table)")
+        ->check(oneOf({"table", "json"}))
+        ->type_name("FORMAT");
     addBenchOptions(*command, options->bench);
     command->footer(
         R"(It prints failures, retries and latencies, whether the line can be trusted, and

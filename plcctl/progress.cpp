@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <string>
 #include <unistd.h>
 
 namespace plcctl
@@ -14,6 +13,7 @@ namespace
 using std::chrono::milliseconds;
 
 constexpr std::size_t BarWidth = 24;
+constexpr milliseconds FrameTime(100);
 
 /// Moves to the beginning of the line and clears it.
 const char* const ClearLine = "\r\033[K";
@@ -48,36 +48,46 @@ std::string progressText(std::size_t done, std::size_t total, std::size_t doneNo
 
 } // namespace
 
-Progress::Progress(std::size_t total, std::size_t already)
-    : m_total(total)
-    , m_already(already)
-    , m_isTerminal(isatty(STDERR_FILENO) == 1)
-    , m_begin(std::chrono::steady_clock::now())
+StatusLine::StatusLine(bool isWanted)
+    : m_isTerminal(isWanted && isatty(STDERR_FILENO) == 1)
 {
 }
 
-Progress::~Progress()
+StatusLine::~StatusLine()
 {
     clear();
 }
 
-void Progress::show(std::size_t done)
+void StatusLine::show(const std::string& text)
 {
-    if (!m_isTerminal)
+    const auto now = std::chrono::steady_clock::now();
+    if (!m_isTerminal || (m_isShown && now < m_next))
         return;
-    const auto elapsed = std::chrono::steady_clock::now() - m_begin;
-    const std::string text = progressText(done, m_total, done - m_already,
-                                          std::chrono::duration_cast<milliseconds>(elapsed));
     std::fprintf(stderr, "%s%s", ClearLine, text.c_str());
     std::fflush(stderr);
     m_isShown = true;
+    m_next = now + FrameTime;
 }
 
-void Progress::clear()
+void StatusLine::clear()
 {
     if (m_isShown)
         std::fputs(ClearLine, stderr);
     m_isShown = false;
+}
+
+Progress::Progress(std::size_t total, std::size_t already)
+    : m_total(total)
+    , m_already(already)
+    , m_begin(std::chrono::steady_clock::now())
+{
+}
+
+void Progress::show(std::size_t done)
+{
+    const auto elapsed = std::chrono::steady_clock::now() - m_begin;
+    m_line.show(progressText(done, m_total, done - m_already,
+                             std::chrono::duration_cast<milliseconds>(elapsed)));
 }
 
 } // namespace plcctl

@@ -84,9 +84,4 @@ std::string escaped(const std::string& text)
     return shown;
 }
 
-std::string counted(std::size_t count, const std::string& thing)
-{
-    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
-}
-
 } // namespace plcctl

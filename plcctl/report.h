@@ -3,6 +3,7 @@
 #define PLCCTL_REPORT_H
 
 #include "bench/failure.h"
+#include "bench/nearest.h"
 
 #include <cstddef>
 #include <string>
@@ -39,8 +40,7 @@ void note(const std::string& text);
 /// The text with control characters written as \r, \n or \x1F, so that a terminal shows them.
 std::string escaped(const std::string& text);
 
-/// "1 value", "2 values".
-std::string counted(std::size_t count, const std::string& thing);
+using bench::counted;
 
 } // namespace plcctl
 

@@ -1,6 +1,7 @@
 // plcctl scan: tries the settings of a serial line until the controller answers.
 #include "bench.h"
 #include "commands.h"
+#include "progress.h"
 #include "report.h"
 
 #include "bench/scan.h"
@@ -9,7 +10,6 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
-#include <unistd.h>
 
 namespace plcctl
 {
@@ -28,21 +28,20 @@ struct ScanOptions {
 };
 
 /// How far the scan is: one line of the terminal, or with -v a line for each try.
-class Progress
+class ScanProgress
 {
 public:
-    Progress(std::size_t count, bool verbose)
+    ScanProgress(std::size_t count, bool verbose)
         : m_count(count)
         , m_verbose(verbose)
-        , m_rewrites(!verbose && isatty(STDERR_FILENO) == 1)
+        , m_line(!verbose)
     {
     }
 
-    void trying(std::size_t number, const host::LineSettings& line) const
+    void trying(std::size_t number, const host::LineSettings& line)
     {
-        if (m_rewrites)
-            std::fprintf(stderr, "%strying %zu of %zu: %s", ClearLine, number, m_count,
-                         qPrintable(host::textOf(line)));
+        m_line.show("trying " + std::to_string(number) + " of " + std::to_string(m_count) + ": " +
+                    host::textOf(line).toStdString());
     }
 
     void tried(const host::LineSettings& line, bench::ProbeOutcome outcome) const
@@ -51,18 +50,10 @@ public:
             note(host::textOf(line).toStdString() + ": " + bench::nameOf(outcome));
     }
 
-    void end() const
-    {
-        if (m_rewrites)
-            std::fputs(ClearLine, stderr);
-    }
-
 private:
-    static constexpr const char* ClearLine = "\r\x1B[K";
-
     std::size_t m_count;
     bool m_verbose;
-    bool m_rewrites;
+    StatusLine m_line;
 };
 
 int inMs(std::chrono::microseconds time)
@@ -104,14 +95,12 @@ std::vector<bench::FoundLine> findLines(const ScanOptions& options)
         bench::probeOf(driver, device, port, [&](bench::OpenPort* open) { stop.interrupts(open); });
 
     const auto lines = bench::linesToTry(bench::lineSettings(bench::PortOptions(), driver));
-    const Progress progress(lines.size(), options.verbose || options.trace);
+    ScanProgress progress(lines.size(), options.verbose || options.trace);
     bench::ScanEvents events;
     events.trying = [&](std::size_t number, const auto& line) { progress.trying(number, line); };
     events.tried = [&](const auto& line, auto outcome) { progress.tried(line, outcome); };
     events.isStopped = [&] { return stop.waitFor(0); };
-    const auto found = bench::scan(lines, options.scan, probe, events);
-    progress.end();
-    return found;
+    return bench::scan(lines, options.scan, probe, events);
 }
 
 int scan(const ScanOptions& options)

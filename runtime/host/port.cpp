@@ -120,8 +120,17 @@ int Port::retry()
 {
     if (m_interrupted)
         return 0;
-    const bool ownFailure = m_failure == Failure::Dropped || m_failure == Failure::Unread;
-    return ownFailure ? qMax(0, m_exchange.retry) + 1 : m_exchange.retry;
+    return isOwnFailure() ? qMax(0, m_exchange.retry) + 1 : m_exchange.retry;
+}
+
+bool Port::isOwnFailure() const
+{
+    return m_failure == Failure::Dropped || m_failure == Failure::Unread;
+}
+
+bool Port::keepsLateReplies() const
+{
+    return m_transport->keepsLateReplies();
 }
 
 int Port::delay()

@@ -43,6 +43,17 @@ public:
     /// replies are too late; empty after a good reply.
     QString lastFailure() const;
 
+    /// Whether it went wrong because the port dropped a reply or refused a command to be safe: the
+    /// controller may have done nothing wrong.
+    bool isOwnFailure() const;
+
+    /// How long after their command replies came that were too late, the longest since the last
+    /// good reply; 0 when none was heard. Only a port that waits hears them: see settle().
+    qint64 latenessMs() const { return m_guard.latenessMs(); }
+
+    /// Whether late replies still arrive here. A connection is made anew instead.
+    bool keepsLateReplies() const;
+
     /// Lets a call that waits end at once, and every later one fail. Safe in a signal handler.
     void interrupt();
 
@@ -60,8 +71,7 @@ public:
     /// options are ignored.
     void setOption(int option, const QVariant& value) override;
 
-    /// One more than asked for after an attempt that failed because the port dropped a reply or
-    /// refused a command: the controller may have done nothing wrong.
+    /// One more than asked for after an attempt that failed because of the port itself.
     int retry() override;
     int delay() override;
 

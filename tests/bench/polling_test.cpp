@@ -84,22 +84,43 @@ TEST(Latencies, HaveQuantilesWithinTheStatedError)
     EXPECT_EQ(histogram.quantile(1), hours(1) + minutes(11) + microseconds(34967295));
 }
 
+RequestRecord succeeded(microseconds took)
+{
+    RequestRecord record;
+    record.took = took;
+    return record;
+}
+
+/// failedAttempts  before and with the last
+RequestRecord failed(FailureKind kind, std::uint64_t failedAttempts = 1)
+{
+    RequestRecord record;
+    record.failure = kind;
+    record.failedAttempts[std::size_t(kind)] = failedAttempts;
+    return record;
+}
+
 TEST(Statistics, AddUp)
 {
     Statistics statistics;
     EXPECT_EQ(textLines(statistics.summary()), std::vector<std::string>{"0 requests, 0 failed"});
+    const auto nothing = toJson(statistics.summary());
+    EXPECT_TRUE(nothing["latencyMs"]["p50"].is_null());
+    EXPECT_TRUE(nothing["intervalMs"]["achieved"].is_null());
+
     steady_clock::time_point now;
     for (const int ms : {0, 500, 1700}) {
         statistics.addRound(now + milliseconds(ms), milliseconds(500));
-        statistics.addSuccess(microseconds(850));
+        statistics.add(succeeded(microseconds(850)));
     }
     statistics.addPause();
     statistics.addRound(now + hours(1), milliseconds(500));
-    statistics.addSuccess(milliseconds(1300));
-    statistics.addFailure(FailureKind::NoReply);
-    statistics.addFailure(FailureKind::NoReply);
-    statistics.addFailure(FailureKind::ControllerRefused);
-    statistics.addRetries(3);
+    RequestRecord savedByRetry = succeeded(milliseconds(1300));
+    savedByRetry.failedAttempts[std::size_t(FailureKind::InvalidReply)] = 1;
+    statistics.add(savedByRetry);
+    statistics.add(failed(FailureKind::NoReply));
+    statistics.add(failed(FailureKind::NoReply, 3));
+    statistics.add(failed(FailureKind::ControllerRefused));
     const Summary summary = statistics.summary();
     EXPECT_EQ(
         textLines(summary),
@@ -108,6 +129,7 @@ TEST(Statistics, AddUp)
                                   "4 rounds, one every 850 ms (wanted 500 ms, longest 1.20 s)"}));
     const auto json = toJson(summary);
     EXPECT_EQ(json["failures"]["no reply"], 2);
+    EXPECT_EQ(json["failedAttempts"]["no reply"], 4);
     EXPECT_EQ(json["latencyMs"]["max"], 1300.0);
     EXPECT_EQ(json["intervalMs"]["achieved"], 850.0);
     statistics.addRound(now + hours(1) + milliseconds(500), milliseconds(200));
