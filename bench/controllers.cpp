@@ -5,6 +5,7 @@
 #include "simulator/kv1000/controller.h"
 #include "simulator/modbusrtu/controller.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace bench
@@ -46,6 +47,12 @@ std::vector<std::string> simulatedProtocols()
     for (const Protocol& protocol : protocols)
         names.push_back(protocol.name);
     return names;
+}
+
+bool isSimulated(const std::string& name)
+{
+    return std::any_of(std::begin(protocols), std::end(protocols),
+                       [&](const Protocol& protocol) { return name == protocol.name; });
 }
 
 std::unique_ptr<simulator::Controller> makeController(const std::string& name)

@@ -25,6 +25,8 @@ struct ControllerOptions {
 /// The protocols that simulated controllers speak, by the names that driver descriptions use.
 std::vector<std::string> simulatedProtocols();
 
+bool isSimulated(const std::string& protocol);
+
 /// A controller of one of these protocols, its values all 0, with no line to it. Throws a Failure
 /// (WrongUsage) for any other protocol.
 std::unique_ptr<simulator::Controller> makeController(const std::string& protocol);

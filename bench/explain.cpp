@@ -85,9 +85,8 @@ private:
 
 std::unique_ptr<simulator::Controller> controllerFor(const Driver& driver)
 {
-    const std::vector<std::string> known = simulatedProtocols();
     const std::string& protocol = driver.description().protocol;
-    if (std::find(known.begin(), known.end(), protocol) == known.end())
+    if (!isSimulated(protocol))
         throw wrongUsage("explain needs a simulated controller, and there is none for the driver " +
                              driver.name(),
                          "It counts the replies of one that speaks the driver's protocol.");

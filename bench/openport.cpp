@@ -8,8 +8,6 @@
 #include "host/port.h"
 #include "host/tracingport.h"
 
-#include <algorithm>
-
 namespace bench
 {
 
@@ -19,9 +17,8 @@ namespace
 std::unique_ptr<SimulatedController> simulatedFor(const Driver& driver,
                                                   const ControllerOptions& options)
 {
-    const std::vector<std::string> known = simulatedProtocols();
     const std::string& protocol = driver.description().protocol;
-    if (std::find(known.begin(), known.end(), protocol) == known.end())
+    if (!isSimulated(protocol))
         throw wrongUsage("there is no simulated controller for the driver " + driver.name(),
                          "Name the port of a real one with --port.");
     return std::make_unique<SimulatedController>(protocol, options);

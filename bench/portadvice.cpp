@@ -62,14 +62,6 @@ std::string lockPlace(const struct stat& file)
     return place.str();
 }
 
-std::string programOf(const std::string& process)
-{
-    std::ifstream file("/proc/" + process + "/comm");
-    std::string name;
-    std::getline(file, name);
-    return name + " (" + process + ")";
-}
-
 /// The program that has locked a file, such as "plcctl (1234)". It comes before all that have the
 /// file open: the far end of a pseudo-terminal may have that too.
 std::string programThatLocks(const struct stat& file)
@@ -80,7 +72,7 @@ std::string programThatLocks(const struct stat& file)
         std::string number, kind, mode, access, process, place;
         std::istringstream(line) >> number >> kind >> mode >> access >> process >> place;
         if (place == wanted)
-            return programOf(process);
+            return processText(process);
     }
     return std::string();
 }

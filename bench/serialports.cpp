@@ -33,14 +33,6 @@ bool hasOpen(const fs::path& process, const fs::path& device)
     return false;
 }
 
-std::string nameOf(const fs::path& process)
-{
-    std::ifstream file(process / "comm");
-    std::string name;
-    std::getline(file, name);
-    return name;
-}
-
 SerialPort described(const QSerialPortInfo& info)
 {
     SerialPort port;
@@ -65,6 +57,14 @@ std::vector<SerialPort> serialPorts()
     return ports;
 }
 
+std::string processText(const std::string& number)
+{
+    std::ifstream file("/proc/" + number + "/comm");
+    std::string program;
+    std::getline(file, program);
+    return program + " (" + number + ")";
+}
+
 std::string programUsing(const std::string& device)
 {
     std::error_code error;
@@ -75,7 +75,7 @@ std::string programUsing(const std::string& device)
          process.increment(error)) {
         const std::string number = process->path().filename().string();
         if (isNumber(number) && hasOpen(process->path(), file))
-            return nameOf(process->path()) + " (" + number + ")";
+            return processText(number);
     }
     return std::string();
 }

@@ -21,6 +21,9 @@ struct SerialPort {
 /// lines, and reset what hangs on them.
 std::vector<SerialPort> serialPorts();
 
+/// A process with its program, such as "plcctl (1234)".
+std::string processText(const std::string& number);
+
 /// The program that has a device open, as in SerialPort. Other users' programs can be seen only by
 /// root. Empty when none is seen.
 std::string programUsing(const std::string& device);
