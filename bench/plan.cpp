@@ -133,9 +133,11 @@ Failure longerThanBlock(const TypedDevice& device)
 class ReadRun
 {
 public:
-    ReadRun(const Group& group, const BlockSizes& blocks, const Span& first)
+    ReadRun(const Group& group, const BlockSizes& blocks, int mostUnits, const Span& first)
         : m_group(group)
         , m_maxBytes(blockBytes(group, blocks))
+        , m_sharedBytes(group.area ? std::min(m_maxBytes, std::int64_t(mostUnits) * group.unitBytes)
+                                   : m_maxBytes)
         , m_begin(group.area ? first.begin / group.unitBytes * group.unitBytes : 0)
         , m_end(m_begin)
         , m_spans{}
@@ -146,7 +148,7 @@ public:
     {
         const std::int64_t end = std::max(m_end, roundedUp(span.end, m_group.unitBytes));
         const bool touches = m_group.area == nullptr || span.begin <= m_end;
-        return touches && end - m_begin <= m_maxBytes;
+        return touches && end - m_begin <= (m_spans.empty() ? m_maxBytes : m_sharedBytes);
     }
 
     void add(const Span& span)
@@ -168,6 +170,7 @@ public:
 private:
     const Group& m_group;
     std::int64_t m_maxBytes;
+    std::int64_t m_sharedBytes; ///< by several values
     std::int64_t m_begin;
     std::int64_t m_end;
     std::vector<Span> m_spans;
@@ -289,7 +292,7 @@ void checkWrite(const std::vector<TypedDevice>& devices)
 } // namespace
 
 std::vector<ReadRequest> planReads(const std::vector<TypedDevice>& devices,
-                                   const BlockSizes& blocks)
+                                   const BlockSizes& blocks, int mostUnits)
 {
     for (const TypedDevice& device : devices) {
         if (!isServed(device, Direction::Read))
@@ -301,7 +304,7 @@ std::vector<ReadRequest> planReads(const std::vector<TypedDevice>& devices,
     std::vector<ReadRequest> requests;
     for (std::size_t next = 0; next < wanted.spans.size();) {
         const Span& first = wanted.spans[next];
-        ReadRun run(wanted.groups[first.group], blocks, first);
+        ReadRun run(wanted.groups[first.group], blocks, mostUnits, first);
         if (!run.takes(first))
             throw longerThanBlock(devices[first.index]);
         for (; next < wanted.spans.size() && wanted.spans[next].group == first.group; ++next) {

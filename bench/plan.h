@@ -10,6 +10,7 @@
 
 #include <QByteArray>
 
+#include <climits>
 #include <optional>
 #include <vector>
 
@@ -52,10 +53,13 @@ struct Reading {
 ///
 /// Without described areas only the values of one run share a request.
 ///
+/// mostUnits  that several values share in one request, for smaller steps than the driver's blocks;
+///            it does not hold for the runs of a driver without areas, which can't be cut
+///
 /// Throws a Failure (WrongUsage) for a device that can't be read in its type, and for a value that
 /// is longer than a block.
 std::vector<ReadRequest> planReads(const std::vector<TypedDevice>& devices,
-                                   const BlockSizes& blocks);
+                                   const BlockSizes& blocks, int mostUnits = INT_MAX);
 
 /// The requests for the first and for the second half of a request's devices, for finding out which
 /// of them the controller refused.

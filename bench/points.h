@@ -37,6 +37,12 @@ struct Point {
 /// A device as a point: its own name, no scale, no limits.
 Point pointOf(const TypedDevice& device);
 
+/// Whether a point has a name of its own.
+inline bool isTag(const Point& point)
+{
+    return point.name != point.device.name;
+}
+
 /// The number that a value stands for; nothing for a string.
 std::optional<double> scaledNumber(const Point& point, const Value& value);
 

@@ -1,6 +1,7 @@
 #include "bench/snapshot.h"
 
 #include "bench/file.h"
+#include "bench/internal/extent.h"
 #include "bench/internal/text.h"
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <cstdio>
 #include <sstream>
 #include <tuple>
-#include <unordered_map>
 
 namespace bench
 {
@@ -24,6 +24,8 @@ constexpr int ValuesPerLine = 8;
 const char* const Blanks = " \t\r";
 const char* const FormatMark = "snapshot 1";
 const char* const AnyFormatMark = "snapshot ";
+const char* const DriverKey = "driver: ";
+const char* const NotReadMark = " not read: ";
 
 /// A line of the header: its key, and where its text is kept.
 struct HeaderRow {
@@ -32,7 +34,7 @@ struct HeaderRow {
 };
 
 const HeaderRow headerRows[] = {
-    {"driver: ", &SnapshotHeader::driver},
+    {DriverKey, &SnapshotHeader::driver},
     {"devices: ", &SnapshotHeader::devices},
     {"date: ", &SnapshotHeader::date},
 };
@@ -54,44 +56,6 @@ std::string rightJustified(const std::string& text, std::size_t width)
 
 // --- where values stand -------------------------------------------------------------------------
 
-/// The bytes that a value covers among those of its kind.
-struct Extent {
-    const host::DeviceArea* area; ///< null where the driver describes none
-    std::string text;             ///< of the run, without areas
-    int station;                  ///< -1 for the driver's own
-    bool isBit;                   ///< the contact of a timer is apart from its value
-    std::int64_t begin;
-    std::int64_t end;
-    int deviceBytes;
-
-    auto group() const { return std::tie(area, text, station, isBit); }
-    auto place() const { return std::tie(area, text, station, isBit, begin); }
-    bool overlaps(const Extent& other) const
-    {
-        return group() == other.group() && begin < other.end && other.begin < end;
-    }
-};
-
-bool isPacked(const Type& type)
-{
-    return type.kind == TypeKind::Byte || type.kind == TypeKind::String;
-}
-
-Extent extentOf(const TypedDevice& device)
-{
-    const bool isBit = device.type.kind == TypeKind::Bool;
-    const int station = device.place.station.value_or(-1);
-    const std::int64_t bytes = bytesOf(device.type);
-    if (!device.isDescribed())
-        return {nullptr, device.text,          station,
-                isBit,   device.index * bytes, (device.index + 1) * bytes,
-                1};
-    const int unit = isBit ? 1 : bytesPerDevice(*device.place.area);
-    const std::int64_t begin = device.place.position * unit + device.byteOffset;
-    const std::int64_t taken = isPacked(device.type) ? bytes : devicesOf(device) * unit;
-    return {device.place.area, "", station, isBit, begin, begin + taken, unit};
-}
-
 int valuesPerLine(const Type& type)
 {
     switch (type.kind) {
@@ -102,11 +66,6 @@ int valuesPerLine(const Type& type)
     default:
         return ValuesPerLine;
     }
-}
-
-bool isTag(const Point& point)
-{
-    return point.name != point.device.name;
 }
 
 /// Whether the second point continues the first one's line.
@@ -217,8 +176,7 @@ std::size_t columnWidth(const Type& type)
     return std::max(std::to_string(leastOf(type)).size(), std::to_string(greatestOf(type)).size());
 }
 
-// --- lines
-// ----------------------------------------------------------------------------------------
+// --- lines --------------------------------------------------------------------------------------
 
 /// Collects lines, with failures of neighbours in one comment.
 class LineWriter
@@ -274,7 +232,7 @@ private:
         if (m_failure.empty())
             return;
         const std::string range = m_firstFailed == m_lastFailed ? "" : ".." + m_lastFailed;
-        m_text += "# " + m_firstFailed + range + " not read: " + escaped(m_failure) + "\n";
+        m_text += "# " + m_firstFailed + range + NotReadMark + escaped(m_failure) + "\n";
         m_failure.clear();
     }
 
@@ -401,6 +359,26 @@ void addHeaderLine(SnapshotHeader& header, const std::string& text)
             header.*row.text = comment.substr(std::string(row.key).size());
 }
 
+/// The driver that the header names; empty for none.
+std::string driverIn(const std::string& content)
+{
+    std::istringstream lines(content);
+    for (std::string line; std::getline(lines, line) && startsWith(line, "#");) {
+        const std::string comment = trimmed(line.substr(1));
+        if (startsWith(comment, DriverKey))
+            return comment.substr(std::string(DriverKey).size());
+    }
+    return std::string();
+}
+
+/// Takes in a comment such as "# DM40:uint..DM99:uint not read: no reply".
+void addUnread(Snapshot& snapshot, const std::string& text)
+{
+    const std::size_t mark = text.find(NotReadMark);
+    if (mark != std::string::npos)
+        snapshot.unread.push_back(trimmed(text.substr(1, mark)));
+}
+
 [[noreturn]] void throwAtLine(int line, const Failure& failure)
 {
     throw Failure(failure.kind(), "line " + std::to_string(line) + ": " + failure.what(),
@@ -432,11 +410,6 @@ void sortValues(std::vector<SnapshotValue>& values)
     values = std::move(sorted);
 }
 
-bool differs(const std::optional<Value>& a, const std::optional<Value>& b, const Type& type)
-{
-    return a.has_value() != b.has_value() || (a && !isSame(*a, *b, type));
-}
-
 } // namespace
 
 std::string snapshotName(const TypedDevice& device)
@@ -452,11 +425,6 @@ std::string snapshotText(const Value& value, const Type& type)
     }
     const auto* real = std::get_if<float>(&value);
     return real != nullptr && !std::isfinite(*real) ? hexOfReal(value, type) : textOf(value, type);
-}
-
-bool isSame(const Value& a, const Value& b, const Type& type)
-{
-    return dataOf(a, type) == dataOf(b, type);
 }
 
 std::vector<Point> snapshotPoints(std::vector<Point> points)
@@ -521,6 +489,8 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices)
     for (std::string line; std::getline(lines, line);) {
         ++number;
         try {
+            if (startsWith(line, "#"))
+                addUnread(snapshot, line);
             if (startsWith(line, "#") && snapshot.values.empty())
                 addHeaderLine(snapshot.header, line);
             else
@@ -533,72 +503,23 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices)
     return snapshot;
 }
 
-Snapshot loadSnapshot(const std::string& path, const Devices& devices)
+Snapshot loadSnapshot(const std::string& path, const Driver& driver)
 {
     const std::string content = contentOf(path);
+    // The same letters may be other devices, so this comes before they are understood.
+    const std::string writer = driverIn(content);
+    if (!writer.empty() && writer != driver.name())
+        throw wrongUsage(path + " is a dump of the driver " + writer + ", and this one is " +
+                             driver.name(),
+                         "Name the plug-in of that driver with --driver.");
     try {
-        return parseSnapshot(content, devices);
+        Snapshot snapshot = parseSnapshot(content, driver.devices());
+        if (snapshot.values.empty())
+            throw wrongUsage("there are no values");
+        return snapshot;
     } catch (const Failure& failure) {
         throw Failure(failure.kind(), path + ", " + failure.what(), failure.advice());
     }
-}
-
-std::vector<Difference> differences(const std::vector<SnapshotValue>& left,
-                                    const std::vector<SnapshotValue>& right)
-{
-    std::unordered_map<std::string, const SnapshotValue*> others;
-    for (const SnapshotValue& value : right)
-        others[snapshotName(value.point.device)] = &value;
-    std::vector<Difference> found;
-    for (const SnapshotValue& value : left) {
-        const auto other = others.find(snapshotName(value.point.device));
-        std::optional<Value> there;
-        if (other != others.end()) {
-            there = other->second->value;
-            others.erase(other);
-        }
-        if (differs(value.value, there, value.point.device.type))
-            found.push_back({value.point, value.value, there});
-    }
-    for (const SnapshotValue& value : right)
-        if (others.count(snapshotName(value.point.device)) > 0)
-            found.push_back({value.point, std::nullopt, value.value});
-    return found;
-}
-
-std::vector<Difference> differences(const std::vector<SnapshotValue>& left,
-                                    const std::vector<Reading>& right)
-{
-    std::vector<Difference> found;
-    for (std::size_t i = 0; i < left.size(); ++i)
-        if (right[i].value && differs(left[i].value, right[i].value, left[i].point.device.type))
-            found.push_back({left[i].point, left[i].value, right[i].value});
-    return found;
-}
-
-std::vector<SnapshotValue> valuesToWrite(const std::vector<SnapshotValue>& values,
-                                         const std::vector<Reading>& current)
-{
-    std::vector<bool> isWritten(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i)
-        isWritten[i] = differs(values[i].value, current[i].value, values[i].point.device.type);
-    const auto shareDevice = [&](std::size_t i, std::size_t j) {
-        const Extent a = extentOf(values[i].point.device);
-        const Extent b = extentOf(values[j].point.device);
-        const bool isCut = a.area && (a.end - 1) / a.deviceBytes != b.begin / b.deviceBytes;
-        return a.group() == b.group() && !isCut;
-    };
-    for (std::size_t i = 1; i < values.size(); ++i)
-        if (isWritten[i - 1] && shareDevice(i - 1, i))
-            isWritten[i] = true;
-    for (std::size_t i = values.size(); i-- > 1;)
-        if (isWritten[i] && shareDevice(i - 1, i))
-            isWritten[i - 1] = true;
-    std::vector<SnapshotValue> written;
-    for (std::size_t i = 0; i < values.size(); ++i)
-        if (isWritten[i])
-            written.push_back(values[i]);
-    return written;
 }
 
 std::vector<TypedDevice> devicesOf(const std::vector<SnapshotValue>& values)
@@ -607,53 +528,6 @@ std::vector<TypedDevice> devicesOf(const std::vector<SnapshotValue>& values)
     for (const SnapshotValue& value : values)
         devices.push_back(value.point.device);
     return devices;
-}
-
-bool readBlocks(Session& session, const std::vector<TypedDevice>& devices,
-                const BlockHandler& handler)
-{
-    for (ReadRequest request : planReads(devices, session.driver().blocks())) {
-        std::vector<std::size_t> indices;
-        std::vector<TypedDevice> block;
-        for (Part& part : request.parts) {
-            indices.push_back(part.index);
-            block.push_back(devices[part.index]);
-            part.index = block.size() - 1;
-        }
-        const std::vector<Reading> readings = session.read({request}, block);
-        if (session.isStopped && session.isStopped())
-            return false;
-        handler(indices, readings);
-    }
-    return true;
-}
-
-void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,
-                   const std::function<void(std::size_t written)>& onProgress)
-{
-    const std::vector<TypedDevice> devices = devicesOf(values);
-    std::vector<Value> contents;
-    for (const SnapshotValue& value : values)
-        contents.push_back(value.value);
-    const auto plan = planWrites(devices, contents, session.driver().blocks());
-    std::size_t requests = 0, written = 0;
-    const auto before = session.onRequest;
-    session.onRequest = [&](const RequestRecord& record) {
-        if (!record.failure) {
-            written += plan[requests++].indices.size();
-            onProgress(written);
-        }
-        if (before)
-            before(record);
-    };
-    try {
-        session.write(devices, contents);
-        session.onRequest = before;
-    } catch (const Failure& failure) {
-        session.onRequest = before;
-        throw failure.with(" (" + std::to_string(written) + " of " + std::to_string(values.size()) +
-                           " values were written before)");
-    }
 }
 
 } // namespace bench

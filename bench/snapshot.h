@@ -26,11 +26,10 @@
 #ifndef BENCH_SNAPSHOT_H
 #define BENCH_SNAPSHOT_H
 
+#include "bench/driver.h"
+#include "bench/plan.h"
 #include "bench/points.h"
-#include "bench/session.h"
 
-#include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,6 +52,7 @@ struct SnapshotValue {
 struct Snapshot {
     SnapshotHeader header;
     std::vector<SnapshotValue> values; ///< in the order of the format
+    std::vector<std::string> unread;   ///< what comments name as not read, such as "DM40..DM99"
 };
 
 /// The points in the order of the format, each device once. A device in its natural type gives way
@@ -72,8 +72,8 @@ std::string snapshotLines(const std::vector<Point>& points, const std::vector<Re
 Snapshot parseSnapshot(const std::string& content, const Devices& devices);
 
 /// The snapshot in a file. Throws a Failure: CannotOpen when it can't be read, WrongUsage with file
-/// and line when it is wrong.
-Snapshot loadSnapshot(const std::string& path, const Devices& devices);
+/// and line when it is wrong, and when it was read by another driver or has no values.
+Snapshot loadSnapshot(const std::string& path, const Driver& driver);
 
 /// The device with its type, as it stands in a snapshot; the same for the same values anywhere.
 std::string snapshotName(const TypedDevice& device);
@@ -81,52 +81,8 @@ std::string snapshotName(const TypedDevice& device);
 /// A value as it stands in a snapshot.
 std::string snapshotText(const Value& value, const Type& type);
 
-/// Whether two values of a type have the same bits: -0 and 0 differ, and the same NaN is the same.
-bool isSame(const Value& a, const Value& b, const Type& type);
-
-/// A device and what the two sides have of it; one of them may have nothing.
-struct Difference {
-    Point point;
-    std::optional<Value> left;
-    std::optional<Value> right;
-};
-
-/// What differs between two snapshots: all of the left in its order, then what only the right has.
-std::vector<Difference> differences(const std::vector<SnapshotValue>& left,
-                                    const std::vector<SnapshotValue>& right);
-
-/// What differs between a snapshot (left) and the readings of its devices (right), which are
-/// parallel to it. What could not be read is left out.
-std::vector<Difference> differences(const std::vector<SnapshotValue>& left,
-                                    const std::vector<Reading>& right);
-
-/// The values that must be written so that the controller holds the snapshot: those that differ,
-/// and beside them bytes and strings that share a device with one of these. A run of a driver
-/// without areas is written whole.
-///
-/// current  parallel to values; those without a value count as different
-std::vector<SnapshotValue> valuesToWrite(const std::vector<SnapshotValue>& values,
-                                         const std::vector<Reading>& current);
-
 /// The devices of values, in the same order.
 std::vector<TypedDevice> devicesOf(const std::vector<SnapshotValue>& values);
-
-/// Told what came of one request: places in the list of devices, and the readings parallel to them.
-using BlockHandler =
-    std::function<void(const std::vector<std::size_t>& indices, const std::vector<Reading>&)>;
-
-/// Reads devices request by request, in blocks of the driver's size, until all are read or the
-/// session is stopped. A request that the stop has cut short is not told of. Returns whether all
-/// were read.
-bool readBlocks(Session& session, const std::vector<TypedDevice>& devices,
-                const BlockHandler& handler);
-
-/// Writes the values in the order of the format. Throws the first Failure, which says how many were
-/// written before it.
-///
-/// onProgress  told how many are written
-void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,
-                   const std::function<void(std::size_t written)>& onProgress);
 
 } // namespace bench
 

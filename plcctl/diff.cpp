@@ -5,7 +5,7 @@
 #include "readcurrent.h"
 #include "report.h"
 
-#include "bench/snapshot.h"
+#include "bench/comparison.h"
 
 #include <CLI/CLI.hpp>
 
@@ -30,7 +30,14 @@ std::string textOf(const std::optional<bench::Value>& value, const bench::Type& 
 
 bool isTag(const bench::Difference& difference)
 {
-    return difference.point.name != difference.point.device.name;
+    return bench::isTag(difference.point);
+}
+
+bench::Snapshot load(const std::string& file, const bench::Driver& driver)
+{
+    bench::Snapshot snapshot = bench::loadSnapshot(file, driver);
+    tellUnread(snapshot, file);
+    return snapshot;
 }
 
 void printAsJson(const std::vector<bench::Difference>& differences)
@@ -79,12 +86,11 @@ int diff(const DiffOptions& options)
         throw bench::wrongUsage("diff compares two files, or a file with the controller",
                                 "Leave --port out, or one of the files.");
     Bench bench(options.bench);
-    const bench::Devices& devices = bench.driver().devices();
-    const bench::Snapshot left = bench::loadSnapshot(options.files[0], devices);
+    const bench::Snapshot left = load(options.files[0], bench.driver());
     std::vector<bench::Difference> found;
     int status = Success;
     if (hasTwoFiles) {
-        const bench::Snapshot right = bench::loadSnapshot(options.files[1], devices);
+        const bench::Snapshot right = load(options.files[1], bench.driver());
         found = bench::differences(left.values, right.values);
     } else {
         const Current current = readCurrent(bench, left.values);

@@ -3,6 +3,8 @@
 #include "progress.h"
 #include "report.h"
 
+#include "bench/transfer.h"
+
 namespace plcctl
 {
 
@@ -29,19 +31,17 @@ int reportFailures(const std::vector<bench::SnapshotValue>& values,
 
 Current readCurrent(Bench& bench, const std::vector<bench::SnapshotValue>& values)
 {
-    std::vector<bench::Reading> current(values.size());
     Progress progress(values.size());
-    std::size_t done = 0;
-    const auto take = [&](const auto& indices, const auto& readings) {
-        for (std::size_t i = 0; i < indices.size(); ++i)
-            current[indices[i]] = readings[i];
-        done += indices.size();
-        progress.show(done);
-    };
-    if (!bench::readBlocks(bench.session(), devicesOf(values), take))
-        throw bench::Failure(bench::FailureKind::NoReply, "stopped");
+    const auto readings =
+        bench::readCurrent(bench.session(), values, [&](std::size_t read) { progress.show(read); });
     progress.clear();
-    return {current, reportFailures(values, current)};
+    return {readings, reportFailures(values, readings)};
+}
+
+void tellUnread(const bench::Snapshot& snapshot, const std::string& file)
+{
+    for (const std::string& devices : snapshot.unread)
+        note(file + " has no value of " + devices + ": it was not read for the dump");
 }
 
 } // namespace plcctl

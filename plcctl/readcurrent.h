@@ -6,6 +6,7 @@
 
 #include "bench/snapshot.h"
 
+#include <string>
 #include <vector>
 
 namespace plcctl
@@ -19,6 +20,9 @@ struct Current {
 /// Reads with a progress bar, and reports failures, once for neighbours that fail alike. Throws a
 /// Failure when a signal stops it.
 Current readCurrent(Bench& bench, const std::vector<bench::SnapshotValue>& values);
+
+/// Names the devices that the dump could not read.
+void tellUnread(const bench::Snapshot& snapshot, const std::string& file);
 
 } // namespace plcctl
 

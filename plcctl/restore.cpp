@@ -6,13 +6,13 @@
 #include "readcurrent.h"
 #include "report.h"
 
-#include "bench/snapshot.h"
+#include "bench/comparison.h"
+#include "bench/transfer.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cstdio>
-#include <map>
 #include <poll.h>
 #include <unistd.h>
 
@@ -22,12 +22,8 @@ namespace plcctl
 namespace
 {
 
-using bench::Failure;
 using bench::FailureKind;
-using bench::SnapshotValue;
-using Values = std::vector<SnapshotValue>;
-
-constexpr std::size_t MaxDifferencesTold = 5;
+using Values = std::vector<bench::SnapshotValue>;
 
 struct RestoreOptions {
     BenchOptions bench;
@@ -37,64 +33,31 @@ struct RestoreOptions {
     bool yes = false;
 };
 
-/// Leaves out what the driver can't write, with a note for each area and type.
-Values writableOf(const Values& values)
+/// The values of the file that can be written. What is left out is told.
+Values loadValues(const Bench& bench, const std::string& file)
 {
-    Values writable;
-    std::map<std::string, std::size_t> skipped;
-    for (const SnapshotValue& value : values) {
-        const bench::TypedDevice& device = value.point.device;
-        if (bench::isServed(device, bench::Direction::Write))
-            writable.push_back(value);
-        else
-            ++skipped[device.place.area->letters + " as " + bench::nameOf(device.type)];
-    }
-    for (const auto& [what, count] : skipped)
-        note(counted(count, "value") + " skipped: the driver cannot write " + what);
-    return writable;
-}
-
-/// "DM100:uint", or "boiler.temp (DM100:int)".
-std::string nameOf(const bench::Point& point)
-{
-    const std::string device = bench::snapshotName(point.device);
-    return point.name == point.device.name ? device : point.name + " (" + device + ")";
+    bench::Snapshot snapshot = bench::loadSnapshot(file, bench.driver());
+    tellUnread(snapshot, file);
+    for (const bench::SkippedValues& skipped : bench::takeUnwritable(snapshot.values))
+        note(counted(skipped.count, "value") + " skipped: the driver cannot write " + skipped.what);
+    if (snapshot.values.empty())
+        throw bench::wrongUsage("nothing in " + file + " can be written");
+    return snapshot.values;
 }
 
 void printChanges(const std::vector<bench::Difference>& changes)
 {
     std::size_t width = 0;
     for (const bench::Difference& change : changes)
-        width = std::max(width, nameOf(change.point).size());
+        width = std::max(width, bench::nameInSnapshot(change.point).size());
     for (const bench::Difference& change : changes) {
         const bench::Type& type = change.point.device.type;
-        std::printf("%-*s  %s -> %s\n", int(width), nameOf(change.point).c_str(),
+        std::printf("%-*s  %s -> %s\n", int(width), bench::nameInSnapshot(change.point).c_str(),
                     bench::snapshotText(*change.right, type).c_str(),
                     bench::snapshotText(*change.left, type).c_str());
     }
-}
-
-/// Throws a Failure (Different) that names the first devices that differ.
-void verify(Bench& bench, const Values& written)
-{
-    const Current current = readCurrent(bench, written);
-    for (const bench::Reading& reading : current.readings)
-        if (reading.failure)
-            throw reading.failure->with(" (while the values were read back)");
-    const auto wrong = bench::differences(written, current.readings);
-    if (wrong.empty())
-        return;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(wrong.size(), MaxDifferencesTold); ++i) {
-        const bench::Type& type = wrong[i].point.device.type;
-        text += (i == 0 ? "" : "; ") + nameOf(wrong[i].point) + ": wrote " +
-                bench::snapshotText(*wrong[i].left, type) + ", read back " +
-                bench::snapshotText(*wrong[i].right, type);
-    }
-    if (wrong.size() > MaxDifferencesTold)
-        text += "; and " + std::to_string(wrong.size() - MaxDifferencesTold) + " more";
-    throw Failure(FailureKind::Different, text,
-                  "The controller took the values and changed them, or its program did.");
+    if (changes.empty())
+        note("nothing would change");
 }
 
 bool canAsk()
@@ -116,16 +79,49 @@ bool askPerson(const Bench& bench, const std::string& question)
     return std::fgets(line, sizeof line, stdin) != nullptr && (line[0] == 'y' || line[0] == 'Y');
 }
 
-std::string placeOf(const RestoreOptions& options)
+/// Returns whether it was done: a person may have said no.
+bool writeAndReadBack(Bench& bench, const Values& values, const RestoreOptions& options)
 {
-    return options.bench.port.isSimulated() ? "the simulated controller" : options.bench.port.port;
+    const bool isSimulated = options.bench.port.isSimulated();
+    const std::string place = isSimulated ? "the simulated controller" : options.bench.port.port;
+    const std::string what = counted(values.size(), "value") + " to " + place;
+    if (!options.yes && !askPerson(bench, "write " + what + "?")) {
+        note("nothing was written");
+        return false;
+    }
+    {
+        Progress progress(values.size());
+        bench::writeSnapshot(bench.session(), values,
+                             [&](std::size_t written) { progress.show(written); });
+    }
+    bench::requireKept(values, readCurrent(bench, values).readings);
+    note(counted(values.size(), "value") + " written and read back" +
+         (isSimulated ? ", to a simulated controller that ends now" : ""));
+    return true;
 }
 
-void writeAll(Bench& bench, const Values& values)
+/// Writes what the controller holds otherwise.
+int restoreChanges(Bench& bench, const Values& values, const RestoreOptions& options)
 {
-    Progress progress(values.size());
-    bench::writeSnapshot(bench.session(), values,
-                         [&](std::size_t written) { progress.show(written); });
+    const Current current = readCurrent(bench, values);
+    if (options.dryRun) {
+        printChanges(bench::differences(values, current.readings));
+        return current.status;
+    }
+    if (current.status != Success) {
+        note("nothing was written");
+        return current.status;
+    }
+    const Values changed = bench::valuesToWrite(values, current.readings);
+    if (changed.empty()) {
+        note("nothing to write: the controller holds all " + counted(values.size(), "value"));
+        return Success;
+    }
+    if (!writeAndReadBack(bench, changed, options))
+        return bench::exitStatus(FailureKind::WrongUsage);
+    if (changed.size() < values.size())
+        note(std::to_string(values.size() - changed.size()) + " were the same already");
+    return Success;
 }
 
 int restore(const RestoreOptions& options)
@@ -135,35 +131,11 @@ int restore(const RestoreOptions& options)
                                 "Give --yes to write without a question, or --dry-run to see what "
                                 "would change.");
     Bench bench(options.bench);
-    const Values values =
-        writableOf(bench::loadSnapshot(options.file, bench.driver().devices()).values);
-    Values toWrite = values;
-    if (!options.all || options.dryRun) {
-        const Current current = readCurrent(bench, values);
-        if (options.dryRun) {
-            printChanges(bench::differences(values, current.readings));
-            return current.status;
-        }
-        if (current.status != Success) {
-            note("nothing was written");
-            return current.status;
-        }
-        toWrite = bench::valuesToWrite(values, current.readings);
-    }
-    if (toWrite.empty()) {
-        note("nothing to write: the controller holds all " + counted(values.size(), "value"));
-        return Success;
-    }
-    const std::string what = counted(toWrite.size(), "value") + " to " + placeOf(options);
-    if (!options.yes && !askPerson(bench, "write " + what + "?")) {
-        note("nothing was written");
-        return bench::exitStatus(FailureKind::WrongUsage);
-    }
-    writeAll(bench, toWrite);
-    verify(bench, toWrite);
-    note(counted(toWrite.size(), "value") + " written and read back, " +
-         std::to_string(values.size() - toWrite.size()) + " were the same already");
-    return Success;
+    const Values values = loadValues(bench, options.file);
+    if (!options.all || options.dryRun)
+        return restoreChanges(bench, values, options);
+    return writeAndReadBack(bench, values, options) ? Success
+                                                    : bench::exitStatus(FailureKind::WrongUsage);
 }
 
 } // namespace

@@ -70,6 +70,25 @@ TEST(ReadPlan, MergesAndCuts)
     }
 }
 
+TEST(ReadPlan, TakesSmallerStepsWhereItCan)
+{
+    const struct {
+        const char* devices;
+        const host::DriverDescription& areas;
+        const char* requests; ///< of 2 units at most, where blocks have 4 values or 8 bits
+    } rows[] = {
+        {"DM1..DM5", tests::areas(), "word DM1 2, word DM3 2, word DM5 1"},
+        {"DM1 DM2:string6 DM5", tests::areas(), "word DM1 1, word DM2 3, word DM5 1"},
+        {"D1:uint*3", tests::noAreas(), "word D1 3"},
+    };
+    for (const auto& row : rows) {
+        std::string requests;
+        for (const ReadRequest& request : planReads(listed(row.devices, row.areas), blocks, 2))
+            requests += (requests.empty() ? "" : ", ") + textOf(request.command);
+        EXPECT_EQ(requests, row.requests) << row.devices;
+    }
+}
+
 TEST(Plans, CutRunsWithoutAreasNowhere)
 {
     const auto devices = listed("X5:uint*3 X5:real X7:string6", tests::noAreas());

@@ -1,7 +1,7 @@
 // Snapshots as text: their lines and order, what comes back from them, and what is refused.
 #include "tests/bench/areas.h"
 
-#include "bench/snapshot.h"
+#include "bench/comparison.h"
 
 using namespace bench;
 
@@ -147,12 +147,18 @@ TEST(Snapshot, HasFailuresAsComments)
         const char* text;
         std::vector<std::size_t> failed;
         const char* lines;
+        const char* unread; ///< as read back
     } rows[] = {
         {"Neighbours",
          "DM6 1 2 3 4",
          {1, 2},
-         "DM6:uint          1\n# DM7:uint..DM8:uint not read: E1\\x0D\nDM9:uint          4\n"},
-        {"BytesOfALine", "DM8:byte 1 2 3 4", {1}, "# DM8:byte..DM9[1]:byte not read: E1\\x0D\n"},
+         "DM6:uint          1\n# DM7:uint..DM8:uint not read: E1\\x0D\nDM9:uint          4\n",
+         "DM7:uint..DM8:uint"},
+        {"BytesOfALine",
+         "DM8:byte 1 2 3 4",
+         {1},
+         "# DM8:byte..DM9[1]:byte not read: E1\\x0D\n",
+         "DM8:byte..DM9[1]:byte"},
     };
     for (const auto& row : rows) {
         const Snapshot snapshot = parsed(row.text);
@@ -160,6 +166,7 @@ TEST(Snapshot, HasFailuresAsComments)
         for (const std::size_t index : row.failed)
             readings[index] = {std::nullopt, Failure(FailureKind::ControllerRefused, "E1\r")};
         EXPECT_EQ(snapshotLines(pointsOf(snapshot), readings), row.lines) << row.name;
+        EXPECT_EQ(parsed(row.lines).unread, std::vector<std::string>{row.unread}) << row.name;
     }
 }
 

@@ -1,7 +1,9 @@
 // dump, restore and diff, against controllers in processes of their own.
 #include "program.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QThread>
@@ -9,6 +11,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <sys/stat.h>
 #include <thread>
 
 namespace
@@ -81,7 +84,8 @@ TEST(Snapshot, OfAControllerIsRestoredToIt)
          "  {\n    \"device\": \"MR502:bool\",\n    \"left\": 1,\n    \"right\": 0\n  }\n]\n",
          ""},
         {"Restored", "restore --yes", 0, "",
-         "2 values written and read back, 5 were the same already"},
+         "2 values written and read back\nplcctl: 5 were the same already\n"},
+        {"NothingToChange", "restore --dry-run", 0, "", "nothing would change"},
         {"Same", "diff", 0, "", ""},
         {"NothingLeft", "restore --yes", 0, "", "nothing to write"},
         {"All", "restore --yes --all", 0, "", "7 values written"},
@@ -92,6 +96,7 @@ TEST(Snapshot, OfAControllerIsRestoredToIt)
         EXPECT_EQ(run.status, row.status);
         EXPECT_EQ(run.out, row.out);
         EXPECT_NE(run.err.find(row.error), std::string::npos);
+        EXPECT_EQ(run.err.empty(), *row.error == '\0');
     }
     const Result files = plcctl("diff -f csv " + file + " " + folder.write("b.txt", "DM0 7 9\n"));
     EXPECT_EQ(files.status, 6);
@@ -116,27 +121,31 @@ TEST(Snapshot, KeepsTagsApartFromTheirScale)
 TEST(Dump, GoesOnAfterAFailure)
 {
     const Folder folder;
-    const Result run = plcctl("dump DM1020..DM2100 -o " + folder.path("a.txt") +
-                              " --timeout 50 --retry 0 --fault silent@RDS#1 --set DM2044=5");
+    const std::string file = folder.path("a.txt");
+    const Result run = plcctl("dump DM1020..DM1300 -o " + file +
+                              " --timeout 50 --retry 0 --fault silent@RDS#1 --set DM1276=5");
     EXPECT_EQ(run.status, 4) << run.err;
     const std::string text = folder.text("a.txt");
-    EXPECT_NE(text.find("\n# DM1020:uint..DM2043:uint not read: packet loss"), std::string::npos)
+    EXPECT_NE(text.find("\n# DM1020:uint..DM1275:uint not read: packet loss"), std::string::npos)
         << text;
-    EXPECT_NE(text.find("\nDM2044:uint       5     0     0     0\nDM2048"), std::string::npos);
+    EXPECT_NE(text.find("\nDM1276:uint       5     0     0     0\nDM1280"), std::string::npos);
+    EXPECT_NE(plcctl("diff " + file).err.find("no value of DM1020:uint..DM1275:uint"),
+              std::string::npos);
 }
 
 TEST(Dump, GoesOnWhereItWasStopped)
 {
     const Folder folder;
-    const std::string command = "dump DM1020..DM2100 -o " + folder.path("a.txt");
+    const std::string command = "dump DM1020..DM1300 -o " + folder.path("a.txt");
     {
-        // The driver reads a block of 1024 words by four commands.
-        SimulatedController hangs("--fault silent@RDS#5-5 --set DM1020=1");
+        SimulatedController hangs("--fault silent@RDS#2-2 --set DM1020=1");
         Background dump(command + " --timeout 60000 --retry 0 -p " + hangs.tcp());
         for (int i = 0; i < 1000 && folder.text("a.txt.part").find("DM1020:") == std::string::npos;
              ++i)
             QThread::msleep(20);
         EXPECT_EQ(dump.endWith(SIGINT), 128 + SIGINT);
+        EXPECT_NE(dump.nextLine(QProcess::StandardError).find("256 of 281 values"),
+                  std::string::npos);
         EXPECT_NE(dump.nextLine(QProcess::StandardError).find("--resume"), std::string::npos);
     }
     EXPECT_FALSE(folder.has("a.txt"));
@@ -145,16 +154,29 @@ TEST(Dump, GoesOnWhereItWasStopped)
     // Another controller: what was read before does not come from it, and a torn line does.
     QFile part(QString::fromStdString(folder.path("a.txt.part")));
     ASSERT_TRUE(part.open(QIODevice::Append));
-    part.write("DM2044:uint 4");
+    part.write("DM1276:uint 4");
     part.close();
-    const Result resumed = plcctl(command + " --resume --set DM1020=9 --set DM2044=5");
+    const Result resumed = plcctl(command + " --resume --set DM1020=9 --set DM1276=5");
     EXPECT_EQ(resumed.status, 0);
-    EXPECT_NE(resumed.err.find("1024 values of 1081 taken"), std::string::npos) << resumed.err;
+    EXPECT_NE(resumed.err.find("256 of 281 values taken"), std::string::npos) << resumed.err;
     EXPECT_NE(folder.text("a.txt").find("\nDM1020:uint       1     0     0     0\nDM1024"),
               std::string::npos);
-    EXPECT_NE(folder.text("a.txt").find("\nDM2040:uint       0     0     0     0     5     0"),
+    EXPECT_NE(folder.text("a.txt").find("\nDM1272:uint       0     0     0     0     5     0"),
               std::string::npos);
     EXPECT_FALSE(folder.has("a.txt.part"));
+}
+
+TEST(Dump, ReplacesNothingButFiles)
+{
+    const Folder folder;
+    ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    ASSERT_TRUE(QDir().mkdir(QString::fromStdString(folder.path("part.part"))));
+    for (const char* name : {"pipe", "part", "."}) {
+        const Result run = plcctl("dump DM0 --resume -o " + folder.path(name));
+        EXPECT_EQ(run.status, 3) << name;
+        EXPECT_NE(run.err.find("cannot write "), std::string::npos) << run.err;
+    }
+    EXPECT_FALSE(QFileInfo(QString::fromStdString(folder.path("pipe"))).isFile());
 }
 
 TEST(Restore, RefusesBeforeAnythingIsSent)
@@ -167,6 +189,9 @@ TEST(Restore, RefusesBeforeAnythingIsSent)
         {"DM0 1\nHR5 1\n", "a.txt, line 2: there is no area 'HR'"},
         {"DM0 x\n", "a.txt, line 1: 'x' is not a number"},
         {"DM0:byte 1\n", "the rest of DM0 would be cleared"},
+        {"# driver: Modbus RTU\nC0:bool 1 0 1 1\n", "a dump of the driver Modbus RTU"},
+        {"# DM0:uint..DM9:uint not read: no reply\n", "there are no values"},
+        {"CTC0 1\n", "nothing in "},
     };
     for (const auto& row : rows) {
         const std::string file = folder.write("a.txt", row.text);

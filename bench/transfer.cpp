@@ -1,0 +1,98 @@
+#include "bench/transfer.h"
+
+#include <map>
+
+namespace bench
+{
+
+namespace
+{
+
+// A driver takes more in one request, but tells nothing before its end: at 9600 baud that is some
+// 1.5 s for 256 words. So much a stop loses, and so often a progress bar moves.
+constexpr int MostUnitsPerRead = 256;
+
+} // namespace
+
+bool readBlocks(Session& session, const std::vector<TypedDevice>& devices,
+                const BlockHandler& handler)
+{
+    for (ReadRequest request : planReads(devices, session.driver().blocks(), MostUnitsPerRead)) {
+        std::vector<std::size_t> indices;
+        std::vector<TypedDevice> block;
+        for (Part& part : request.parts) {
+            indices.push_back(part.index);
+            block.push_back(devices[part.index]);
+            part.index = block.size() - 1;
+        }
+        const std::vector<Reading> readings = session.read({request}, block);
+        if (session.isStopped && session.isStopped())
+            return false;
+        handler(indices, readings);
+    }
+    return true;
+}
+
+std::vector<Reading> readCurrent(Session& session, const std::vector<SnapshotValue>& values,
+                                 const std::function<void(std::size_t read)>& onProgress)
+{
+    std::vector<Reading> current(values.size());
+    std::size_t done = 0;
+    const auto take = [&](const auto& indices, const auto& readings) {
+        for (std::size_t i = 0; i < indices.size(); ++i)
+            current[indices[i]] = readings[i];
+        done += indices.size();
+        onProgress(done);
+    };
+    if (!readBlocks(session, devicesOf(values), take))
+        throw Failure(FailureKind::NoReply, "stopped");
+    return current;
+}
+
+std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values)
+{
+    std::vector<SnapshotValue> writable;
+    std::map<std::string, std::size_t> counts;
+    for (SnapshotValue& value : values) {
+        const TypedDevice& device = value.point.device;
+        if (isServed(device, Direction::Write))
+            writable.push_back(std::move(value));
+        else
+            ++counts[device.place.area->letters + " as " + nameOf(device.type)];
+    }
+    values = std::move(writable);
+    std::vector<SkippedValues> skipped;
+    for (const auto& [what, count] : counts)
+        skipped.push_back({what, count});
+    return skipped;
+}
+
+void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,
+                   const std::function<void(std::size_t written)>& onProgress)
+{
+    const std::vector<TypedDevice> devices = devicesOf(values);
+    std::vector<Value> contents;
+    for (const SnapshotValue& value : values)
+        contents.push_back(value.value);
+    const auto plan = planWrites(devices, contents, session.driver().blocks());
+    std::size_t requests = 0, written = 0;
+    const auto before = session.onRequest;
+    session.onRequest = [&](const RequestRecord& record) {
+        if (!record.failure) {
+            written += plan[requests++].indices.size();
+            onProgress(written);
+        }
+        if (before)
+            before(record);
+    };
+    try {
+        session.write(devices, contents);
+        session.onRequest = before;
+    } catch (const Failure& failure) {
+        session.onRequest = before;
+        throw failure.with(" (" + std::to_string(written) + " of " + std::to_string(values.size()) +
+                           " values were written before)");
+    }
+}
+
+} // namespace bench

@@ -1,0 +1,49 @@
+// What a snapshot has, from a controller and to it, with news of how far it is.
+#ifndef BENCH_TRANSFER_H
+#define BENCH_TRANSFER_H
+
+#include "bench/session.h"
+#include "bench/snapshot.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bench
+{
+
+/// Told what came of one request: places in the list of devices, and the readings parallel to them.
+using BlockHandler =
+    std::function<void(const std::vector<std::size_t>& indices, const std::vector<Reading>&)>;
+
+/// Reads devices request by request until all are read or the session is stopped. A request that
+/// the stop has cut short is not told of. Returns whether all were read.
+bool readBlocks(Session& session, const std::vector<TypedDevice>& devices,
+                const BlockHandler& handler);
+
+/// What the controller holds now of the devices in a snapshot, parallel to its values. Throws a
+/// Failure (NoReply) when the session is stopped.
+///
+/// onProgress  told how many are read
+std::vector<Reading> readCurrent(Session& session, const std::vector<SnapshotValue>& values,
+                                 const std::function<void(std::size_t read)>& onProgress);
+
+/// Values that a driver can't write, and how many of them there are.
+struct SkippedValues {
+    std::string what; ///< such as "CTC as udint"
+    std::size_t count;
+};
+
+/// Takes out what the driver can't write. Returns what that was.
+std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values);
+
+/// Writes the values in the order of the format. Throws the first Failure, which says how many were
+/// written before it.
+///
+/// onProgress  told how many are written
+void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,
+                   const std::function<void(std::size_t written)>& onProgress);
+
+} // namespace bench
+
+#endif
