@@ -9,7 +9,7 @@ namespace
 {
 
 // A driver takes more in one request, but tells nothing before its end: at 9600 baud that is some
-// 1.5 s for 256 words. So much a stop loses, and so often a progress bar moves.
+// 1.8 s for 256 words. A stop loses that much, and a progress bar moves that often.
 constexpr int MostUnitsPerRead = 256;
 
 } // namespace

@@ -92,7 +92,7 @@ int run(int argc, char** argv)
         report(failure);
         return bench::exitStatus(failure.kind());
     } catch (const std::exception& error) {
-        // Such as a file system or a memory that gives out: no cause that a status speaks of.
+        // Such as memory that runs out. No status is meant for that.
         report(bench::Failure(bench::FailureKind::CannotOpen, error.what()));
         return bench::exitStatus(bench::FailureKind::CannotOpen);
     }

@@ -155,7 +155,7 @@ void addRestoreCommand(CLI::App& app, int& status)
     addBenchOptions(*command, options->bench);
     command->footer(
         R"(Only values that differ are written, after a question. Then they are read back;
-the exit status is 6 when one differs.
+the exit status is 6 when one differs. The dump of another driver is refused.
 
 Examples:
   plcctl restore line3.txt --dry-run -p /dev/ttyUSB0
