@@ -216,9 +216,12 @@ bool isServed(const TypedDevice& device, Direction direction)
     return !device.isDescribed() || isServed(*device.place.area, device.type, direction);
 }
 
-Failure notServed(const TypedDevice& device, Direction direction)
+namespace
 {
-    const std::string verb = direction == Direction::Read ? "read" : "written";
+
+/// verb  what can't be done, such as "read"
+Failure notServed(const TypedDevice& device, Direction direction, const std::string& verb)
+{
     if (!device.isDescribed())
         return wrongUsage(device.name + " can't be " + verb + " as " + nameOf(device.type),
                           "The driver does not serve this type. Try another one.");
@@ -233,6 +236,19 @@ Failure notServed(const TypedDevice& device, Direction direction)
     return wrongUsage(name + " can't be " + verb + " as " + nameOf(device.type) + "; it holds " +
                           content(area),
                       advice + (area.note.empty() ? "" : " " + area.note));
+}
+
+} // namespace
+
+Failure notServed(const TypedDevice& device, Direction direction)
+{
+    return notServed(device, direction, direction == Direction::Read ? "read" : "written");
+}
+
+Failure notServed(const TypedDevice& device)
+{
+    const bool isRead = device.isDescribed() && !device.place.area->read.empty();
+    return notServed(device, isRead ? Direction::Read : Direction::Write, "used");
 }
 
 Failure unknownArea(const std::string& letters, const DriverDescription& description)
@@ -260,6 +276,11 @@ Devices::Devices(const DriverDescription& description)
             throw Failure(FailureKind::CannotOpen, "the driver's description of " + area.letters +
                                                        " has the unknown type '" + area.type + "'");
     }
+}
+
+bool Devices::isRange(const std::string& text)
+{
+    return text.find(RangeMark) != std::string::npos;
 }
 
 /// The last colon is followed by a type, unless it ends a station.
@@ -337,7 +358,7 @@ TypedDevice Devices::deviceFrom(const Text& text, std::optional<Type> defaultTyp
     device.type = type.value_or(naturalType(*device.place.area));
     device.name = deviceText(device.place, device.place.digits);
     if (!isServed(device, Direction::Read) && !isServed(device, Direction::Write))
-        throw notServed(device, Direction::Read);
+        throw notServed(device);
     return device;
 }
 
@@ -345,7 +366,7 @@ TypedDevice Devices::parse(const std::string& text, std::optional<Type> defaultT
 {
     const Text parts = split(text);
     if (!parts.last.empty())
-        throw wrongUsage("'" + text + "' is a range, and one device is wanted");
+        throw wrongUsage("'" + text + "' is a range, and this takes one device");
     return run(deviceFrom(parts, defaultType), 1).front();
 }
 

@@ -73,6 +73,9 @@ bool isServed(const TypedDevice& device, Direction direction);
 /// That it does not, and what to type instead, as far as the areas tell.
 Failure notServed(const TypedDevice& device, Direction direction);
 
+/// The same of a device that is served in its type in neither direction.
+Failure notServed(const TypedDevice& device);
+
 /// That an area has no such letters, and which areas there are, those nearest to them first.
 Failure unknownArea(const std::string& letters, const host::DriverDescription& description);
 
@@ -86,13 +89,16 @@ public:
 
     const host::DriverDescription& description() const { return m_description; }
 
+    /// Whether a text is written as a range, as in DM0..DM99.
+    static bool isRange(const std::string& text);
+
     /// A device with its type: the one after its last colon, else the default, else the natural
     /// one of its area. Throws a Failure (WrongUsage) for what is no device, does not exist, or can
     /// be neither read nor written in that type.
     TypedDevice parse(const std::string& text, std::optional<Type> defaultType = {}) const;
 
     /// The same for `count` values from a device on, or for a range such as DM0..DM99 or
-    /// DM0..DM99:dint, which wants a count of 1 and no device left over.
+    /// DM0..DM99:dint, which needs a count of 1 and no device left over.
     std::vector<TypedDevice> parseRun(const std::string& text, int count = 1,
                                       std::optional<Type> defaultType = {}) const;
 

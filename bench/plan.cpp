@@ -215,8 +215,9 @@ void refuseTwice(Spans written, const std::vector<TypedDevice>& devices)
         const Span& last = written.spans[i - 1];
         const Span& next = written.spans[i];
         if (last.group == next.group && next.begin < last.end)
-            throw wrongUsage(devices[next.index].name + " would be written twice",
-                             "Each device may be written once in one command.");
+            throw WrittenTwice(wrongUsage(devices[next.index].name + " would be written twice",
+                                          "Each device may be written once in one command."),
+                               std::min(last.index, next.index), std::max(last.index, next.index));
     }
 }
 

@@ -47,6 +47,19 @@ struct Reading {
     std::optional<Failure> failure;
 };
 
+/// Two devices of a list of writes that share bytes.
+struct WrittenTwice : Failure {
+    WrittenTwice(const Failure& failure, std::size_t firstPlace, std::size_t secondPlace)
+        : Failure(failure)
+        , first(firstPlace)
+        , second(secondPlace)
+    {
+    }
+
+    std::size_t first; ///< their places in the list, the lower one first
+    std::size_t second;
+};
+
 /// The fewest requests that read all devices, in any mix and order; a device that stands there
 /// twice is read once. Only devices that were asked for are read. Areas come in the order in which
 /// they were first named. No value is torn: each is read whole in one request.
@@ -81,7 +94,8 @@ void takeFailure(const ReadRequest& request, const Failure& failure,
 ///
 /// values  parallel to devices, each of its device's type
 /// Throws a Failure (WrongUsage) before anything could be sent: for a device that can't be written
-/// in its type, for devices written twice, and where the rest of a device would be cleared.
+/// in its type, for devices written twice (WrittenTwice), and where the rest of a device would be
+/// cleared.
 std::vector<WriteRequest> planWrites(const std::vector<TypedDevice>& devices,
                                      const std::vector<Value>& values, const BlockSizes& blocks);
 

@@ -72,10 +72,21 @@ Value unscaled(const Point& point, double number, const std::string& text)
                      " with a factor of " + shortText(point.scale.factor, NumberDigits));
 }
 
+const Point* tagNamed(const std::string& name, const std::vector<Point>& tags)
+{
+    const auto tag = std::find_if(tags.begin(), tags.end(),
+                                  [&](const Point& point) { return point.name == name; });
+    return tag == tags.end() ? nullptr : &*tag;
+}
+
 /// A wrong text for a device, when there are tags too: it may have been meant as either.
 Failure neitherTagNorDevice(const std::string& text, const std::vector<Point>& tags,
                             const Failure& asDevice)
 {
+    const std::string withoutType = text.substr(0, text.rfind(':'));
+    if (tagNamed(withoutType, tags) != nullptr)
+        return wrongUsage("'" + withoutType + "' is a tag and has a type of its own",
+                          "Type " + withoutType + ".");
     std::vector<std::string> names;
     for (const Point& tag : tags)
         names.push_back(tag.name);
@@ -138,6 +149,12 @@ std::string textOf(const Point& point, const Value& value, Notation notation)
     return point.decimals ? fixedText(*number, *point.decimals) : shortText(*number, RealDigits);
 }
 
+std::string unitOf(const Point& point, Notation notation)
+{
+    const bool isRaw = notation == Notation::Hexadecimal && isWhole(point.device.type);
+    return isRaw && !point.scale.isPlain() ? std::string() : point.unit;
+}
+
 nlohmann::json jsonOf(const Point& point, const Value& value, Notation notation)
 {
     const std::string text = textOf(point, value, notation);
@@ -167,6 +184,15 @@ Value valueToWrite(const Point& point, const std::string& text)
     return value;
 }
 
+bool isRounded(const Point& point, const std::string& text, const Value& value)
+{
+    if (point.scale.isPlain())
+        return false;
+    const double typed = parseNumber(text);
+    const double written = *scaledNumber(point, value);
+    return std::fabs(typed - written) > toleranceOf(point, written);
+}
+
 bool matches(const std::string& pattern, const std::string& name)
 {
     // Where to go on when the rest does not match: the last star takes one character more.
@@ -189,28 +215,38 @@ bool matches(const std::string& pattern, const std::string& name)
     return pattern.find_first_not_of('*', p) == std::string::npos;
 }
 
-std::vector<Point> resolve(const std::string& text, const std::vector<Point>& tags,
-                           const Devices& devices, int count, std::optional<Type> defaultType)
+std::vector<Point> resolve(const std::string& text, const Names& names, int count)
 {
     if (text.find_first_of(Wildcards) != std::string::npos)
-        return matching(text, tags);
-    const auto tag = std::find_if(tags.begin(), tags.end(),
-                                  [&](const Point& point) { return point.name == text; });
-    if (tag != tags.end()) {
+        return matching(text, names.tags);
+    if (const Point* const tag = tagNamed(text, names.tags)) {
         if (count != 1)
             throw wrongUsage("'" + text + "' is a tag and takes no count");
         return {*tag};
     }
     try {
         std::vector<Point> points;
-        for (const TypedDevice& device : devices.parseRun(text, count, defaultType))
+        for (const TypedDevice& device : names.devices.parseRun(text, count, names.defaultType))
             points.push_back(pointOf(device));
         return points;
     } catch (const Failure& failure) {
-        if (tags.empty())
+        if (names.tags.empty())
             throw;
-        throw neitherTagNorDevice(text, tags, failure);
+        throw neitherTagNorDevice(text, names.tags, failure);
     }
+}
+
+std::vector<Point> resolveToWrite(const std::string& text, std::size_t valueCount,
+                                  const Names& names)
+{
+    const bool isOneDevice = text.find_first_of(Wildcards) == std::string::npos &&
+                             !Devices::isRange(text) && tagNamed(text, names.tags) == nullptr;
+    const auto points = resolve(text, names, isOneDevice ? static_cast<int>(valueCount) : 1);
+    if (points.size() == valueCount)
+        return points;
+    throw wrongUsage(text + " takes " + std::to_string(points.size()) +
+                     (points.size() == 1 ? " value" : " values") + ", and " +
+                     std::to_string(valueCount) + (valueCount == 1 ? " was" : " were") + " given");
 }
 
 } // namespace bench

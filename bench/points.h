@@ -50,7 +50,10 @@ std::optional<double> scaledNumber(const Point& point, const Value& value);
 /// holds, without the scale.
 std::string textOf(const Point& point, const Value& value, Notation notation = Notation::Natural);
 
-/// The same for JSON; what is a number in the text is a number here.
+/// The unit that belongs to such a text; empty where it shows a number without its scale.
+std::string unitOf(const Point& point, Notation notation);
+
+/// The same as textOf() for JSON; what is a number in the text is a number here.
 nlohmann::json jsonOf(const Point& point, const Value& value,
                       Notation notation = Notation::Natural);
 
@@ -59,18 +62,29 @@ nlohmann::json jsonOf(const Point& point, const Value& value,
 /// it is rounded to is outside the limits.
 Value valueToWrite(const Point& point, const std::string& text);
 
+/// Whether such a value stands for another number than the text, because of the scale's steps.
+bool isRounded(const Point& point, const std::string& text, const Value& value);
+
 /// Whether a name matches a pattern, in which * stands for any characters and ? for any one.
 bool matches(const std::string& pattern, const std::string& name);
 
+/// What texts can name.
+struct Names {
+    const std::vector<Point>& tags; ///< may be empty
+    const Devices& devices;
+    std::optional<Type> defaultType = {}; ///< of devices without a type; tags have their own
+};
+
 /// What a person names: a tag, a pattern of tags, a device, a range of devices, or `count` values
 /// from a device on.
-///
-/// tags         may be empty
-/// defaultType  of devices without a type; tags have their own
 /// Throws a Failure (WrongUsage) that names the tags nearest to what was typed.
-std::vector<Point> resolve(const std::string& text, const std::vector<Point>& tags,
-                           const Devices& devices, int count = 1,
-                           std::optional<Type> defaultType = {});
+std::vector<Point> resolve(const std::string& text, const Names& names, int count = 1);
+
+/// The points that so many values go to, 1 or more: those of a tag, a pattern or a range, or as
+/// many as there are values from a device on. Throws a Failure (WrongUsage), also when a text names
+/// more or fewer points.
+std::vector<Point> resolveToWrite(const std::string& text, std::size_t valueCount,
+                                  const Names& names);
 
 } // namespace bench
 

@@ -100,7 +100,7 @@ void Session::write(const std::vector<TypedDevice>& devices, const std::vector<V
             return m_driver.object().write(&port, request.command, request.data);
         });
         if (failure)
-            throw WriteFailure(*failure, request.indices.front());
+            throw WriteFailure(*failure, request.indices.front(), request.indices.size());
     }
 }
 

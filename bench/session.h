@@ -16,15 +16,18 @@ class AbstractDeviceInterface;
 namespace bench
 {
 
-/// A request to write that failed; what comes before it in the list is written.
+/// A request to write that failed. What comes before it in the list is written; a driver that cuts
+/// requests into commands may have written some of the request, too.
 struct WriteFailure : Failure {
-    WriteFailure(const Failure& failure, std::size_t place)
+    WriteFailure(const Failure& failure, std::size_t place, std::size_t devices)
         : Failure(failure)
         , index(place)
+        , count(devices)
     {
     }
 
     std::size_t index; ///< the place of the request's first device in the list
+    std::size_t count; ///< devices of the request; those before the one that failed may be written
 };
 
 /// What a port says of its last failure.

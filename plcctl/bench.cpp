@@ -84,15 +84,21 @@ Bench::~Bench()
 
 std::vector<bench::Point> Bench::points(const std::vector<std::string>& texts, int count) const
 {
-    std::optional<bench::Type> type;
-    if (!m_options.type.empty())
-        type = bench::typeNamed(m_options.type);
+    const bench::Names known = names();
     std::vector<bench::Point> points;
     for (const std::string& text : texts) {
-        const auto found = bench::resolve(text, m_tags, m_driver.devices(), count, type);
+        const auto found = bench::resolve(text, known, count);
         points.insert(points.end(), found.begin(), found.end());
     }
     return points;
+}
+
+bench::Names Bench::names() const
+{
+    bench::Names names{m_tags, m_driver.devices()};
+    if (!m_options.type.empty())
+        names.defaultType = bench::typeNamed(m_options.type);
+    return names;
 }
 
 bench::Session& Bench::session()
@@ -102,14 +108,21 @@ bench::Session& Bench::session()
     m_port = std::make_unique<bench::OpenPort>(m_options.port, m_driver);
     m_stop.interrupts(m_port.get());
     if (m_options.port.port.empty())
-        note("using the built-in simulated controller (" + m_driver.description().protocol +
-             "); --port leads to a real one");
+        note("without --port: the built-in simulated controller (" +
+             m_driver.description().protocol + ") answers");
     if (!m_options.project.empty())
         tellDriverOfProject();
     m_session = std::make_unique<bench::Session>(m_driver, m_port->port(),
-                                                 [this] { return m_port->lastFailure(); });
+                                                 [this] { return portFailure(); });
     m_session->isStopped = [this] { return isStopped(); };
     return *m_session;
+}
+
+std::string Bench::portFailure()
+{
+    if (m_hearsLateReplies)
+        m_port->settle(); // at once unless replies are missing
+    return m_port->lastFailure();
 }
 
 void Bench::interrupt()

@@ -37,6 +37,13 @@ public:
     /// device on. Throws a Failure (WrongUsage); nothing was sent.
     std::vector<bench::Point> points(const std::vector<std::string>& texts, int count = 1) const;
 
+    /// What texts name: tags, devices, and the type that was chosen for those without one.
+    bench::Names names() const;
+
+    /// Lets a request that got no reply wait for late ones, so that its failure tells how late they
+    /// are. It takes the time that closing the port would take. To be called before session().
+    void hearLateReplies() { m_hearsLateReplies = true; }
+
     /// Opens the port at the first call. Says so when it is the simulated one that was not asked
     /// for. Throws a Failure as OpenPort does.
     bench::Session& session();
@@ -55,11 +62,13 @@ public:
 
 private:
     void tellDriverOfProject();
+    std::string portFailure();
 
     BenchOptions m_options;
     StopSignal m_stop;
     bench::Driver m_driver;
     std::vector<bench::Point> m_tags;
+    bool m_hearsLateReplies = false;
     std::unique_ptr<bench::OpenPort> m_port;
     std::unique_ptr<bench::Session> m_session;
 };

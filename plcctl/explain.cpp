@@ -1,9 +1,11 @@
 // plcctl explain: what a read or a write would put on a line, counted without one.
 #include "bench.h"
 #include "commands.h"
+#include "help.h"
 #include "report.h"
 
 #include "bench/explain.h"
+#include "bench/recipe.h"
 #include "bench/statistics.h"
 
 #include "drivers/driverinterface.h"
@@ -41,16 +43,15 @@ Requests explainRead(Bench& bench, const ExplainOptions& options)
 
 Requests explainWrite(Bench& bench, const ExplainOptions& options)
 {
-    const std::vector<std::string> texts(options.texts.begin() + 1, options.texts.end());
-    const int count = std::max(1, static_cast<int>(texts.size()));
-    const auto points = bench.points({options.texts.front()}, count);
-    if (options.count != 1 || points.size() != texts.size())
-        throw bench::wrongUsage("explain write wants a device and a value for each device",
+    const std::vector<std::string> values(options.texts.begin() + 1, options.texts.end());
+    if (values.empty())
+        throw bench::wrongUsage("explain write needs a device and its values",
                                 "Such as plcctl explain write DM0 1 2 3.");
-    std::vector<bench::Value> values;
-    for (std::size_t i = 0; i < points.size(); ++i)
-        values.push_back(bench::valueToWrite(points[i], texts[i]));
-    return bench::explainWrite(bench.driver(), devicesOf(points), values);
+    if (options.count != 1)
+        throw bench::wrongUsage("--count is for explain read",
+                                "As many devices are written as there are values.");
+    const bench::Recipe recipe = bench::recipeOf(options.texts.front(), values, bench.names());
+    return bench::explainWrite(bench.driver(), recipe.devices(), recipe.values());
 }
 
 double inMs(std::chrono::microseconds time)
@@ -217,7 +218,7 @@ void addExplainCommand(CLI::App& app, int& status)
     const auto options = std::make_shared<ExplainOptions>();
     command->add_option("ACTION", options->action, "read or write")
         ->required()
-        ->check(CLI::Validator(CLI::IsMember({ReadAction, WriteAction})).description(""))
+        ->check(oneOf({ReadAction, WriteAction}))
         ->type_name("");
     command
         ->add_option("DEVICE", options->texts,

@@ -130,7 +130,7 @@ std::vector<std::string> cellsOf(const PointValue& value, bench::Notation notati
 {
     const bench::Point& point = *value.point;
     return {point.name, point.device.name, bench::nameOf(point.device.type),
-            bench::textOf(point, value.value, notation), point.unit};
+            bench::textOf(point, value.value, notation), bench::unitOf(point, notation)};
 }
 
 Json jsonOf(const PointValue& value, bench::Notation notation)
@@ -140,15 +140,17 @@ Json jsonOf(const PointValue& value, bench::Notation notation)
                  {"device", point.device.name},
                  {"type", bench::nameOf(point.device.type)},
                  {"value", bench::jsonOf(point, value.value, notation)}};
-    if (!point.unit.empty())
-        json["unit"] = point.unit;
+    const std::string unit = bench::unitOf(point, notation);
+    if (!unit.empty())
+        json["unit"] = unit;
     return json;
 }
 
 std::string textWithUnit(const PointValue& value, bench::Notation notation)
 {
     const std::string text = bench::textOf(*value.point, value.value, notation);
-    return value.point->unit.empty() ? text : text + " " + value.point->unit;
+    const std::string unit = bench::unitOf(*value.point, notation);
+    return unit.empty() ? text : text + " " + unit;
 }
 
 void printValues(const std::vector<PointValue>& values, const Style& style)
@@ -159,7 +161,7 @@ void printValues(const std::vector<PointValue>& values, const Style& style)
         for (const PointValue& value : values)
             lines.push_back({value.point->name,
                              bench::textOf(*value.point, value.value, style.notation),
-                             value.point->unit});
+                             bench::unitOf(*value.point, style.notation)});
         return printAligned(lines, 1);
     }
     case Format::Csv:

@@ -35,6 +35,7 @@ int reportFailures(const std::vector<bench::Point>& points,
 int read(const ReadOptions& options)
 {
     Bench bench(options.bench);
+    bench.hearLateReplies();
     const std::vector<bench::Point> points = bench.points(options.devices, options.count);
     const std::vector<bench::TypedDevice> devices = devicesOf(points);
     const auto plan = bench::planReads(devices, bench.driver().blocks());

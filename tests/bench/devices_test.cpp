@@ -66,9 +66,9 @@ TEST(Devices, AreRefusedWithAdvice)
         {"CT5", 1, "there is no area 'CT'. There are T, CTC, DM, MR."},
         {"DM5:unit", 1, "there is no type 'unit'. Types are uint, "},
         {"DM5:", 1, "there is no type ''"},
-        {"MR500:uint", 1, "MR500 can't be read as uint; it holds a single bit. Type MR500:bool."},
+        {"MR500:uint", 1, "MR500 can't be used as uint; it holds a single bit. Type MR500:bool."},
         {"DM5:bool", 1,
-         "DM5 can't be read as bool; it holds 16 bits. Type DM5:uint, or another of int, udint, "
+         "DM5 can't be used as bool; it holds 16 bits. Type DM5:uint, or another of int, udint, "
          "dint, real."},
         {"MR516", 1,
          "there is no MR516. The last two digits of a number in MR are a bit, 00 to 15"},

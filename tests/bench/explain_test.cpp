@@ -105,7 +105,7 @@ TEST(Explain, CountsWhatTheDriverSends)
         Driver driver(row.driver);
         std::vector<TypedDevice> devices;
         std::vector<Value> values;
-        for (const Point& point : resolve(row.device, {}, driver.devices(), row.count, {})) {
+        for (const Point& point : resolve(row.device, {{}, driver.devices()}, row.count)) {
             if (!row.values.empty())
                 values.push_back(valueToWrite(point, row.values[values.size()]));
             devices.push_back(point.device);

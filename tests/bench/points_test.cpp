@@ -110,7 +110,7 @@ TEST(Points, AreReachedByNames)
         std::string outcome;
         outcome += tests::refusal([&] {
             const Devices devices(tests::areas());
-            for (const Point& found : resolve(row.text, tags, devices, row.count))
+            for (const Point& found : resolve(row.text, {tags, devices}, row.count))
                 outcome += found.name + " ";
         });
         EXPECT_EQ(outcome.substr(0, std::string(row.outcome).size()), row.outcome);

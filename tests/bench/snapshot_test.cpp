@@ -131,7 +131,7 @@ TEST(SnapshotPoints, HaveEachDeviceOnce)
             const Devices devices(tests::areas());
             std::vector<Point> points;
             for (const char* text : row.asked)
-                for (const Point& point : resolve(text, {}, devices))
+                for (const Point& point : resolve(text, {{}, devices}))
                     points.push_back(point);
             for (const Point& point : snapshotPoints(points))
                 outcome += snapshotName(point.device) + " ";

@@ -26,7 +26,7 @@ struct Row {
 };
 
 const std::string BuiltIn =
-    "plcctl: using the built-in simulated controller (kv1000); --port leads to a real one\n";
+    "plcctl: without --port: the built-in simulated controller (kv1000) answers\n";
 
 void expectOutcomes(const std::vector<Row>& rows)
 {
@@ -99,18 +99,22 @@ TEST(Outcome, OfFailures)
         {"Refused", "read DM7 --fault error=1@RDS --retry 0", 1, "",
          "DM7: Response During an Error:E1\\r\\n\n"},
         {"WriteRefused", "write DM99999 1", 1, "", "DM99999: Response During an Error:E0\\r\\n\n"},
-        {"LaterWriteRefused", "write DM0 -t int 5 6 --fault error=0@WRS", 1, "", "DM0: Response"},
+        {"LaterWriteRefused", "write DM0 -t int 5 6 --fault error=0@WRS", 1, "",
+         "DM0 and 1 more: Response"},
         {"TimeoutAndAdvice", "read DM7 MR0 --fault silent --timeout 100 --retry 0", 4, "",
          "plcctl: DM7 and 1 more: packet loss (0 of 4 bytes within 100 ms)\n"
          "        No complete reply came in time. Check cable, power and the line's\n"
          "        settings (speed, parity), or allow a longer time-out. See --line and\n"
          "        --timeout.\n"},
         {"NoSuchDriver", "read DM7 --driver /nowhere/libx.so", 3, "", "/nowhere/libx.so"},
+        {"LateRepliesAreMeasured", "read DM7 -o 100 --retry 0 --fault late=300ms@RDS", 4, "",
+         "a time-out of "},
         {"WatchThatFailsToTheEnd", "watch DM7 -n 2 -i 0 -o 20 --retry 0 --fault silent@RDS", 4, "",
          "packet loss"},
         {"NoSuchLine", "read DM7 -p /nowhere/tty", 3, "", "can't open /nowhere/tty"},
         {"AddressOfOthers", "simulate --tcp 192.0.2.1:0", 3, "", "192.0.2.1"},
         {"NoSuchFile", "write --from /nowhere/values", 3, "", "cannot read /nowhere/values"},
+        {"FolderAsAFile", "write --from /tmp", 3, "", "cannot read /tmp: "},
     });
 }
 
@@ -138,8 +142,10 @@ TEST(Outcome, OfMisuse)
         {"WordsToRelays", "write MR7 1 12 -p /nowhere/tty", 2, "", "'12' is not a bool"},
         {"HalfAWord", "write DM7:byte 1 -p /nowhere/tty", 2, "", "the rest of DM7 would be"},
         {"ToACounterComparator", "write CTC1 5 -p /nowhere/tty", 2, "", "The set value of CTC"},
-        {"TooFewValues", "write DM0..DM2 1 2 -p /nowhere/tty", 2, "", "needs no count"},
-        {"NothingToWrite", "write DM7 -p /nowhere/tty", 2, "", "a device and values, or --from"},
+        {"TooFewValues", "write DM0..DM2 1 2 -p /nowhere/tty", 2, "",
+         "DM0..DM2 takes 3 values, and 2 were given"},
+        {"NothingToWrite", "write DM7 -p /nowhere/tty", 2, "",
+         "needs a device and values, or --from"},
         {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: port \"nine\""},
         {"Ipv6WithoutBrackets", "simulate --tcp ::1:0", 2, "", "--tcp: port \"::1:0\""},
         {"UnknownProtocol", "simulate --protocol can", 2, "", "{kv1000,modbusrtu}"},
@@ -229,6 +235,12 @@ TEST(Tags, AreReadAndWrittenByTheirNames)
          ""},
         {"Scaled", Tags, "write boiler.setpoint 20.5 --tags FILE --trace", 0, "",
          R"("WRS DM00101 1 00041\r\n")"},
+        {"Rounded", Tags, "write boiler.setpoint 20.7 --tags FILE", 0, "",
+         "boiler.setpoint: 20.7 is rounded to 20.5\n"},
+        {"RawHasNoUnit", Tags, "read boiler.temp -x --tags FILE --set DM100=215", 0,
+         "boiler.temp  0x00D7\n", ""},
+        {"TypedTag", Tags, "read boiler.temp:int --tags FILE -p /nowhere/tty", 2, "",
+         "Type boiler.temp."},
         {"ReadOnly", Tags, "write boiler.temp 20 --tags FILE -p /nowhere/tty", 2, "",
          "boiler.temp is not writable"},
         {"AboveItsMaximum", Tags, "write boiler.setpoint 80.5 --tags FILE -p /nowhere/tty", 2, "",
@@ -253,7 +265,9 @@ TEST(WriteFrom, TakesAFileOfPairs)
          "FILE, line 3: '7' is not a bool"},
         {"NoValue", "DM100 1\nDM101\n", "write --from FILE -p /nowhere/tty", 2, "",
          "FILE, line 2: there is no value after DM101"},
-        {"Twice", "DM100 1\nDM100 2\n", "write --from FILE -p /nowhere/tty", 2, "", "DM100"},
+        {"Twice", "DM100:dint 1\n\nDM101 2\n", "write --from FILE -p /nowhere/tty", 2, "",
+         "FILE, line 3: DM101 would be written twice, first in line 1"},
+        {"Empty", "# nothing\n", "write --from FILE -p /nowhere/tty", 2, "", "nothing to write in"},
     });
 }
 
@@ -295,6 +309,8 @@ TEST(Write, IsReadBackByAnotherRun)
         {"DM10:string6 abc --verify", "DM10:string6 DM12", "DM10  abc\nDM12    0\n"},
         {"DM20 1 2 3 4 -t byte", "DM20 -c 2 -x", "DM20  0x0201\nDM21  0x0403\n"},
         {"DM20 9 65536", "DM20 -c 2", "DM20   513\nDM21  1027\n"}, // nothing when one is wrong
+        {"DM40..DM42 1 2 3", "DM40..DM42 -f csv",
+         "name,device,type,value,unit\nDM40,DM40,uint,1,\nDM41,DM41,uint,2,\nDM42,DM42,uint,3,\n"},
         {"MR515 1 0 1", "MR515 -c 3", "MR515  1\nMR600  0\nMR601  1\n"},
         {"TS5 100", "T5 TS5", "T5    42\nTS5  100\n"},
     };
@@ -306,6 +322,20 @@ TEST(Write, IsReadBackByAnotherRun)
         EXPECT_EQ(written.out, "");
         EXPECT_EQ(run.out, row.out) << written.err << run.err;
     }
+}
+
+/// The driver cuts each request into several commands, so it is not known which of them failed.
+TEST(Write, SaysAtLeastHowMuchWasWritten)
+{
+    std::string values;
+    for (int i = 0; i < 1030; ++i)
+        values += " 1";
+    const Result run = plcctl("write DM0" + values + " --retry 0 --fault error=1@WRS#6-6");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("DM1024 and 5 more: Response During an Error:E1\\r\\n (at least 1024 "
+                           "values written before it)"),
+              std::string::npos)
+        << run.err;
 }
 
 TEST(Write, TellsWhenAnotherValueIsReadBack)
