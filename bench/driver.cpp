@@ -30,8 +30,7 @@ host::DriverDescription readDescription(const std::string& file)
 } // namespace
 
 Driver::Driver(const std::string& file)
-    : m_file(file)
-    , m_description(readDescription(file))
+    : m_description(readDescription(file))
     , m_plugin(loadPlugin(file))
     , m_devices(m_description)
 {

@@ -33,7 +33,6 @@ public:
 
     DriverInterface& object() const;
     std::string name() const;
-    const std::string& file() const { return m_file; }
 
     /// The device areas; empty for a driver without a description.
     const host::DriverDescription& description() const { return m_description; }
@@ -45,7 +44,6 @@ public:
     BlockSizes blocks() const;
 
 private:
-    std::string m_file;
     host::DriverDescription m_description;
     std::unique_ptr<host::DriverPlugin> m_plugin;
     Devices m_devices;

@@ -17,10 +17,10 @@ namespace
 {
 
 /// A port whose far end is a simulated controller, in memory and without time.
-class CountingPort : public AbstractDeviceInterface
+class PortToMemory : public AbstractDeviceInterface
 {
 public:
-    explicit CountingPort(simulator::Controller& controller)
+    explicit PortToMemory(simulator::Controller& controller)
         : m_session(controller.newSession())
     {
     }
@@ -98,7 +98,7 @@ template <typename Talk>
 std::vector<ExplainedRequest> explain(Driver& driver, Talk talk)
 {
     const auto controller = controllerFor(driver);
-    CountingPort port(*controller);
+    PortToMemory port(*controller);
     Session session(driver, port);
     std::vector<ExplainedRequest> requests;
     session.onRequest = [&](const RequestRecord&) { requests.push_back(port.takeExchanges()); };
@@ -166,21 +166,38 @@ void addShortened(std::vector<ShortRow>& rows, std::size_t number, const Explain
     }
 }
 
+/// A simulated controller is silent only where it stands for another station than was asked.
+Failure toldOf(const TypedDevice& device, const Failure& failure)
+{
+    if (failure.kind() != FailureKind::NoReply || !device.place.station)
+        return failure;
+    return wrongUsage("the simulated controller that explain counts with is not station " +
+                          std::to_string(*device.place.station),
+                      "Omit the station: commands and replies are as long.");
+}
+
 } // namespace
 
 std::vector<ExplainedRequest> explainRead(Driver& driver, const std::vector<TypedDevice>& devices)
 {
     return explain(driver, [&](Session& session) {
-        for (const Reading& reading : session.read(devices))
-            if (reading.failure)
-                throw *reading.failure;
+        const std::vector<Reading> readings = session.read(devices);
+        for (std::size_t i = 0; i < readings.size(); ++i)
+            if (readings[i].failure)
+                throw toldOf(devices[i], *readings[i].failure);
     });
 }
 
 std::vector<ExplainedRequest> explainWrite(Driver& driver, const std::vector<TypedDevice>& devices,
                                            const std::vector<Value>& values)
 {
-    return explain(driver, [&](Session& session) { session.write(devices, values); });
+    return explain(driver, [&](Session& session) {
+        try {
+            session.write(devices, values);
+        } catch (const WriteFailure& failure) {
+            throw toldOf(devices[failure.index], failure);
+        }
+    });
 }
 
 Totals totalsOf(const std::vector<ExplainedRequest>& requests)

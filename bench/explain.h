@@ -42,7 +42,8 @@ struct Totals {
 };
 
 /// Both throw a Failure: WrongUsage for what cannot be sent and for a driver whose protocol no
-/// simulated controller speaks; ControllerRefused when this controller has no such device.
+/// simulated controller speaks, or for another station than it is; ControllerRefused when this
+/// controller has no such device.
 std::vector<ExplainedRequest> explainRead(Driver& driver, const std::vector<TypedDevice>& devices);
 std::vector<ExplainedRequest> explainWrite(Driver& driver, const std::vector<TypedDevice>& devices,
                                            const std::vector<Value>& values);

@@ -38,7 +38,7 @@ void refuseControllerOptions(const ControllerOptions& options)
 {
     if (!options.faults.empty() || !options.presets.empty() || !options.movements.empty())
         throw wrongUsage("--fault, --set and --move are for the simulated controller only",
-                         "Leave --port away, or use plcctl simulate.");
+                         "Omit --port, or use plcctl simulate.");
 }
 
 } // namespace

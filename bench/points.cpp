@@ -108,7 +108,7 @@ std::vector<Point> matching(const std::string& pattern, const std::vector<Point>
     if (!found.empty())
         return found;
     throw wrongUsage("no tag matches '" + pattern + "'",
-                     tags.empty() ? "There is no tag file."
+                     tags.empty() ? "There are no tags. --tags names a file of them."
                                   : "There are " +
                                         listed(nearestFirst(pattern, names), MaxTagsListed) + ".");
 }

@@ -4,6 +4,7 @@
 #include "bench/serialports.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <fstream>
@@ -39,6 +40,15 @@ std::string pathMeant(const std::string& name)
     return isHere && name.find('/') == name.npos
                ? "Type ./" + name + " for the file in this folder. "
                : std::string();
+}
+
+/// Whether the system knows a device file as something else than a terminal, such as /dev/null.
+bool isOtherDevice(const struct stat& file)
+{
+    const std::string device =
+        std::to_string(major(file.st_rdev)) + ":" + std::to_string(minor(file.st_rdev));
+    const QFileInfo subsystem(QString::fromStdString("/sys/dev/char/" + device + "/subsystem"));
+    return subsystem.exists() && QFileInfo(subsystem.symLinkTarget()).fileName() != "tty";
 }
 
 std::string whoMayOpen(const struct stat& file)
@@ -82,13 +92,15 @@ std::string programThatLocks(const struct stat& file)
 std::string portAdvice(const host::PortAddress& address)
 {
     if (address.kind != host::PortAddress::Kind::Serial)
-        return std::string();
+        return "Check the address, and that the controller listens on TCP port " +
+               std::to_string(address.tcpPort) + ". 'ping " + address.place.toStdString() +
+               "' tells whether the network leads to it.";
     const std::string path = QFile::encodeName(host::devicePath(address.place)).toStdString();
     struct stat file = {};
     if (::stat(path.c_str(), &file) != 0)
         return errno == ENOENT ? pathMeant(address.place.toStdString()) + portsThereAre()
                                : std::string();
-    if (!S_ISCHR(file.st_mode))
+    if (!S_ISCHR(file.st_mode) || isOtherDevice(file))
         return portsThereAre();
     if (::eaccess(path.c_str(), R_OK | W_OK) != 0)
         return whoMayOpen(file);

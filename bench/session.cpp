@@ -121,6 +121,8 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
     record.took = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
 
     std::optional<Failure> failure;
+    if (m_driver.object().hasError() && beforeFailure)
+        beforeFailure();
     if (m_driver.object().hasError())
         failure = failureOf(first, direction);
     else if (!served)

@@ -54,6 +54,9 @@ public:
     /// Told of every attempt that failed by the line or the controller, before the next one begins.
     std::function<void(FailureKind)> onFailedAttempt;
 
+    /// Called when a request has failed for good, before the port is asked why.
+    std::function<void()> beforeFailure;
+
     /// Asked between requests; when it says true, the rest of them fail without being sent.
     std::function<bool()> isStopped;
 

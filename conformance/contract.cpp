@@ -49,6 +49,16 @@ QStringList widthsIn(const std::string& value)
     return names;
 }
 
+/// Benches ignore unknown keys, so a misspelt one would go unnoticed.
+void checkDescription(const host::DriverDescription& description, Report& report)
+{
+    report.begin("describes its devices with known keys");
+    const std::string first =
+        description.unknownKeys.empty() ? std::string() : description.unknownKeys.front();
+    report.expect(first.empty(), "no keys but " + host::knownAreaKeys(), first);
+    report.end();
+}
+
 ExitStatus complain(const std::string& reason)
 {
     std::cerr << "paneldriver-contract: " << reason << "\nTry 'paneldriver-contract --help'.\n";
@@ -99,6 +109,7 @@ int main(int argc, char** argv)
         return complain(file + " has no description of devices: name some with --word and --bit");
 
     Report report;
+    checkDescription(*description, report);
     runChecks(QString::fromStdString(file), requests, report);
     return report.summarize() ? Passed : Failed;
 }

@@ -113,16 +113,13 @@ bench::Session& Bench::session()
     if (!m_options.project.empty())
         tellDriverOfProject();
     m_session = std::make_unique<bench::Session>(m_driver, m_port->port(),
-                                                 [this] { return portFailure(); });
+                                                 [this] { return m_port->lastFailure(); });
+    if (m_hearsLateReplies)
+        m_session->beforeFailure = [this] {
+            m_port->settle();
+        }; // at once unless a reply is missing
     m_session->isStopped = [this] { return isStopped(); };
     return *m_session;
-}
-
-std::string Bench::portFailure()
-{
-    if (m_hearsLateReplies)
-        m_port->settle(); // at once unless replies are missing
-    return m_port->lastFailure();
 }
 
 void Bench::interrupt()

@@ -62,7 +62,6 @@ public:
 
 private:
     void tellDriverOfProject();
-    std::string portFailure();
 
     BenchOptions m_options;
     StopSignal m_stop;

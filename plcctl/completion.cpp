@@ -174,14 +174,24 @@ std::string subcommandNames(const CLI::App& program)
     return joined(names);
 }
 
+/// The first argument; where it is one of a few words, also the second, of which none begins alike.
+std::string bashArguments(const std::vector<const CLI::Option*>& arguments)
+{
+    if (arguments.empty())
+        return std::string();
+    const Completion first = completionOf(*arguments.front());
+    if (first.kind != Kind::Words || arguments.size() == 1)
+        return bashAction(first);
+    return bashAction(first) + "; ((\\${#COMPREPLY[@]})) || " +
+           bashAction(completionOf(*arguments[1]));
+}
+
 /// A row for each subcommand: what its options are called and what its arguments are.
 std::string bashCommands(const CLI::App& program)
 {
     std::string rows = bashRow("''", program, "_plcctl_subcommands");
     for (const CLI::App* command : subcommandsOf(program)) {
-        const auto arguments = argumentsOf(*command);
-        rows += bashRow(command->get_name(), *command,
-                        arguments.empty() ? "" : bashAction(completionOf(*arguments.front())));
+        rows += bashRow(command->get_name(), *command, bashArguments(argumentsOf(*command)));
     }
     return rows;
 }

@@ -142,7 +142,8 @@ void addDumpCommand(CLI::App& app, int& status)
     addDevicesArgument(*command, options->devices);
     command
         ->add_option("-o,--output", options->file,
-                     "File to write; FILE.part until it is complete (default: standard output)")
+                     "File to write; FILE.part until it is complete (default: standard output). "
+                     "The time-out has no short name here")
         ->type_name("FILE");
     command->add_flag("--resume", options->resume,
                       "Go on with FILE.part; what it has is not read again");

@@ -8,8 +8,6 @@
 #include "bench/recipe.h"
 #include "bench/statistics.h"
 
-#include "drivers/driverinterface.h"
-#include "drivers/driversetting.h"
 #include "host/tracingport.h"
 
 #include <CLI/CLI.hpp>
@@ -100,7 +98,7 @@ Table emptyTable()
 std::string leftOutText(const bench::ShortRow& row)
 {
     if (row.period == 0)
-        return "… " + counted(std::size_t(row.leftOut), "more request") + " like it";
+        return "… " + counted(std::size_t(row.leftOut), "more request") + " of the same length";
     return "… " + std::to_string(row.leftOut) + " more like " +
            (row.period == 1 ? "it" : "these " + std::to_string(row.period));
 }
@@ -132,11 +130,6 @@ std::chrono::microseconds timeOf(const bench::Totals& totals, const host::LineSe
     return bench::timeOnLine(totals.commandBytes + totals.replyBytes, line);
 }
 
-int defaultTimeoutMs(const bench::Driver& driver)
-{
-    return std::unique_ptr<DriverSetting>(driver.object().getDefaultDriverSetting())->timeout;
-}
-
 std::string bytesText(int bytes)
 {
     return counted(std::size_t(bytes), "byte");
@@ -158,8 +151,11 @@ void printTotals(const bench::Totals& totals, const host::LineSettings& line, in
                 bench::durationText(timeOf(totals, line)).c_str(), qPrintable(host::textOf(line)),
                 host::bitsPerCharacter(line));
     std::printf("least time-out %d ms, plus what the controller takes to answer\n"
-                "(the driver's default, %d ms, is %s; plcctl adds the time on the line)\n",
-                leastMs, driversTimeoutMs, leastMs < driversTimeoutMs ? "longer" : "too short");
+                "(the driver's default, %d ms, is %s)\n",
+                leastMs, driversTimeoutMs,
+                leastMs < driversTimeoutMs
+                    ? "longer"
+                    : "enough for plcctl, which adds the time on the\nline; a panel needs more");
 }
 
 Json jsonOf(const Requests& requests, const host::LineSettings& line)
@@ -197,7 +193,8 @@ int explain(const ExplainOptions& options)
     switch (options.format) {
     case Format::Table:
         printTable(shortTable(requests, line), Format::Table);
-        printTotals(bench::totalsOf(requests), line, defaultTimeoutMs(bench.driver()));
+        printTotals(bench::totalsOf(requests), line,
+                    bench::exchangeSettings({}, bench.driver()).timeoutMs);
         break;
     case Format::Csv:
         printTable(fullTable(requests, line), Format::Csv);

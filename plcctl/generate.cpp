@@ -64,7 +64,7 @@ void generate(CLI::App& program, std::vector<std::string> what)
     } else if (what[0] == "ports") {
         printPorts();
     } else {
-        throw bench::wrongUsage("--generate wants man DIRECTORY, bash, zsh, names or ports");
+        throw bench::wrongUsage("--generate needs man DIRECTORY, bash, zsh, names or ports");
     }
 }
 

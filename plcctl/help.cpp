@@ -1,6 +1,7 @@
 // Word wrap, and CLI11's formatter with it.
 #include "help.h"
 
+#include <algorithm>
 #include <sstream>
 
 namespace plcctl
@@ -72,10 +73,15 @@ std::string descriptionOf(const CLI::Option& option)
     return option.get_description() + (preset.empty() ? "" : " (default: " + preset + ")");
 }
 
-// CLI11 keeps what a validator is called, but not the words of an IsMember.
+// CLI11 keeps what a validator is called.
 CLI::Validator oneOf(const std::vector<std::string>& words)
 {
-    return CLI::Validator(CLI::IsMember(words)).description("").name(CLI::detail::join(words, "|"));
+    const auto check = [words](std::string& word) {
+        const bool isKnown = std::find(words.begin(), words.end(), word) != words.end();
+        return isKnown ? std::string()
+                       : "'" + word + "' is not one of " + CLI::detail::join(words, ", ");
+    };
+    return CLI::Validator(check, "", CLI::detail::join(words, "|"));
 }
 
 std::vector<std::string> wordsOf(const CLI::Option& option)
@@ -96,6 +102,13 @@ HelpFormatter::HelpFormatter()
 std::string HelpFormatter::make_option_opts(const CLI::Option* option) const
 {
     return option->get_type_name().empty() ? "" : " " + option->get_type_name();
+}
+
+std::string HelpFormatter::make_option_usage(const CLI::Option* option) const
+{
+    const std::string text =
+        option->get_name(true) + (option->get_items_expected_max() > 1 ? "..." : "");
+    return option->get_required() ? text : "[" + text + "]";
 }
 
 std::string HelpFormatter::make_option_desc(const CLI::Option* option) const

@@ -36,6 +36,7 @@ class HelpFormatter : public CLI::Formatter
 public:
     HelpFormatter();
     std::string make_option_opts(const CLI::Option* option) const override;
+    std::string make_option_usage(const CLI::Option* option) const override;
     std::string make_option_desc(const CLI::Option* option) const override;
 };
 

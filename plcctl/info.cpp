@@ -1,6 +1,7 @@
 // plcctl info: what a driver says about itself and its devices.
 #include "bench.h"
 #include "commands.h"
+#include "help.h"
 #include "report.h"
 
 #include "bench/nearest.h"
@@ -12,6 +13,7 @@
 #include <CLI/CLI.hpp>
 #include <QString>
 
+#include <algorithm>
 #include <cstdio>
 #include <iterator>
 
@@ -82,18 +84,52 @@ Json widthsJson(const host::Widths& widths)
     return names;
 }
 
+template <typename Number>
+void addKnown(Json& json, const char* key, const std::optional<Number>& number)
+{
+    if (number)
+        json[key] = *number;
+}
+
+Json areaJson(const host::DeviceArea& area)
+{
+    Json json = {{"area", area.letters},
+                 {"what", area.name},
+                 {"holds", host::nameOf(area.holds)},
+                 {"type", area.type},
+                 {"read", widthsJson(area.read)},
+                 {"write", widthsJson(area.write)},
+                 {"numbers", host::nameOf(area.numbering)}};
+    addKnown(json, "first", area.first);
+    addKnown(json, "last", area.last);
+    addKnown(json, "digits", area.digits);
+    addKnown(json, "block", area.block);
+    if (!area.note.empty())
+        json["note"] = area.note;
+    return json;
+}
+
 Json areasJson(const host::DriverDescription& description)
 {
     Json areas = Json::array();
     for (const host::DeviceArea& area : description.areas)
-        areas.push_back({{"area", area.letters},
-                         {"what", area.name},
-                         {"holds", host::nameOf(area.holds)},
-                         {"type", area.type},
-                         {"read", widthsJson(area.read)},
-                         {"write", widthsJson(area.write)},
-                         {"numbers", isByChannel(area) ? "channel" : "decimal"}});
+        areas.push_back(areaJson(area));
     return areas;
+}
+
+Json errorsJson(const host::DriverDescription& description)
+{
+    Json errors = Json::object();
+    for (const auto& [number, meaning] : description.errors)
+        errors[std::to_string(number)] = meaning;
+    return errors;
+}
+
+Json stationsJson(const host::DriverDescription& description)
+{
+    if (!description.stationPrefix)
+        return Json();
+    return {{"first", description.stationPrefix->first}, {"last", description.stationPrefix->last}};
 }
 
 /// In which kind of types an area is served.
@@ -147,51 +183,109 @@ Json exchangeJson(const DriverSetting& setting)
             {"station", setting.stationid}};
 }
 
+/// The areas of each range, in the order in which ranges come first.
+std::vector<std::pair<std::string, std::vector<std::string>>>
+areasByRange(const host::DriverDescription& description)
+{
+    std::vector<std::pair<std::string, std::vector<std::string>>> ranges;
+    for (const host::DeviceArea& area : description.areas) {
+        const std::string range = bench::rangeOf(area);
+        if (range.empty())
+            continue;
+        auto same = std::find_if(ranges.begin(), ranges.end(),
+                                 [&](const auto& other) { return other.first == range; });
+        if (same == ranges.end())
+            same = ranges.insert(ranges.end(), {range, {}});
+        same->second.push_back(area.letters);
+    }
+    return ranges;
+}
+
+/// What a table of areas has no room for, a sentence or two each.
+std::vector<std::string> remarks(const host::DriverDescription& description)
+{
+    std::vector<std::string> texts;
+    for (const auto& [range, areas] : areasByRange(description))
+        texts.push_back(bench::listed(areas, areas.size()) + ": " + range);
+    const auto byChannel = areasByChannel(description);
+    if (!byChannel.empty())
+        texts.push_back(bench::listed(byChannel, byChannel.size()) +
+                        ": The last two digits of a number are a bit, 00 to 15.");
+    for (const host::DeviceArea& area : description.areas)
+        if (!area.note.empty())
+            texts.push_back(area.letters + ": " + area.note);
+    if (const auto& stations = description.stationPrefix)
+        texts.push_back("A station, " + std::to_string(stations->first) + " to " +
+                        std::to_string(stations->last) + ", and a colon may come first, as in " +
+                        std::to_string(stations->first) + ":" + description.areas.front().letters +
+                        "0.");
+    return texts;
+}
+
 void printAreas(const host::DriverDescription& description, Format format)
 {
     if (description.areas.empty())
         return note("the driver does not describe its devices; give each a type, as in D5:word");
-    std::printf("\n");
     printTable(areasOf(description), format);
-    const auto byChannel = areasByChannel(description);
-    if (format == Format::Table && !byChannel.empty())
-        std::printf("\nThe last two digits of a number in %s are a bit, 00 to 15.\n",
-                    bench::listed(byChannel, byChannel.size()).c_str());
+    if (format != Format::Table)
+        return;
+    std::printf("\n");
+    for (const std::string& remark : remarks(description))
+        std::printf("%s\n", wrapped(remark, 80).c_str());
 }
 
-void printInfo(const bench::Driver& driver, Format format)
+void printIdentity(const bench::Driver& driver)
 {
     DriverInterface& object = driver.object();
     const std::unique_ptr<DeviceSetting> line(object.getDefaultSerialDeviceSetting());
     const std::unique_ptr<DriverSetting> exchange(object.getDefaultDriverSetting());
-    const std::string lineText = object.getStringBasedDefaultDriverSetting().toStdString();
+    printTable(
+        {{"name", driver.name()},
+         {{std::string("vendor"), object.vender().toStdString()},
+          {std::string("version"), object.getVersionNumber().toStdString()},
+          {std::string("interface"), std::string(DriverInterface_iid)},
+          {std::string("ports"), portKinds(object.supportedCommunicationFlags())},
+          {std::string("one request"),
+           "at most " + std::to_string(object.getBlockAccessSize()) + " values, " +
+               std::to_string(object.getBitBlockAccessSize()) + " bits"},
+          {std::string("default line"), object.getStringBasedDefaultDriverSetting().toStdString()},
+          {std::string(""), textOf(*line)},
+          {std::string("default timing"), textOf(*exchange)}}},
+        Format::Table);
+}
+
+Json infoJson(const bench::Driver& driver)
+{
+    DriverInterface& object = driver.object();
+    const host::DriverDescription& description = driver.description();
+    const std::unique_ptr<DeviceSetting> line(object.getDefaultSerialDeviceSetting());
+    const std::unique_ptr<DriverSetting> exchange(object.getDefaultDriverSetting());
+    return {{"name", driver.name()},
+            {"vendor", object.vender().toStdString()},
+            {"version", object.getVersionNumber().toStdString()},
+            {"interface", DriverInterface_iid},
+            {"portKinds", object.supportedCommunicationFlags()},
+            {"blockSize", object.getBlockAccessSize()},
+            {"bitBlockSize", object.getBitBlockAccessSize()},
+            {"totalSize", object.totalSize()},
+            {"defaultLine", object.getStringBasedDefaultDriverSetting().toStdString()},
+            {"line", lineJson(*line)},
+            {"exchange", exchangeJson(*exchange)},
+            {"protocol", description.protocol},
+            {"stations", stationsJson(description)},
+            {"areas", areasJson(description)},
+            {"errors", errorsJson(description)}};
+}
+
+/// In CSV, which is one table, the areas alone.
+void printInfo(const bench::Driver& driver, Format format)
+{
     if (format == Format::Json)
-        return printJson({{"name", driver.name()},
-                          {"vendor", object.vender().toStdString()},
-                          {"version", object.getVersionNumber().toStdString()},
-                          {"interface", DriverInterface_iid},
-                          {"portKinds", object.supportedCommunicationFlags()},
-                          {"blockSize", object.getBlockAccessSize()},
-                          {"bitBlockSize", object.getBitBlockAccessSize()},
-                          {"totalSize", object.totalSize()},
-                          {"defaultLine", lineText},
-                          {"line", lineJson(*line)},
-                          {"exchange", exchangeJson(*exchange)},
-                          {"protocol", driver.description().protocol},
-                          {"areas", areasJson(driver.description())}},
-                         2);
-    printTable({{"name", driver.name()},
-                {{std::string("vendor"), object.vender().toStdString()},
-                 {std::string("version"), object.getVersionNumber().toStdString()},
-                 {std::string("interface"), std::string(DriverInterface_iid)},
-                 {std::string("ports"), portKinds(object.supportedCommunicationFlags())},
-                 {std::string("one request"),
-                  "at most " + std::to_string(object.getBlockAccessSize()) + " values, " +
-                      std::to_string(object.getBitBlockAccessSize()) + " bits"},
-                 {std::string("default line"), lineText},
-                 {std::string(""), textOf(*line)},
-                 {std::string("default timing"), textOf(*exchange)}}},
-               format);
+        return printJson(infoJson(driver), 2);
+    if (format == Format::Table) {
+        printIdentity(driver);
+        std::printf("\n");
+    }
     printAreas(driver.description(), format);
 }
 
@@ -204,7 +298,9 @@ void addInfoCommand(CLI::App& app, int& status)
     const auto options = std::make_shared<InfoOptions>();
     addDriverOption(*command, options->driverFile);
     addFormatOption(*command, options->format);
-    command->footer("Example:\n"
+    command->footer("csv lists the areas; table and json tell all.\n\n"
+                    "Examples:\n"
+                    "  plcctl info\n"
                     "  plcctl info --driver ./libmydriver.so --format json");
     command->callback([options, &status] {
         printInfo(bench::Driver(driverFile(options->driverFile)), options->format);

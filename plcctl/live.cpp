@@ -59,7 +59,7 @@ const char* nameOf(Order order)
 
 const char* const HelpLines[] = {
     "Up, Down, j, k        mark a line",
-    "PgUp, PgDn, Home, End mark one farther away",
+    "PgUp, PgDn, Home, End mark a line further away",
     "w or Enter            write a value to the marked line",
     "Space                 pause, and go on",
     "+ and -               read faster, slower",
@@ -444,7 +444,7 @@ private:
         m_screen.put(line, 1, fitted(point.name, at.name));
         m_screen.put(line, at.deviceAt(), fitted(point.device.name, at.device));
         m_screen.put(line, at.valueAt(), fitted(valueOf(live), at.value, Align::Right), look);
-        m_screen.put(line, at.unitAt(), fitted(point.unit, at.unit));
+        m_screen.put(line, at.unitAt(), fitted(bench::unitOf(point, m_options.notation), at.unit));
         m_screen.put(line, at.history(),
                      bench::sparkline(live.history, std::size_t(at.historyWidth), spanOf(point)));
         const std::string age = watched.value ? ageText(m_now - watched.readAt) : "";
@@ -453,11 +453,14 @@ private:
             drawFailure(line, bench::nameOf(watched.failure->kind()));
     }
 
-    /// In a narrow terminal the failure hides the older values.
+    /// In a narrow terminal the failure hides the older values, in a very narrow one the value.
     void drawFailure(int line, const std::string& text)
     {
-        const int column = m_columns->error ? m_columns->errorAt() : m_columns->history();
-        m_screen.put(line, column, text, Look::Failed);
+        const Columns& at = *m_columns;
+        const bool hidesValue = at.history() + columnsOf(text) > m_screen.columns();
+        const int column = at.error ? at.errorAt() : hidesValue ? at.valueAt() : at.history();
+        const int width = hidesValue ? std::max(at.value, columnsOf(text)) : columnsOf(text);
+        m_screen.put(line, column, fitted(text, width), Look::Failed);
     }
 
     void drawStatistics(const LiveState& state, int line)
@@ -501,6 +504,9 @@ private:
             rows.push_back(row);
         if (rows.size() == 1)
             ++line;
+        if (rows.size() > MessageLines)
+            rows[MessageLines - 1] =
+                fitted(rows[MessageLines - 1] + " " + rows[MessageLines], m_screen.columns() - 2);
         for (std::size_t i = 0; i < rows.size() && i < MessageLines; ++i)
             m_screen.put(line + int(i), 1, rows[i]);
     }

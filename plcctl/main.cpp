@@ -4,8 +4,7 @@
 #include "help.h"
 #include "report.h"
 #include "stopsignal.h"
-
-#include "bench/nearest.h"
+#include "wrongarguments.h"
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
@@ -30,71 +29,51 @@ plug-in or a file could not be opened, 4 no reply, 5 invalid reply, 6 a value
 read back is not the one written. Data goes to standard output, everything else
 to standard error.)";
 
-std::vector<std::string> subcommandNames(const CLI::App& app)
+/// In the order in which help lists them.
+constexpr void (*AddCommands[])(CLI::App& app, int& status) = {
+    plcctl::addInfoCommand,    plcctl::addReadCommand,     plcctl::addWriteCommand,
+    plcctl::addWatchCommand,   plcctl::addCheckCommand,    plcctl::addDiffCommand,
+    plcctl::addDumpCommand,    plcctl::addRestoreCommand,  plcctl::addTagsCommand,
+    plcctl::addLinksCommand,   plcctl::addPortsCommand,    plcctl::addScanCommand,
+    plcctl::addExplainCommand, plcctl::addSimulateCommand,
+};
+
+/// status  receives what the subcommand ends with
+void build(CLI::App& app, int& status)
 {
-    std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
-        names.push_back(command->get_name());
-    return names;
+    app.formatter(std::make_shared<plcctl::HelpFormatter>());
+    app.footer(Footer);
+    app.set_version_flag("--version", "plcctl " PLCCTL_VERSION);
+    app.require_subcommand(1);
+    plcctl::addGenerateOption(app);
+    for (const auto add : AddCommands)
+        add(app, status);
+    plcctl::refuseEmptyValues(app);
 }
 
-/// What CLI11 complains about, in our words where its own would not help.
-bench::Failure wrongArguments(const CLI::App& app, const CLI::ParseError& error)
+int fail(const bench::Failure& failure)
 {
-    const std::vector<CLI::App*> chosen = app.get_subcommands();
-    const std::vector<std::string> unknown = app.remaining();
-    if (!chosen.empty())
-        return bench::wrongUsage(error.what(),
-                                 "Try 'plcctl " + chosen.front()->get_name() + " --help'.");
-    if (unknown.empty())
-        return bench::wrongUsage("a subcommand is missing: " +
-                                     bench::listed(subcommandNames(app), 20),
-                                 "Try 'plcctl --help'.");
-    const std::string meant = bench::nearest(unknown.front(), subcommandNames(app));
-    return bench::wrongUsage("no such subcommand or option: " + unknown.front(),
-                             meant.empty() ? "Try 'plcctl --help'."
-                                           : "Did you mean 'plcctl " + meant + "'?");
+    plcctl::report(failure);
+    return bench::exitStatus(failure.kind());
 }
 
 int run(int argc, char** argv)
 {
-    using namespace plcctl;
     CLI::App app(Description, "plcctl");
-    int status = Success;
-    app.formatter(std::make_shared<HelpFormatter>());
-    app.footer(Footer);
-    app.set_version_flag("--version", "plcctl " PLCCTL_VERSION);
-    app.require_subcommand(1);
-    addGenerateOption(app);
-    addInfoCommand(app, status);
-    addReadCommand(app, status);
-    addWriteCommand(app, status);
-    addWatchCommand(app, status);
-    addCheckCommand(app, status);
-    addDiffCommand(app, status);
-    addDumpCommand(app, status);
-    addRestoreCommand(app, status);
-    addTagsCommand(app, status);
-    addLinksCommand(app, status);
-    addPortsCommand(app, status);
-    addScanCommand(app, status);
-    addExplainCommand(app, status);
-    addSimulateCommand(app, status);
+    int status = plcctl::Success;
+    build(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {
-        describeDriver(app);
+        plcctl::describeDriver(app);
         app.exit(help);
     } catch (const CLI::ParseError& error) {
-        report(wrongArguments(app, error));
-        return bench::exitStatus(bench::FailureKind::WrongUsage);
+        return fail(plcctl::wrongArguments(app, error));
     } catch (const bench::Failure& failure) {
-        report(failure);
-        return bench::exitStatus(failure.kind());
+        return fail(failure);
     } catch (const std::exception& error) {
         // Such as memory that runs out. No status is meant for that.
-        report(bench::Failure(bench::FailureKind::CannotOpen, error.what()));
-        return bench::exitStatus(bench::FailureKind::CannotOpen);
+        return fail(bench::Failure(bench::FailureKind::CannotOpen, error.what()));
     }
     return status;
 }

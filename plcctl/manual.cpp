@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -22,6 +23,19 @@ namespace
 
 /// What stands before literal lines of a footer.
 constexpr std::size_t Indent = 2;
+
+const char* const ExitStatusHeading = "Exit status:";
+
+/// Characters that roff takes for its own, and what stands for them.
+struct Escape {
+    char character;
+    const char* text;
+};
+
+constexpr Escape Escapes[] = {
+    {'\\', "\\e"},  {'-', "\\-"},   {'\'', "\\(aq"}, {'`', "\\(ga"},
+    {'^', "\\(ha"}, {'~', "\\(ti"}, {'"', "\\(dq"},
+};
 
 /// Lines of one kind in a row: prose to fill, or lines to show as they stand.
 struct Block {
@@ -46,7 +60,7 @@ std::vector<Block>& sectionOf(Footer& footer, const std::string& line, std::vect
 {
     if (startsWith(line, "Example") && line.back() == ':')
         return footer.examples;
-    if (startsWith(line, "Exit status:"))
+    if (startsWith(line, ExitStatusHeading))
         return footer.exitStatus;
     return current;
 }
@@ -55,6 +69,18 @@ std::vector<Block>& sectionOf(Footer& footer, const std::string& line, std::vect
 bool repeatsSection(const std::string& line)
 {
     return line == "Example:" || line == "Examples:";
+}
+
+std::string unindented(const std::string& line)
+{
+    return line.substr(std::min(Indent, line.find_first_not_of(' ')));
+}
+
+std::string withoutHeading(const std::string& line)
+{
+    return startsWith(line, ExitStatusHeading)
+               ? line.substr(line.find_first_not_of(' ', std::strlen(ExitStatusHeading)))
+               : line;
 }
 
 /// Indented lines are literal. A paragraph of prose ends a section that one before it has opened.
@@ -76,48 +102,27 @@ Footer footerFrom(const std::string& text)
             section->push_back({isLiteral, {}});
         isNew = false;
         if (!repeatsSection(line))
-            section->back().lines.push_back(
-                isLiteral ? line.substr(std::min(Indent, line.find_first_not_of(' '))) : line);
+            section->back().lines.push_back(isLiteral ? unindented(line) : withoutHeading(line));
     }
     return footer;
+}
+
+std::string roffCharacter(uint code)
+{
+    for (const Escape& escape : Escapes)
+        if (code == static_cast<unsigned char>(escape.character))
+            return escape.text;
+    if (code < 0x80)
+        return std::string(1, static_cast<char>(code));
+    return "\\[u" + QString::number(code, 16).toUpper().rightJustified(4, '0').toStdString() + "]";
 }
 
 /// Text in which roff sees nothing of its own, in ASCII.
 std::string roff(const std::string& text)
 {
     std::string escaped;
-    for (const uint code : QString::fromStdString(text).toUcs4()) {
-        switch (code) {
-        case '\\':
-            escaped += "\\e";
-            break;
-        case '-':
-            escaped += "\\-";
-            break;
-        case '\'':
-            escaped += "\\(aq";
-            break;
-        case '`':
-            escaped += "\\(ga";
-            break;
-        case '^':
-            escaped += "\\(ha";
-            break;
-        case '~':
-            escaped += "\\(ti";
-            break;
-        case '"':
-            escaped += "\\(dq";
-            break;
-        default:
-            if (code < 0x80)
-                escaped += char(code);
-            else
-                escaped +=
-                    "\\[u" +
-                    QString::number(code, 16).toUpper().rightJustified(4, '0').toStdString() + "]";
-        }
-    }
+    for (const uint code : QString::fromStdString(text).toUcs4())
+        escaped += roffCharacter(code);
     return escaped.rfind('.', 0) == 0 ? "\\&" + escaped : escaped;
 }
 

@@ -52,6 +52,13 @@ void addPatienceOptions(CLI::App& command, bench::PortOptions& options)
     add("--delay", options.delayMs, 0, MaxMs, "MS", "Pause before every attempt, in ms");
 }
 
+/// As in "table, csv or json".
+std::string wordsText(const std::vector<std::string>& words)
+{
+    const std::vector<std::string> most(words.begin(), words.end() - 1);
+    return CLI::detail::join(most, ", ") + " or " + words.back();
+}
+
 /// An option that may be given again and again, with one value each time.
 void addRepeatedOption(CLI::App& command, const char* name, std::vector<std::string>& values,
                        const char* help, const char* typeName)
@@ -65,10 +72,17 @@ void addRepeatedOption(CLI::App& command, const char* name, std::vector<std::str
 
 } // namespace
 
-CLI::Validator between(int low, int high)
+CLI::Validator between(std::int64_t low, std::int64_t high)
 {
-    CLI::Validator range = CLI::Range(low, high);
-    return range.description("");
+    const auto check = [low, high](std::string& text) {
+        std::int64_t number = 0;
+        const bool isNumber = CLI::detail::lexical_cast(text, number);
+        return isNumber && number >= low && number <= high
+                   ? std::string()
+                   : "'" + text + "' is not a number from " + std::to_string(low) + " to " +
+                         std::to_string(high);
+    };
+    return CLI::Validator(check, "");
 }
 
 void addDevicesArgument(CLI::App& command, std::vector<std::string>& devices)
@@ -161,6 +175,7 @@ void addControllerOptions(CLI::App& command, bench::ControllerOptions& options)
         ->type_name("PLAN")
         ->group(SimulatorGroup);
     command.add_option("--seed", options.seed, "Seed of the faults: the same one, the same faults")
+        ->check(between(0, UINT32_MAX))
         ->capture_default_str()
         ->type_name("N")
         ->group(SimulatorGroup);
@@ -172,15 +187,15 @@ void addControllerOptions(CLI::App& command, bench::ControllerOptions& options)
                       "DEVICE=MOVEMENT");
 }
 
-void addFormatOption(CLI::App& command, Format& format)
+void addFormatOption(CLI::App& command, Format& format, const std::vector<std::string>& choice)
 {
     const std::map<std::string, Format> names = {
         {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}};
     command
         .add_option_function<std::string>(
             "-f,--format", [&format, names](const std::string& name) { format = names.at(name); },
-            "table, csv or json (default: table)")
-        ->check(oneOf({"table", "csv", "json"}))
+            wordsText(choice) + " (default: table)")
+        ->check(oneOf(choice))
         ->type_name("FORMAT");
 }
 

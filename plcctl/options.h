@@ -6,6 +6,7 @@
 
 #include "bench/openport.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,7 @@ struct BenchOptions {
 };
 
 /// Accepts whole numbers in a range, without words about it in the help text.
-CLI::Validator between(int low, int high);
+CLI::Validator between(std::int64_t low, std::int64_t high);
 
 /// The devices to read.
 void addDevicesArgument(CLI::App& command, std::vector<std::string>& devices);
@@ -62,7 +63,8 @@ void addControllerOptions(CLI::App& command, bench::ControllerOptions& options);
 void addBenchOptions(CLI::App& command, BenchOptions& options);
 
 /// --format.
-void addFormatOption(CLI::App& command, Format& format);
+void addFormatOption(CLI::App& command, Format& format,
+                     const std::vector<std::string>& choice = {"table", "csv", "json"});
 
 /// --format, --signed and --hex.
 void addStyleOptions(CLI::App& command, Style& style);

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
+#include <set>
 
 namespace plcctl
 {
@@ -13,6 +15,9 @@ namespace
 {
 
 using Line = std::vector<std::string>;
+
+/// Enough for factors and limits as people write them.
+constexpr int NumberDigits = 10;
 
 void printLine(const std::string& line)
 {
@@ -44,42 +49,28 @@ std::string padded(const std::string& text, std::size_t width, bool flushRight)
     return flushRight ? blanks + text : text + blanks;
 }
 
-/// flushRight  the column that stands flush right, or one beyond the last
-void printAligned(const std::vector<Line>& lines, std::size_t flushRight)
+/// flushRight  for each column, whether it stands flush right
+void printAligned(const std::vector<Line>& lines, const std::vector<bool>& flushRight)
 {
-    std::vector<std::size_t> widths;
+    std::vector<std::size_t> widths(flushRight.size());
     for (const Line& line : lines)
-        for (std::size_t column = 0; column < line.size(); ++column) {
-            widths.resize(std::max(widths.size(), column + 1));
+        for (std::size_t column = 0; column < line.size(); ++column)
             widths[column] = std::max(widths[column], widthOf(line[column]));
-        }
     for (const Line& line : lines) {
         std::string text;
         for (std::size_t column = 0; column < line.size(); ++column)
-            text += (column == 0                      ? ""
-                     : column == 2 && flushRight == 1 ? " "
-                                                      : "  ") +
-                    padded(line[column], widths[column], column == flushRight);
+            text += (column == 0 ? "" : "  ") +
+                    padded(line[column], widths[column], flushRight[column]);
         printLine(text.substr(0, text.find_last_not_of(' ') + 1));
     }
-}
-
-/// An object a line, so that people can read it too.
-void printJsonArray(const Json& objects)
-{
-    std::string text = "[";
-    const char* separator = "\n  ";
-    for (const Json& object : objects) {
-        text += separator + object.dump(-1, ' ', false, Json::error_handler_t::replace);
-        separator = ",\n  ";
-    }
-    printLine(text + (objects.empty() ? "]" : "\n]"));
 }
 
 std::string textOf(const Field& field)
 {
     if (const int* number = std::get_if<int>(&field))
         return std::to_string(*number);
+    if (const double* number = std::get_if<double>(&field))
+        return QString::number(*number, 'g', NumberDigits).toStdString();
     const std::string* text = std::get_if<std::string>(&field);
     return text != nullptr ? *text : std::string();
 }
@@ -96,6 +87,57 @@ std::vector<Line> linesOf(const Table& table)
     return lines;
 }
 
+bool isNumber(const std::string& text)
+{
+    return text.find_first_not_of("0123456789.-") == std::string::npos &&
+           std::count(text.begin(), text.end(), '.') <= 1; // an IP address has more
+}
+
+/// Columns with nothing but numbers stand flush right.
+std::vector<bool> columnsOfNumbers(const Table& table)
+{
+    std::vector<bool> columns(table.names.size(), true);
+    for (const std::vector<Field>& row : table.rows)
+        for (std::size_t column = 0; column < row.size(); ++column)
+            if (!isNumber(textOf(row[column])))
+                columns[column] = false;
+    return columns;
+}
+
+/// The names, with the type where a device is shown in several types.
+std::vector<std::string> namesOf(const std::vector<PointValue>& values)
+{
+    std::map<std::string, std::set<std::string>> types;
+    for (const PointValue& value : values)
+        types[value.point->name].insert(bench::nameOf(value.point->device.type));
+    std::vector<std::string> names;
+    for (const PointValue& value : values) {
+        const std::string& name = value.point->name;
+        names.push_back(
+            types[name].size() == 1 ? name : name + ":" + bench::nameOf(value.point->device.type));
+    }
+    return names;
+}
+
+/// Values stand flush right, and a unit follows a blank.
+void printValueLines(const std::vector<PointValue>& values, bench::Notation notation)
+{
+    std::size_t nameWidth = 0, valueWidth = 0;
+    std::vector<Line> lines;
+    const std::vector<std::string> names = namesOf(values);
+    for (const PointValue& value : values) {
+        lines.push_back({names[lines.size()], bench::textOf(*value.point, value.value, notation),
+                         bench::unitOf(*value.point, notation)});
+        nameWidth = std::max(nameWidth, widthOf(lines.back()[0]));
+        valueWidth = std::max(valueWidth, widthOf(lines.back()[1]));
+    }
+    for (const Line& line : lines) {
+        const std::string unit = line[2].empty() ? "" : " " + line[2];
+        printLine(padded(line[0], nameWidth, false) + "  " + padded(line[1], valueWidth, true) +
+                  unit);
+    }
+}
+
 QDateTime now()
 {
     const QDateTime local = QDateTime::currentDateTime();
@@ -107,6 +149,17 @@ QDateTime now()
 void printJson(const Json& json, int indent)
 {
     printLine(json.dump(indent, ' ', false, Json::error_handler_t::replace));
+}
+
+void printJsonArray(const Json& objects)
+{
+    std::string text = "[";
+    const char* separator = "\n  ";
+    for (const Json& object : objects) {
+        text += separator + object.dump(-1, ' ', false, Json::error_handler_t::replace);
+        separator = ",\n  ";
+    }
+    printLine(text + (objects.empty() ? "]" : "\n]"));
 }
 
 void printCsv(const std::vector<std::string>& cells)
@@ -156,14 +209,8 @@ std::string textWithUnit(const PointValue& value, bench::Notation notation)
 void printValues(const std::vector<PointValue>& values, const Style& style)
 {
     switch (style.format) {
-    case Format::Table: {
-        std::vector<Line> lines;
-        for (const PointValue& value : values)
-            lines.push_back({value.point->name,
-                             bench::textOf(*value.point, value.value, style.notation),
-                             bench::unitOf(*value.point, style.notation)});
-        return printAligned(lines, 1);
-    }
+    case Format::Table:
+        return printValueLines(values, style.notation);
     case Format::Csv:
         printCsv(valueColumns());
         for (const PointValue& value : values)
@@ -186,6 +233,8 @@ Json jsonOf(const Table& table)
         for (std::size_t column = 0; column < row.size(); ++column) {
             if (const int* number = std::get_if<int>(&row[column]))
                 object[table.names[column]] = *number;
+            else if (const double* real = std::get_if<double>(&row[column]))
+                object[table.names[column]] = *real;
             else if (!textOf(row[column]).empty())
                 object[table.names[column]] = textOf(row[column]);
         }
@@ -198,7 +247,7 @@ void printTable(const Table& table, Format format)
 {
     switch (format) {
     case Format::Table:
-        return printAligned(linesOf(table), table.names.size());
+        return printAligned(linesOf(table), columnsOfNumbers(table));
     case Format::Csv:
         for (const Line& line : linesOf(table))
             printCsv(line);

@@ -32,7 +32,7 @@ struct PointValue {
 };
 
 /// A number, a text, or nothing.
-using Field = std::variant<std::monostate, int, std::string>;
+using Field = std::variant<std::monostate, int, double, std::string>;
 
 /// Named columns.
 struct Table {
@@ -43,11 +43,15 @@ struct Table {
 /// A line each; in CSV after a header, in JSON as one array of objects.
 void printValues(const std::vector<PointValue>& values, const Style& style);
 
-/// A line each after a header; in JSON as one array of objects, without the empty fields.
+/// A line each after a header, numbers flush right; in JSON as one array of objects, without the
+/// empty fields.
 void printTable(const Table& table, Format format);
 
 /// The rows of a table as a JSON array.
 Json jsonOf(const Table& table);
+
+/// An array of objects, each in a line of its own.
+void printJsonArray(const Json& objects);
 
 /// One line of JSON; bytes that are not UTF-8 are replaced.
 void printJson(const Json& json, int indent = -1);

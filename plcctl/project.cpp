@@ -61,8 +61,8 @@ Project::Project(const std::string& directory)
     const QString file = projectfiles::databaseName(QString::fromStdString(directory));
     if (!QFileInfo(file).isFile())
         throw bench::Failure(bench::FailureKind::CannotOpen,
-                             "there is no project database " + file.toStdString(),
-                             "--project names the directory that holds compile/database/database.");
+                             "there is no project database in " + directory,
+                             "--project names the folder that holds compile/database/database.");
     QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), Connection);
     database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
     database.setDatabaseName(file);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <sstream>
+#include <unistd.h>
 
 namespace plcctl
 {
@@ -12,15 +13,27 @@ namespace plcctl
 namespace
 {
 
-/// Beside an indent, in a terminal of 80 columns.
-constexpr std::size_t AdviceWidth = 72;
+/// In a terminal of 80 columns, what is told stands beside the program's name or below it.
+constexpr std::size_t TextWidth = 72;
+const char* const Program = "plcctl: ";
+const char* const Indent = "        ";
 
-/// The options that the advice speaks of.
-std::string optionsFor(bench::FailureKind kind)
+/// The options that the advice speaks of, unless it names some itself.
+std::string optionsFor(const bench::Failure& failure)
 {
-    if (kind == bench::FailureKind::NoReply)
+    if (failure.advice().find("--") != std::string::npos)
+        return std::string();
+    if (failure.kind() == bench::FailureKind::NoReply)
         return " See --line and --timeout.";
-    return kind == bench::FailureKind::InvalidReply ? " See --line." : "";
+    return failure.kind() == bench::FailureKind::InvalidReply ? " See --line." : "";
+}
+
+/// Prints a text in lines that fit, the first one after `start` and the others below it.
+void printWrapped(const char* start, const std::string& text)
+{
+    std::istringstream lines(wrapped(text, TextWidth));
+    for (std::string line; std::getline(lines, line); start = Indent)
+        std::fprintf(stderr, "%s%s\n", start, line.c_str());
 }
 
 /// Refusals have codes that matter; how much of a reply was missing does not.
@@ -37,9 +50,7 @@ void report(const bench::Failure& failure, const std::string& subject)
     note((subject.empty() ? "" : subject + ": ") + failure.what());
     if (failure.advice().empty())
         return;
-    std::istringstream advice(wrapped(failure.advice() + optionsFor(failure.kind()), AdviceWidth));
-    for (std::string line; std::getline(advice, line);)
-        std::fprintf(stderr, "        %s\n", line.c_str());
+    printWrapped(Indent, failure.advice() + optionsFor(failure));
 }
 
 void addFailed(std::vector<FailedPoints>& failed, const bench::Failure& failure,
@@ -59,9 +70,13 @@ std::string firstAndMore(const std::string& first, std::size_t count)
     return first + (count > 1 ? " and " + std::to_string(count - 1) + " more" : "");
 }
 
+// In a log a message stays a line.
 void note(const std::string& text)
 {
-    std::fprintf(stderr, "plcctl: %s\n", escaped(text).c_str());
+    if (isatty(STDERR_FILENO))
+        printWrapped(Program, escaped(text));
+    else
+        std::fprintf(stderr, "%s%s\n", Program, escaped(text).c_str());
 }
 
 std::string escaped(const std::string& text)

@@ -6,6 +6,7 @@
 
 #include "bench/scan.h"
 #include "bench/statistics.h"
+#include "bench/tags.h"
 
 #include <CLI/CLI.hpp>
 
@@ -19,6 +20,7 @@ namespace
 
 struct ScanOptions {
     std::string driverFile;
+    std::string tagFile;
     std::string device;
     bench::PortOptions port;
     bench::ScanOptions scan;
@@ -83,11 +85,34 @@ void printForPeople(const std::vector<bench::FoundLine>& lines)
     }
 }
 
+/// A tag or a device.
+bench::TypedDevice deviceOf(const ScanOptions& options, const bench::Devices& devices)
+{
+    std::vector<bench::Point> tags;
+    if (!options.tagFile.empty())
+        tags = bench::loadTags(options.tagFile, devices);
+    const std::vector<bench::Point> points = bench::resolve(options.device, {tags, devices});
+    if (points.size() != 1)
+        throw bench::wrongUsage(options.device + " names " + counted(points.size(), "point") +
+                                ", and scan reads one");
+    return points.front().device;
+}
+
+bench::Failure nothingFound()
+{
+    if (StopSignal::caught() != 0)
+        return bench::Failure(bench::FailureKind::NoReply, "stopped before anything answered");
+    return bench::Failure(
+        bench::FailureKind::NoReply, "nothing answered at any usual setting",
+        "Check power, cable and port (a null-modem cable, or a straight one?), and that the "
+        "controller's port is set to this protocol. A slow controller may need --timeout 1000.");
+}
+
 std::vector<bench::FoundLine> findLines(const ScanOptions& options)
 {
     StopSignal stop;
     bench::Driver driver(driverFile(options.driverFile));
-    const bench::TypedDevice device = driver.devices().parse(options.device);
+    const bench::TypedDevice device = deviceOf(options, driver.devices());
     bench::PortOptions port = options.port;
     if (options.trace)
         port.trace = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
@@ -112,13 +137,7 @@ int scan(const ScanOptions& options)
         printTable(tableOf(found), options.format);
     if (!found.empty())
         return Success;
-    throw bench::Failure(
-        bench::FailureKind::NoReply,
-        StopSignal::caught() != 0 ? "stopped before anything answered"
-                                  : "nothing answered at any usual setting",
-        "Check power, cable and port (a null-modem cable, or a straight one?), and "
-        "that the controller's port is set to this protocol. A slow controller "
-        "may need --timeout 1000.");
+    throw nothingFound();
 }
 
 void addScanPortOptions(CLI::App& command, ScanOptions& options)
@@ -145,13 +164,17 @@ void addScanCommand(CLI::App& app, int& status)
         app.add_subcommand("scan", "Find the settings of a serial line by trying them");
     const auto options = std::make_shared<ScanOptions>();
     command
-        ->add_option("DEVICE", options->device,
-                     "Device to read, such as DM0; one that the controller refuses will do too")
+        ->add_option(
+            "DEVICE", options->device,
+            "Device or tag to read, such as DM0; one that the controller refuses will do too")
         ->required()
         ->type_name("");
     addScanPortOptions(*command, *options);
     command->add_flag("--all", options->scan.all, "Go on after the first setting that works");
     command->add_flag("-v,--verbose", options->verbose, "A line on standard error for each try");
+    command
+        ->add_option("--tags", options->tagFile, "Tag file, a CSV table: its names are devices too")
+        ->type_name("FILE");
     addDriverOption(*command, options->driverFile);
     addFormatOption(*command, options->format);
     command->footer(

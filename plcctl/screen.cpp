@@ -204,7 +204,7 @@ void requireTerminal()
 {
     if (!isatty(STDIN_FILENO) || !isatty(STDOUT_FILENO))
         throw bench::wrongUsage("--live needs a terminal, for its picture and for its keys",
-                                "Leave it away to write lines to a file or to a program.");
+                                "Omit it to write lines to a file or to a program.");
 }
 
 Screen::Screen()

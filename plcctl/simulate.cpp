@@ -7,6 +7,7 @@
 
 #include "bench/controllers.h"
 
+#include "host/linesettings.h"
 #include "host/portaddress.h"
 
 #include <CLI/CLI.hpp>
@@ -27,6 +28,7 @@ struct SimulateOptions {
     bench::ControllerOptions controller;
     std::optional<std::string> ptyLink;
     std::optional<std::string> tcp;
+    std::string line; ///< that the pseudo-terminal understands; empty for all
     bool verbose = false;
 };
 
@@ -37,6 +39,15 @@ host::PortAddress parseTcp(const std::string& text)
     if (!address)
         throw bench::wrongUsage("--tcp: " + error.toStdString());
     return *address;
+}
+
+simulator::LineForm parseLine(const std::string& text)
+{
+    QString error;
+    const auto line = host::lineSettingsFromText(QString::fromStdString(text), &error);
+    if (!line)
+        throw bench::wrongUsage("--line: " + error.toStdString());
+    return {static_cast<std::uint32_t>(line->baud), line->stopBits == host::StopBits::Two};
 }
 
 std::string openPty(simulator::Server& server, const std::string& link)
@@ -59,10 +70,10 @@ std::string listenTcp(simulator::Server& server, host::PortAddress address)
 /// Opens what was asked for, a pseudo-terminal when nothing was. Returns where that is.
 std::string openLines(simulator::Server& server, const SimulateOptions& options)
 {
-    const bool wantsPty = options.ptyLink || !options.tcp;
-    std::string places = wantsPty ? openPty(server, options.ptyLink.value_or("")) : "";
+    const bool hasPty = options.ptyLink || !options.tcp;
+    std::string places = hasPty ? openPty(server, options.ptyLink.value_or("")) : "";
     if (options.tcp)
-        places += (wantsPty ? " and " : "") + listenTcp(server, parseTcp(*options.tcp));
+        places += (hasPty ? " and " : "") + listenTcp(server, parseTcp(*options.tcp));
     return places;
 }
 
@@ -76,6 +87,8 @@ int simulate(const SimulateOptions& options)
     const StopSignal stop;
     bench::SimulatedController controller(options.protocol, options.controller,
                                           options.verbose ? printTraffic : simulator::TrafficLog());
+    if (!options.line.empty())
+        controller.server().requireLineForm(parseLine(options.line));
     const std::string places = openLines(controller.server(), options);
     controller.server().start();
     // One line that other programs wait for.
@@ -108,6 +121,12 @@ void addLineOptions(CLI::App& command, SimulateOptions& options)
                     "Reply at the pace of a serial line of this speed (default: at once)")
         ->check(between(SlowestBaud, FastestBaud))
         ->type_name("BAUD");
+    command
+        .add_option("-l,--line", options.line,
+                    "Be deaf to hosts that set the pseudo-terminal to another speed or other stop "
+                    "bits, so that scan can be tried; a pseudo-terminal keeps neither parity nor "
+                    "data bits, so these do not matter (default: any line)")
+        ->type_name("TEXT");
     command.add_flag("-v,--trace,--verbose", options.verbose, "Show the traffic on standard error");
 }
 
@@ -118,6 +137,8 @@ std::string footer()
 Examples:
   plcctl simulate --pty /tmp/plc --set DM100=12,2 --set T5=42
   plcctl read DM100 -c 2 -p /tmp/plc            in another terminal
+  plcctl simulate --pty /tmp/plc --line RS232,19200,EVEN,8,1
+  plcctl scan DM0 -p /tmp/plc                   in another terminal
   plcctl simulate --tcp 8501 --fault late=700ms:0.2 --seed 7 -v
   plcctl simulate --protocol modbusrtu --move HR5=sine:0..4000/1s --baud 9600
 

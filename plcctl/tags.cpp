@@ -8,6 +8,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
+
 namespace plcctl
 {
 
@@ -20,12 +22,18 @@ struct TagsOptions {
     Format format = Format::Table;
 };
 
+std::string numberText(double number)
+{
+    return QString::number(number, 'g', 10).toStdString();
+}
+
 std::string scaleText(const bench::Scale& scale)
 {
     if (scale.isPlain())
         return std::string();
-    return "x " + QString::number(scale.factor).toStdString() +
-           (scale.offset == 0 ? "" : " + " + QString::number(scale.offset).toStdString());
+    const std::string offset =
+        (scale.offset < 0 ? " - " : " + ") + numberText(std::fabs(scale.offset));
+    return "x " + numberText(scale.factor) + (scale.offset == 0 ? "" : offset);
 }
 
 std::string limitsText(const bench::Point& tag)
@@ -33,18 +41,49 @@ std::string limitsText(const bench::Point& tag)
     if (!tag.writable)
         return "read only";
     const auto text = [](const std::optional<double>& limit) {
-        return limit ? QString::number(*limit).toStdString() : std::string();
+        return limit ? numberText(*limit) : std::string();
     };
     return tag.min || tag.max ? text(tag.min) + ".." + text(tag.max) : std::string();
 }
 
-Table tableOf(const std::vector<bench::Point>& tags)
+/// For people: what belongs together in one column.
+Table shortTable(const std::vector<bench::Point>& tags)
 {
     Table table{{"name", "device", "type", "scale", "unit", "write", "comment"}, {}};
     for (const bench::Point& tag : tags)
         table.rows.push_back({tag.name, tag.device.name, bench::nameOf(tag.device.type),
                               scaleText(tag.scale), tag.unit, limitsText(tag), tag.comment});
     return table;
+}
+
+template <typename Number>
+Field fieldOf(const std::optional<Number>& number)
+{
+    return number ? Field(*number) : Field();
+}
+
+/// For programs: the columns of a tag file, with what was left out there.
+Table fullTable(const std::vector<bench::Point>& tags)
+{
+    Table table{{"name", "device", "type", "factor", "offset", "unit", "decimals", "writable",
+                 "min", "max", "comment"},
+                {}};
+    for (const bench::Point& tag : tags)
+        table.rows.push_back({tag.name, tag.device.name, bench::nameOf(tag.device.type),
+                              tag.scale.factor, tag.scale.offset, tag.unit, fieldOf(tag.decimals),
+                              std::string(tag.writable ? "yes" : "no"), fieldOf(tag.min),
+                              fieldOf(tag.max), tag.comment});
+    return table;
+}
+
+void print(const std::vector<bench::Point>& tags, Format format)
+{
+    if (format != Format::Json)
+        return printTable(format == Format::Table ? shortTable(tags) : fullTable(tags), format);
+    Json json = jsonOf(fullTable(tags));
+    for (std::size_t i = 0; i < tags.size(); ++i)
+        json[i]["writable"] = tags[i].writable;
+    printJsonArray(json);
 }
 
 /// All problems are told, each with its place.
@@ -54,7 +93,7 @@ int checkTags(const TagsOptions& options)
     const bench::TagFile file = bench::parseTags(bench::contentOf(options.file), driver.devices());
     for (const bench::TagProblem& problem : file.problems)
         note(options.file + ": " + bench::textOf(problem));
-    printTable(tableOf(file.tags), options.format);
+    print(file.tags, options.format);
     return file.problems.empty() ? Success : bench::exitStatus(bench::FailureKind::WrongUsage);
 }
 
@@ -71,7 +110,8 @@ void addTagsCommand(CLI::App& app, int& status)
     command->footer(
         R"(The first row names the columns: name and device, and where wanted type, factor,
 offset, unit, decimals, writable, min, max and comment. What a person reads is
-the controller's number times the factor, plus the offset.
+the controller's number times the factor, plus the offset. In a column writable
+an empty cell says no; without the column all is writable that its area lets.
 
   name,device,type,factor,unit,min,max
   boiler.temp,DM100,int,0.1,°C,,

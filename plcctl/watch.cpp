@@ -190,6 +190,26 @@ int watch(const WatchOptions& options)
     return status;
 }
 
+void addRoundOptions(CLI::App& command, WatchOptions& options)
+{
+    command
+        .add_option_function<std::string>(
+            "-i,--interval",
+            [&options](const std::string& text) {
+                options.intervalMs = parseDurationMs("--interval", text);
+            },
+            "Time from one round to the next, such as 500ms or 2s (default: 500ms)")
+        ->type_name("TIME");
+    CLI::Option* const live = command.add_flag(
+        "--live", options.live, "Show a table that stays in place and takes keys (? lists them)");
+    command.add_option("-n,--rounds", options.rounds, "Rounds before it ends (default: no end)")
+        ->check(between(1, MaxRounds))
+        ->excludes(live)
+        ->type_name("N");
+    addStyleOptions(command, options.style);
+    live->excludes(command.get_option("--format"));
+}
+
 } // namespace
 
 void addWatchCommand(CLI::App& app, int& status)
@@ -199,22 +219,7 @@ void addWatchCommand(CLI::App& app, int& status)
     const auto options = std::make_shared<WatchOptions>();
     addDevicesArgument(*command, options->devices);
     addCountOption(*command, options->count);
-    command
-        ->add_option_function<std::string>(
-            "-i,--interval",
-            [options](const std::string& text) {
-                options->intervalMs = parseDurationMs("--interval", text);
-            },
-            "Time from one round to the next, such as 500ms or 2s (default: 500ms)")
-        ->type_name("TIME");
-    CLI::Option* const live = command->add_flag(
-        "--live", options->live, "Show a table that stays in place and takes keys (? lists them)");
-    command->add_option("-n,--rounds", options->rounds, "Rounds before it ends (default: no end)")
-        ->check(between(1, MaxRounds))
-        ->excludes(live)
-        ->type_name("N");
-    addStyleOptions(*command, options->style);
-    live->excludes(command->get_option("--format"));
+    addRoundOptions(*command, *options);
     addBenchOptions(*command, options->bench);
     command->footer(
         R"(The first round prints every value. A failure is told once, and once more when

@@ -4,7 +4,7 @@
 #include "commands.h"
 #include "report.h"
 
-#include "bench/files.h"
+#include "bench/file.h"
 #include "bench/recipe.h"
 
 #include <CLI/CLI.hpp>
@@ -36,7 +36,7 @@ bench::Recipe recipeFor(const WriteOptions& options, const bench::Names& names)
     if (options.from.empty())
         return bench::recipeOf(options.device, options.values, names);
     if (options.from == "-")
-        return bench::recipeFromText("standard input", bench::contentOfStandardInput(), names);
+        return bench::recipeFromText("standard input", bench::contentOf("/dev/stdin"), names);
     return bench::recipeFromText(options.from, bench::contentOf(options.from), names);
 }
 

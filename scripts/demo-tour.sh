@@ -63,8 +63,10 @@ END
     show "plcctl read DM100 -p ./plc     # repeats the request by itself" <<'END'
 DM100  300
 END
-    echo "Next:"
-    printf '  %s\n' "$Shown watch DM100 MR500 -n 9" "$Shown --help" "$Demo --tour"
+    echo "Next, with $Shown:"
+    printf '  plcctl %-31s plcctl %s\n' "watch DM100 MR500 --live" "scan DM0 -p /dev/ttyUSB0" \
+        "explain read DM0 -c 5000" "dump DM0..DM99"
+    echo "  $Demo --tour"
 }
 
 # Everything else. Commands are run in a directory of their own, so that names stay short.
@@ -171,8 +173,8 @@ INSERT INTO LINK VALUES (3, 1001), (4, 2000);
 INSERT INTO NODE VALUES (3, 1, 1, NULL, NULL), (4, 7, 1, '192.168.0.10', 8501);
 END
     show "plcctl links --project panel" <<'END'
-COM2      1001     3     1
-ETHERNET  2000     4     7        192.168.0.10  8501
+COM2         1001     3        1
+ETHERNET     2000     4        7  192.168.0.10    8501
 END
     show "plcctl read DM100 -p ./kv --project panel" <<'END'
 COM2 is link 3 of the project, station 1

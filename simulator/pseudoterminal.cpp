@@ -143,16 +143,41 @@ bool PseudoTerminal::makeLink(const std::string& link, std::string& why)
 
 void PseudoTerminal::welcomeHosts()
 {
+    const uint32_t last = lastHostEvent();
+    if (last == 0)
+        return;
+    // Opened, too: since the last host left a late reply may have come.
+    tcflush(m_slave.get(), TCIFLUSH);
+    // What was changed before this second look is not that of a host which has come since the
+    // first.
+    if ((last & IN_CLOSE) != 0 && isChanged() && (lastHostEvent() & IN_OPEN) == 0)
+        resetSettings();
+}
+
+/// The latest event that waits, 0 for none; all of them are taken.
+uint32_t PseudoTerminal::lastHostEvent()
+{
     alignas(inotify_event) std::array<char, 4096> bytes;
     const ssize_t size = read(m_hostEvents.get(), bytes.data(), bytes.size());
+    uint32_t last = 0;
     for (ssize_t place = 0; place < size;) {
         const auto* const event = reinterpret_cast<const inotify_event*>(bytes.data() + place);
-        // Opened, too: since the last host left a late reply may have come.
-        tcflush(m_slave.get(), TCIFLUSH);
-        if (event->mask & IN_CLOSE)
-            resetSettings();
+        last = event->mask;
         place += static_cast<ssize_t>(sizeof *event + event->len);
     }
+    return last;
+}
+
+/// Whether a host has left the terminal otherwise than it found it.
+bool PseudoTerminal::isChanged() const
+{
+    int isExclusive = 0;
+    termios settings = {};
+    ioctl(m_slave.get(), TIOCGEXCL, &isExclusive);
+    tcgetattr(m_slave.get(), &settings);
+    return isExclusive != 0 || settings.c_cflag != m_settings.c_cflag ||
+           settings.c_iflag != m_settings.c_iflag || settings.c_oflag != m_settings.c_oflag ||
+           settings.c_lflag != m_settings.c_lflag;
 }
 
 /// A host that was killed has neither restored the settings nor given up its claim to the device.

@@ -5,6 +5,7 @@
 
 #include "simulator/ownedfd.h"
 
+#include <cstdint>
 #include <string>
 #include <termios.h>
 
@@ -46,6 +47,8 @@ public:
 
 private:
     bool makeLink(const std::string& link, std::string& why);
+    uint32_t lastHostEvent();
+    bool isChanged() const;
     void resetSettings();
 
     OwnedFd m_master;

@@ -249,7 +249,14 @@ void Server::receive(Line& line)
         line.gone = count == 0 || !isTransient(errno);
         return;
     }
-    line.channel.receive({bytes.data(), static_cast<size_t>(count)}, currentTime());
+    if (understands(line))
+        line.channel.receive({bytes.data(), static_cast<size_t>(count)}, currentTime());
+}
+
+bool Server::understands(const Line& line) const
+{
+    return line.kind != LineKind::Pty || !m_lineForm ||
+           lineFormOf(m_pty.descriptor()) == *m_lineForm;
 }
 
 void Server::send(Line& line)

@@ -5,11 +5,13 @@
 
 #include "simulator/channel.h"
 #include "simulator/faults.h"
+#include "simulator/lineform.h"
 #include "simulator/ownedfd.h"
 #include "simulator/pseudoterminal.h"
 
 #include <cstdint>
 #include <list>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -46,6 +48,10 @@ public:
     /// Creates a pseudo-terminal, with a link to it unless `link` is empty; at most once, and
     /// before run() or start(). PseudoTerminal::open() says when that fails.
     bool openPty(const std::string& link, std::string& why);
+
+    /// Lets the pseudo-terminal be deaf to hosts that set it to another speed or other stop bits.
+    /// To be called before run() or start(). Parity and data bits a pseudo-terminal does not keep.
+    void requireLineForm(const LineForm& form) { m_lineForm = form; }
 
     /// Listens on a local address, such as "127.0.0.1"; at most once, and before run() or start().
     /// Port 0 takes any free one. On failure returns false and says why in a sentence.
@@ -88,6 +94,7 @@ private:
     void accept();
     void serve(Line& line, short events);
     void receive(Line& line);
+    bool understands(const Line& line) const;
     void send(Line& line);
 
     Controller& m_controller;
@@ -96,6 +103,7 @@ private:
     uint32_t m_baud;
     OwnedFd m_wakeUp; ///< readable once stop() was called
     PseudoTerminal m_pty;
+    std::optional<LineForm> m_lineForm; ///< that the pseudo-terminal understands; nothing for all
     OwnedFd m_listener;
     std::list<Line> m_lines;
     uint16_t m_tcpPort = 0;

@@ -144,15 +144,11 @@ private:
     QJsonObject m_object;
 };
 
-void refuseUnknownKeys(const Fields& fields)
+const QStringList& areaKeys()
 {
-    static const QStringList Known = {"letters", "name",  "numbers", "digits", "holds", "type",
-                                      "read",    "write", "first",   "last",   "block", "note"};
-    for (const QString& key : fields.keys()) {
-        if (!Known.contains(key))
-            fields.fail(QStringLiteral("\"%1\" is unknown; known are %2")
-                            .arg(key, Known.join(QLatin1String(", "))));
-    }
+    static const QStringList Keys = {"letters", "name",  "numbers", "digits", "holds", "type",
+                                     "read",    "write", "first",   "last",   "block", "note"};
+    return Keys;
 }
 
 std::string lettersIn(const Fields& fields)
@@ -180,7 +176,6 @@ Widths widthsIn(const Fields& fields, const char* key, Holds holds)
 
 DeviceArea areaFrom(const Fields& fields)
 {
-    refuseUnknownKeys(fields);
     DeviceArea area;
     area.letters = lettersIn(fields);
     area.name = fields.text("name");
@@ -203,7 +198,8 @@ DeviceArea areaFrom(const Fields& fields)
     return area;
 }
 
-std::vector<DeviceArea> areasIn(const Fields& description)
+/// unknownKeys  receives those of all rows, such as "devices[1] reads"
+std::vector<DeviceArea> areasIn(const Fields& description, std::vector<std::string>& unknownKeys)
 {
     std::vector<DeviceArea> areas;
     for (const QJsonValue& row : description.list("devices")) {
@@ -215,6 +211,9 @@ std::vector<DeviceArea> areasIn(const Fields& description)
             fields.fail(
                 QStringLiteral("repeats the letters %1").arg(QString::fromStdString(area.letters)));
         areas.push_back(area);
+        for (const QString& key : fields.keys())
+            if (!areaKeys().contains(key))
+                unknownKeys.push_back((place + key).toStdString());
     }
     return areas;
 }
@@ -252,7 +251,7 @@ DriverDescription descriptionFrom(const Fields& fields)
     else if (fields.has("devices"))
         fields.fail(QStringLiteral("\"protocol\" is missing"));
     description.stationPrefix = stationsIn(fields);
-    description.areas = areasIn(fields);
+    description.areas = areasIn(fields, description.unknownKeys);
     description.errors = errorsIn(fields);
     return description;
 }
@@ -265,6 +264,11 @@ const DeviceArea* DriverDescription::area(const std::string& letters) const
         return area.letters == upper(letters);
     });
     return found == areas.end() ? nullptr : &*found;
+}
+
+std::string knownAreaKeys()
+{
+    return areaKeys().join(QLatin1String(", ")).toStdString();
 }
 
 DriverDataType deviceWidth(Holds holds)

@@ -18,8 +18,9 @@
 //     }
 //
 // All keys but "protocol" may be missing, and so may the whole description: such a driver has no
-// areas, and its devices need explicit types. Keys beside these are left to the driver's author,
-// except in the rows of "devices", where an unknown key is an error.
+// areas, and its devices need explicit types. Keys beside these are left to the driver's author. In
+// the rows of "devices" they are ignored too, so that an older bench loads a newer driver, but a
+// key misspelt would go unnoticed: paneldriver-contract takes one for a failure.
 //
 //   protocol       the protocol spoken, by which a bench chooses a simulated controller
 //   stationPrefix  devices may be preceded by a station number and a colon, as in 2:HR100
@@ -105,10 +106,14 @@ struct DriverDescription {
     std::optional<StationRange> stationPrefix;
     std::vector<DeviceArea> areas; ///< in the driver's order
     std::map<int, std::string> errors;
+    std::vector<std::string> unknownKeys; ///< in the rows of areas, such as "devices[1] reads"
 
     /// The area of these letters, in any case; null when there is none.
     const DeviceArea* area(const std::string& letters) const;
 };
+
+/// The keys that a row of an area may have, separated by commas.
+std::string knownAreaKeys();
 
 /// The width of one device: DataBit, DataWord or DataDoubleWord.
 DriverDataType deviceWidth(Holds holds);

@@ -46,6 +46,23 @@ std::optional<PortAddress> refuse(QString* error, const QString& text, const cha
     return std::nullopt;
 }
 
+std::optional<quint16> portNumber(const QString& text, int lowest)
+{
+    bool isNumber = false;
+    const uint number = text.toUInt(&isNumber);
+    if (!isNumber || number < static_cast<uint>(lowest) || number > UINT16_MAX)
+        return std::nullopt;
+    return static_cast<quint16>(number);
+}
+
+/// "plc.local:8501"; no serial device is called so.
+bool isHostAndPort(const QString& text)
+{
+    const std::optional<HostAndPort> parts = hostAndPort(text);
+    return parts && !parts->port.isNull() && !text.contains(QLatin1Char('/')) &&
+           portNumber(parts->port, 1);
+}
+
 /// "192.168.0.10", "192.168.0.10:8501", "::1" or "[::1]:8501".
 bool isInternetAddress(const QString& text)
 {
@@ -54,15 +71,6 @@ bool isInternetAddress(const QString& text)
     const QByteArray host = (parts ? parts->host : text).toLatin1();
     return ::inet_pton(AF_INET, host.constData(), &address) == 1 ||
            ::inet_pton(AF_INET6, host.constData(), &address) == 1;
-}
-
-std::optional<quint16> portNumber(const QString& text, int lowest)
-{
-    bool isNumber = false;
-    const uint number = text.toUInt(&isNumber);
-    if (!isNumber || number < static_cast<uint>(lowest) || number > UINT16_MAX)
-        return std::nullopt;
-    return static_cast<quint16>(number);
 }
 
 std::optional<PortAddress> tcpAddress(const QString& text, QString* error)
@@ -88,7 +96,7 @@ std::optional<PortAddress> portAddressFromText(const QString& text, QString* err
         return tcpAddress(text, error);
     if (text.isEmpty())
         return refuse(error, text, "expected a serial device or tcp:HOST:PORT");
-    if (isInternetAddress(text)) {
+    if (isInternetAddress(text) || isHostAndPort(text)) {
         const bool isBareIpv6 = text.count(QLatin1Char(':')) > 1 && text[0] != QLatin1Char('[');
         *error = QStringLiteral("port \"%1\": type %2 for a controller at this address")
                      .arg(text, TcpPrefix + (isBareIpv6 ? QLatin1Char('[') + text + QLatin1Char(']')

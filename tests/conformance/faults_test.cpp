@@ -48,6 +48,7 @@ TEST(ContractProgram, NamesTheCheckThatFailed)
         {"", "libfaulty.so --word Q0", 1, "error \"invalid device address: Q0\""},
         {"nameless", "libfaulty.so --word D0", 1, "FAILED   is a plug-in that says who it is"},
         {"two lines", "libfaulty.so --word D0", 1, "FAILED   hands out sane defaults"},
+        {"", "libmisspelt.so", 1, "got:      devices[0] frist"},
         {"", "libfactoryless.so --word D0", 1, "FAILED   exports a factory of its own"},
         {"unknown width", "libfaulty.so --word D0", 1, "FAILED   leaves unknown widths alone"},
         {"gives up early", "libfaulty.so --word D0", 1,

@@ -115,6 +115,8 @@ class FaultyPlugin : public Faulty
     Q_OBJECT
     Q_PLUGIN_METADATA(IID DriverInterface_iid FILE "faulty.json")
 };
+#elif defined MISSPELT
+PANEL_DRIVER(Faulty, "misspelt.json")
 #else
 PANEL_DRIVER(Faulty, "faulty.json")
 #endif

@@ -69,6 +69,15 @@ TEST_F(LiveWatch, WritesThroughThePromptToTheMarkedLine)
                        "DM9,DM9,uint,3,\n");
 }
 
+TEST_F(LiveWatch, TellsOfAWriteThatIsRefused)
+{
+    start("DM7 --set DM7=1 --fault error=0@WRS");
+    terminal.press({"w", "5", "Enter"});
+    EXPECT_TRUE(terminal.shows("DM7 not written: Response During an Error:E0"))
+        << terminal.screen();
+    EXPECT_TRUE(terminal.shows("DM7         1")) << terminal.screen();
+}
+
 TEST_F(LiveWatch, PausesAndGoesOn)
 {
     SimulatedController controller("--set DM7=5");
@@ -134,6 +143,8 @@ TEST_F(LiveWatch, ShowsFailuresWhereTheyAre)
     start("DM7 CTC1:bool --fault error=1@RDS --retry 0");
     EXPECT_TRUE(terminal.shows("refused")) << terminal.screen();
     EXPECT_TRUE(terminal.shows("DM7: Response During an Error:E1")) << terminal.screen();
+    terminal.resize(20, 12);
+    EXPECT_TRUE(terminal.shows("refused")) << "there is no room for errors\n" << terminal.screen();
 }
 
 struct Ending {

@@ -92,7 +92,7 @@ TEST_F(ManPages, ShowExamplesAndRoffCharactersAsTheyAreTyped)
         {"plcctl-read.1", "DM100 and DM101\n"},
         {"plcctl-simulate.1", "FAULT[=VALUE][@COMMAND][#N][:SHARE]\n"},
         {"plcctl-write.1", "--verify"},
-        {"plcctl.1", "0 success, 1 the controller refused"},
+        {"plcctl.1", "EXIT STATUS\n       0 success, 1 the controller refused"},
         {"plcctl-tags.1", "plcctl-tags - check a tag file"},
     };
     for (const auto& row : rows) {
@@ -139,6 +139,8 @@ TEST(BashCompletion, KnowsWhatCanStandThere)
         {"FormatAfterEquals", "read --format=c", "csv"},
         {"Type", "read -t d", "dint dword"},
         {"Protocol", "simulate --protocol m", "modbusrtu"},
+        {"Action", "explain re", "read"},
+        {"AreaAfterAnAction", "explain read D", "DM"},
         {"Port", "read -p si", "sim"},
         {"NothingForANumber", "read -c ", ""},
         {"File", "read --tags " KV1000_DRIVER, KV1000_DRIVER},
