@@ -73,8 +73,8 @@ TEST(Snapshot, OfAControllerIsRestoredToIt)
         const char* out;
         const char* error; ///< a part of standard error
     } rows[] = {
-        {"Table", "diff", 6, "device      left  right\nDM1:uint    8     9\nMR502:bool  1     0\n",
-         ""},
+        {"Table", "diff", 6,
+         "device      left  right\nDM1:uint       8      9\nMR502:bool     1      0\n", ""},
         {"Csv", "diff -f csv", 6, "device,left,right\nDM1:uint,8,9\nMR502:bool,1,0\n", ""},
         {"Question", "restore", 2, "", "Give --yes"},
         {"DryRun", "restore --dry-run", 0, "DM1:uint    9 -> 8\nMR502:bool  0 -> 1\n",
