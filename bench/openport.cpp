@@ -64,12 +64,18 @@ host::ExchangeSettings exchangeSettings(const PortOptions& options, const Driver
     return exchange;
 }
 
-host::PortAddress portAddress(const std::string& port)
+host::PortAddress portAddress(const std::string& port, const Driver& driver)
 {
     QString error;
-    const auto address = host::portAddressFromText(QString::fromStdString(port), &error);
+    auto address = host::portAddressFromText(QString::fromStdString(port), &error);
     if (!address)
         throw wrongUsage("--port: " + error.toStdString());
+    if (address->kind == host::PortAddress::Kind::Tcp && address->tcpPort == 0) {
+        if (!driver.description().tcpPort)
+            throw wrongUsage("--port: " + port + " has no port number, and the driver knows none",
+                             "Type " + port + ":PORT.");
+        address->tcpPort = *driver.description().tcpPort;
+    }
     return *address;
 }
 
@@ -83,7 +89,7 @@ OpenPort::OpenPort(const PortOptions& options, const Driver& driver)
     } else {
         refuseControllerOptions(options.controller);
     }
-    const host::PortAddress address = portAddress(place);
+    const host::PortAddress address = portAddress(place, driver);
     m_port = host::makePort(address, line, exchangeSettings(options, driver));
     if (!m_port->open())
         throw Failure(FailureKind::CannotOpen, lastFailure().text, portAdvice(address));

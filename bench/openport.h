@@ -50,7 +50,7 @@ struct PortOptions {
 
 host::LineSettings lineSettings(const PortOptions& options, const Driver& driver);
 host::ExchangeSettings exchangeSettings(const PortOptions& options, const Driver& driver);
-host::PortAddress portAddress(const std::string& port);
+host::PortAddress portAddress(const std::string& port, const Driver& driver);
 
 class OpenPort
 {

@@ -168,12 +168,12 @@ private:
     bool m_wasOpen = false;
 };
 
-void refuseOtherLines(const PortOptions& port)
+void refuseOtherLines(const PortOptions& port, const Driver& driver)
 {
     if (port.isSimulated())
         throw wrongUsage("there is no line to find: the simulated controller is in this program",
                          "Name the serial port of a real one with --port.");
-    if (portAddress(port.port).kind == host::PortAddress::Kind::Tcp)
+    if (portAddress(port.port, driver).kind == host::PortAddress::Kind::Tcp)
         throw wrongUsage(port.port + " is a network address, which has no speed or parity to find",
                          "If it does not answer, check address, port and cable with plcctl read.");
 }
@@ -254,7 +254,7 @@ std::vector<FoundLine> scan(const std::vector<LineSettings>& lines, const ScanOp
 Probe probeOf(Driver& driver, const TypedDevice& device, const PortOptions& port,
               std::function<void(OpenPort*)> opened)
 {
-    refuseOtherLines(port);
+    refuseOtherLines(port, driver);
     const auto probe = std::make_shared<SerialProbe>(driver, device, port, std::move(opened));
     return [probe](const LineSettings& line) { return probe->read(line); };
 }

@@ -23,7 +23,6 @@ void checkAddress(const QString& text)
     require(!address->place.isEmpty(), "an address leads somewhere");
     const bool isTcp = address->kind == PortAddress::Kind::Tcp;
     require(isTcp == text.startsWith("tcp:", Qt::CaseInsensitive), "what begins with tcp: is TCP");
-    require(!isTcp || address->tcpPort != 0, "port 0 leads nowhere");
     const auto again = host::portAddressFromText(host::textOf(*address), &error);
     require(again && again->kind == address->kind && again->place == address->place &&
                 again->tcpPort == address->tcpPort,

@@ -26,25 +26,32 @@ using bench::FailureKind;
 /// Where the driver lies, seen from this program: in the build tree, and installed.
 const char* const DriverPlaces[] = {PLCCTL_BUILT_DRIVER, PLCCTL_INSTALLED_DRIVER};
 
-bool isTcp(const bench::PortOptions& port)
+/// Where a TCP port leads; nothing for a serial line and the simulated controller.
+std::optional<host::PortAddress> tcpAddress(const bench::PortOptions& port,
+                                            const bench::Driver& driver)
 {
-    return !port.isSimulated() &&
-           bench::portAddress(port.port).kind == host::PortAddress::Kind::Tcp;
+    if (port.isSimulated())
+        return std::nullopt;
+    const host::PortAddress address = bench::portAddress(port.port, driver);
+    if (address.kind != host::PortAddress::Kind::Tcp)
+        return std::nullopt;
+    return address;
 }
 
 /// Finds the port in the project and names it in its setting.
-LinkIdStationId linkInProject(const BenchOptions& options, DeviceSetting& setting)
+LinkIdStationId linkInProject(const BenchOptions& options, const bench::Driver& driver,
+                              DeviceSetting& setting)
 {
     const Project project(options.project);
-    if (isTcp(options.port))
+    const auto address = tcpAddress(options.port, driver);
+    if (address)
         setting.string = QStringLiteral("ETHERNET");
     if (!options.portName.empty())
         setting.string = QString::fromStdString(options.portName);
-    if (!isTcp(options.port))
+    if (!address)
         return project.linkOn(setting.string);
-    const host::PortAddress address = bench::portAddress(options.port.port);
-    setting.socketList = {{address.place, address.tcpPort}};
-    return project.linkOn(setting.string, address.place, address.tcpPort);
+    setting.socketList = {{address->place, address->tcpPort}};
+    return project.linkOn(setting.string, address->place, address->tcpPort);
 }
 
 void printTrace(const std::string& line)
@@ -140,7 +147,7 @@ bool Bench::waitForStop(std::chrono::microseconds time) const
 void Bench::tellDriverOfProject()
 {
     const std::unique_ptr<DeviceSetting> setting(m_driver.object().getDefaultSerialDeviceSetting());
-    const LinkIdStationId link = linkInProject(m_options, *setting);
+    const LinkIdStationId link = linkInProject(m_options, m_driver, *setting);
     setting->linkID = link.linkId;
     setting->auxValue = link.stationId;
     if (!m_driver.object().deviceSettingChanged(setting.get()))

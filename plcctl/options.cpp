@@ -134,10 +134,11 @@ void addLineOption(CLI::App& command, bench::PortOptions& options)
 void addPortOptions(CLI::App& command, BenchOptions& options)
 {
     command
-        .add_option("-p,--port", options.port.port,
-                    "A serial device such as /dev/ttyUSB0; or tcp:HOST[:PORT], port 8501 if "
-                    "omitted; or sim, a simulated controller inside this program that ends with "
-                    "it (default: sim)")
+        .add_option(
+            "-p,--port", options.port.port,
+            "A serial device such as /dev/ttyUSB0; or tcp:HOST[:PORT], the driver's usual "
+            "port if omitted; or sim, a simulated controller inside this program that ends with "
+            "it (default: sim)")
         ->type_name("PORT")
         ->group(LineGroup);
     addLineOption(command, options.port);

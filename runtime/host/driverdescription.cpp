@@ -243,6 +243,14 @@ std::optional<StationRange> stationsIn(const Fields& description)
     return StationRange{number("first"), number("last")};
 }
 
+std::optional<std::uint16_t> tcpPortIn(const Fields& description)
+{
+    const auto port = description.optionalNumber("tcpPort");
+    if (port && (*port == 0 || *port > UINT16_MAX))
+        description.refuse("tcpPort", QStringLiteral("a port number, 1 to 65535"));
+    return port;
+}
+
 DriverDescription descriptionFrom(const Fields& fields)
 {
     DriverDescription description;
@@ -250,6 +258,7 @@ DriverDescription descriptionFrom(const Fields& fields)
         description.protocol = fields.text("protocol");
     else if (fields.has("devices"))
         fields.fail(QStringLiteral("\"protocol\" is missing"));
+    description.tcpPort = tcpPortIn(fields);
     description.stationPrefix = stationsIn(fields);
     description.areas = areasIn(fields, description.unknownKeys);
     description.errors = errorsIn(fields);

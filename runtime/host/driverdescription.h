@@ -7,6 +7,7 @@
 //
 //     {
 //         "protocol": "myprotocol",
+//         "tcpPort": 8501,
 //         "stationPrefix": {"first": 1, "last": 247},
 //         "devices": [
 //             {"letters": "DM", "name": "data memory", "numbers": "decimal", "digits": 5,
@@ -23,6 +24,7 @@
 // key misspelt would go unnoticed: paneldriver-contract takes one for a failure.
 //
 //   protocol       the protocol spoken, by which a bench chooses a simulated controller
+//   tcpPort        the port at which such controllers usually listen for TCP connections
 //   stationPrefix  devices may be preceded by a station number and a colon, as in 2:HR100
 //   errors         what the number in an error reply of the controller means
 //   devices        the device areas; two areas never share their letters
@@ -103,6 +105,7 @@ struct StationRange {
 
 struct DriverDescription {
     std::string protocol; ///< empty when the driver says nothing
+    std::optional<std::uint16_t> tcpPort;
     std::optional<StationRange> stationPrefix;
     std::vector<DeviceArea> areas; ///< in the driver's order
     std::map<int, std::string> errors;

@@ -81,7 +81,7 @@ std::optional<PortAddress> tcpAddress(const QString& text, QString* error)
     if (parts->host.isEmpty())
         return refuse(error, text, "the host is missing, as in tcp:192.168.0.10:8501");
     if (parts->port.isNull())
-        return PortAddress{PortAddress::Kind::Tcp, parts->host, PortAddress::DefaultTcpPort};
+        return PortAddress{PortAddress::Kind::Tcp, parts->host, 0};
     const std::optional<quint16> port = portNumber(parts->port, 1);
     if (!port)
         return refuse(error, text, "the port number is not one from 1 to 65535");
@@ -103,7 +103,7 @@ std::optional<PortAddress> portAddressFromText(const QString& text, QString* err
                                                         : text));
         return std::nullopt;
     }
-    return PortAddress{PortAddress::Kind::Serial, text, PortAddress::DefaultTcpPort};
+    return PortAddress{PortAddress::Kind::Serial, text, 0};
 }
 
 std::optional<PortAddress> listenAddressFromText(const QString& text, QString* error)
@@ -133,7 +133,9 @@ QString textOf(const PortAddress& address)
     const QString host = address.place.contains(QLatin1Char(':'))
                              ? QLatin1Char('[') + address.place + QLatin1Char(']')
                              : address.place;
-    return TcpPrefix + host + QLatin1Char(':') + QString::number(address.tcpPort);
+    const QString port =
+        address.tcpPort == 0 ? QString() : QLatin1Char(':') + QString::number(address.tcpPort);
+    return TcpPrefix + host + port;
 }
 
 } // namespace host

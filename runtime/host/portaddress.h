@@ -12,11 +12,9 @@ namespace host
 struct PortAddress {
     enum class Kind { Serial, Tcp };
 
-    static constexpr quint16 DefaultTcpPort = 8501;
-
     Kind kind = Kind::Serial;
-    QString place;                    ///< path of a serial device, or host without brackets
-    quint16 tcpPort = DefaultTcpPort; ///< meaningless for a serial line
+    QString place;       ///< path of a serial device, or host without brackets
+    quint16 tcpPort = 0; ///< 0 for a serial line, and where a text names none
 };
 
 /// Reads "/dev/ttyUSB0", "tcp:HOST" or "tcp:HOST:PORT"; an IPv6 address stands in brackets.

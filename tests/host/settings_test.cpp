@@ -84,7 +84,7 @@ TEST(PortText, IsAnAddressOrARefusal)
     } rows[] = {
         {"/dev/ttyUSB0", PortAddress{Kind::Serial, "/dev/ttyUSB0", 0}, ""},
         {"tcp:192.168.0.10:8502", PortAddress{Kind::Tcp, "192.168.0.10", 8502}, ""},
-        {"TCP:plc-7", PortAddress{Kind::Tcp, "plc-7", 8501}, ""},
+        {"TCP:plc-7", PortAddress{Kind::Tcp, "plc-7", 0}, ""},
         {"tcp:[::1]:65535", PortAddress{Kind::Tcp, "::1", 65535}, ""},
         {"", {}, "port \"\": expected a serial device or tcp:HOST:PORT"},
         {"tcp::8501", {}, "port \"tcp::8501\": the host is missing, as in tcp:192.168.0.10:8501"},
@@ -113,7 +113,7 @@ TEST(ListenText, IsAnAddressOrARefusal)
     } rows[] = {
         {"8501", "tcp:127.0.0.1:8501", ""},
         {"0.0.0.0:65535", "tcp:0.0.0.0:65535", ""},
-        {"[::1]:0", "tcp:[::1]:0", ""},
+        {"[::1]:0", "tcp:[::1]", ""},
         {"::1:0", nullptr, "port \"::1:0\": an IPv6 address stands in brackets, as in [::1]:8501"},
         {":8501", nullptr, "port \":8501\": the address is missing, as in 0.0.0.0:8501"},
         {"[::1]", nullptr, "port \"[::1]\": the port number is not one from 0 to 65535"},
