@@ -84,7 +84,8 @@ void printTraffic(const std::string& line)
 
 int simulate(const SimulateOptions& options)
 {
-    const StopSignal stop;
+    // The link must be gone in the end.
+    const StopSignal stop(StopSignal::Second::IsIgnored);
     bench::SimulatedController controller(options.protocol, options.controller,
                                           options.verbose ? printTraffic : simulator::TrafficLog());
     if (!options.line.empty())

@@ -40,13 +40,13 @@ void noteSignal(int signal)
 
 } // namespace
 
-StopSignal::StopSignal()
+StopSignal::StopSignal(Second second)
 {
     if (pipe2(stopPipe, O_CLOEXEC | O_NONBLOCK) != 0)
         throw std::system_error(errno, std::generic_category(), "pipe");
     struct sigaction action = {};
     action.sa_handler = noteSignal;
-    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    action.sa_flags = SA_RESTART | (second == Second::Ends ? static_cast<int>(SA_RESETHAND) : 0);
     for (const int signal : StopSignals)
         sigaction(signal, &action, nullptr);
 }

@@ -11,13 +11,17 @@ class OpenPort;
 namespace plcctl
 {
 
-/// At most one at a time. A second signal ends the program at once, should the first not be heard.
+/// At most one at a time.
 class StopSignal
 {
 public:
     static constexpr int Forever = -1;
 
-    StopSignal();
+    /// What a second signal does: end the program at once, should the first not be heard, or
+    /// nothing, where the way out is short and must not be cut off.
+    enum class Second { Ends, IsIgnored };
+
+    explicit StopSignal(Second second = Second::Ends);
     ~StopSignal();
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
