@@ -33,9 +33,9 @@ TEST(TagFile, IsReadAsSpreadsheetsWriteIt)
           "pumpe MR500:bool *1.00 +0.00  .- w - - ",
           "rezept DM30:string8 *1.00 +0.00  .- r - - Müsli"}},
         {TABLES "/libreoffice.csv",
-         {"boiler.temp DM20:real *1.00 +0.00  .- w - 120. supply, upper",
-          "boiler.level T5:udint *0.00 +0.00  .3 w - - ",
-          "boiler.flow T6:udint *0.00 +0.00  .3 w - - ",
+         {"boiler.temp DM20:real *1.00 +0.00  .- r - 120. supply; \"upper\"",
+          "boiler.level T5:udint *0.00 +0.00  .3 w - - two\nlines",
+          "boiler.flow T6:udint *0.00 +0.00  .9 w - - ",
           "boiler.text DM30:string8 *1.00 +0.00  .- w - - "}},
     };
     for (const auto& row : rows) {
