@@ -73,11 +73,22 @@ std::string failureList(const Summary& summary)
     return list;
 }
 
+/// "noReply" for "no reply", as the other keys are spelled.
+std::string keyOf(FailureKind kind)
+{
+    std::string key = nameOf(kind);
+    for (std::size_t blank; (blank = key.find(' ')) != key.npos;) {
+        key.erase(blank, 1);
+        key[blank] = static_cast<char>(std::toupper(static_cast<unsigned char>(key[blank])));
+    }
+    return key;
+}
+
 nlohmann::json byKind(const FailureCounts& counts)
 {
     nlohmann::json json = nlohmann::json::object();
     for (int kind = FirstFailureKind; kind <= LastFailureKind; ++kind)
-        json[nameOf(static_cast<FailureKind>(kind))] = counts[static_cast<std::size_t>(kind)];
+        json[keyOf(static_cast<FailureKind>(kind))] = counts[static_cast<std::size_t>(kind)];
     return json;
 }
 

@@ -117,15 +117,7 @@ void addCheckCommand(CLI::App& app, int& status)
             "Time before it ends, such as 60s or 5m (default: 10s)")
         ->excludes(count)
         ->type_name("TIME");
-    command
-        ->add_option_function<std::string>(
-            "-f,--format",
-            [options](const std::string& name) {
-                options->format = name == "json" ? Format::Json : Format::Table;
-            },
-            "table or json (default: table)")
-        ->check(oneOf({"table", "json"}))
-        ->type_name("FORMAT");
+    addFormatOption(*command, options->format, {"table", "json"});
     addBenchOptions(*command, options->bench);
     command->footer(
         R"(It prints failures, retries and latencies, whether the line can be trusted, and

@@ -9,6 +9,7 @@
 #include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
 #include "drivers/driversetting.h"
+#include "drivers/linecodes.h"
 
 #include <CLI/CLI.hpp>
 #include <QString>
@@ -28,21 +29,23 @@ struct InfoOptions {
     Format format = Format::Table;
 };
 
-/// By the codes of settings records; the runtime may know more.
-const char* const Parities[] = {"no", "odd", "even", "mark", "space"};
-const char* const StopBits[] = {"1", "1.5", "2"};
-constexpr double StopBitCounts[] = {1, 1.5, 2};
-
 bool isByChannel(const host::DeviceArea& area)
 {
     return area.numbering == host::Numbering::Channel;
 }
 
+/// The word for a code of settings records; the runtime may know more.
 template <std::size_t Count>
-std::string wordOf(const char* const (&words)[Count], int code)
+std::string codeText(const driverkit::LineCode (&codes)[Count], int code)
 {
-    return code >= 0 && code < int(Count) ? words[code]
-                                          : "unknown (code " + std::to_string(code) + ")";
+    const char* const word = driverkit::wordOf(codes, code);
+    return word ? QString::fromLatin1(word).toLower().toStdString()
+                : "unknown (code " + std::to_string(code) + ")";
+}
+
+std::string parityText(int code)
+{
+    return code == driverkit::NoParity ? "no" : codeText(driverkit::ParityCodes, code);
 }
 
 std::string portKinds(int flags)
@@ -63,9 +66,9 @@ std::string portKinds(int flags)
 std::string textOf(const DeviceSetting& setting)
 {
     return setting.string.toStdString() + ", " + std::to_string(setting.baudrate) + " baud, " +
-           std::to_string(setting.databits) + " data bits, " + wordOf(Parities, setting.parity) +
-           " parity, " + wordOf(StopBits, setting.stopbits) + " stop bit" +
-           (setting.stopbits == 0 ? "" : "s");
+           std::to_string(setting.databits) + " data bits, " + parityText(setting.parity) +
+           " parity, " + codeText(driverkit::StopBitsCodes, setting.stopbits) + " stop bit" +
+           (setting.stopbits == driverkit::OneStopBit ? "" : "s");
 }
 
 std::string textOf(const DriverSetting& setting)
@@ -163,7 +166,8 @@ std::vector<std::string> areasByChannel(const host::DriverDescription& descripti
 
 Json stopBitsJson(int code)
 {
-    return code >= 0 && code < int(std::size(StopBitCounts)) ? Json(StopBitCounts[code]) : Json();
+    const char* const count = driverkit::wordOf(driverkit::StopBitsCodes, code);
+    return count ? Json(QString::fromLatin1(count).toDouble()) : Json();
 }
 
 Json lineJson(const DeviceSetting& setting)
@@ -171,7 +175,7 @@ Json lineJson(const DeviceSetting& setting)
     return {{"port", setting.string.toStdString()},
             {"baud", setting.baudrate},
             {"dataBits", setting.databits},
-            {"parity", wordOf(Parities, setting.parity)},
+            {"parity", parityText(setting.parity)},
             {"stopBits", stopBitsJson(setting.stopbits)}};
 }
 
@@ -239,12 +243,14 @@ void printIdentity(const bench::Driver& driver)
     DriverInterface& object = driver.object();
     const std::unique_ptr<DeviceSetting> line(object.getDefaultSerialDeviceSetting());
     const std::unique_ptr<DriverSetting> exchange(object.getDefaultDriverSetting());
+    const auto tcpPort = driver.description().tcpPort;
+    const std::string usualPort = tcpPort ? "; TCP port " + std::to_string(*tcpPort) : "";
     printTable(
         {{"name", driver.name()},
          {{std::string("vendor"), object.vender().toStdString()},
           {std::string("version"), object.getVersionNumber().toStdString()},
           {std::string("interface"), std::string(DriverInterface_iid)},
-          {std::string("ports"), portKinds(object.supportedCommunicationFlags())},
+          {std::string("ports"), portKinds(object.supportedCommunicationFlags()) + usualPort},
           {std::string("one request"),
            "at most " + std::to_string(object.getBlockAccessSize()) + " values, " +
                std::to_string(object.getBitBlockAccessSize()) + " bits"},
@@ -272,6 +278,7 @@ Json infoJson(const bench::Driver& driver)
             {"line", lineJson(*line)},
             {"exchange", exchangeJson(*exchange)},
             {"protocol", description.protocol},
+            {"tcpPort", description.tcpPort ? Json(*description.tcpPort) : Json()},
             {"stations", stationsJson(description)},
             {"areas", areasJson(description)},
             {"errors", errorsJson(description)}};

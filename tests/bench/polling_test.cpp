@@ -128,8 +128,8 @@ TEST(Statistics, AddUp)
                                   "latency p50 855 µs, p95 1.30 s, p99 1.30 s, max 1.30 s",
                                   "4 rounds, one every 850 ms (wanted 500 ms, longest 1.20 s)"}));
     const auto json = toJson(summary);
-    EXPECT_EQ(json["failures"]["no reply"], 2);
-    EXPECT_EQ(json["failedAttempts"]["no reply"], 4);
+    EXPECT_EQ(json["failures"]["noReply"], 2);
+    EXPECT_EQ(json["failedAttempts"]["noReply"], 4);
     EXPECT_EQ(json["latencyMs"]["max"], 1300.0);
     EXPECT_EQ(json["intervalMs"]["achieved"], 850.0);
     statistics.addRound(now + hours(1) + milliseconds(500), milliseconds(200));

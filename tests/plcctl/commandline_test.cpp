@@ -139,6 +139,8 @@ TEST(Outcome, OfMisuse)
         {"HalfADevice", "write DM 5 -p /nowhere/tty", 2, "", "Type DM0, for example."},
         {"NoSuchRelay", "read MR516 -p /nowhere/tty", 2, "", "a bit, 00 to 15"},
         {"UnknownArea", "read DN7 -p /nowhere/tty", 2, "", "There are DM, EM,"},
+        {"NoUsualTcpPort", "read HR7 -p tcp:127.0.0.1 --driver " MODBUS_DRIVER, 2, "",
+         "has no port number"},
         {"DeviceOfAnotherDriver", "read DM7 --driver " MODBUS_DRIVER, 2, "", "There are HR, C."},
         {"UnknownLine", "read DM7 -l RS232,9600 -p /nowhere/tty", 2, "", "--line: "},
         {"UnknownTcpPort", "read DM7 -p tcp:localhost:70000", 2, "", "--port: "},
@@ -401,7 +403,7 @@ TEST(Watch, TellsOfAFlappingLineWithAdviceOnce)
     EXPECT_EQ(countOf("interval", run.err), 1) << "0 cannot be missed\n" << run.err;
 
     const Json summary = Json::parse(run.err.substr(run.err.find("\n{")));
-    EXPECT_EQ(summary.at("failures").at("no reply"), 2);
+    EXPECT_EQ(summary.at("failures").at("noReply"), 2);
     EXPECT_EQ(summary.at("rounds"), 40);
 }
 
