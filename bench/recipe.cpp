@@ -1,5 +1,7 @@
 #include "bench/recipe.h"
 
+#include "bench/nearest.h"
+
 #include <algorithm>
 #include <sstream>
 
@@ -10,11 +12,6 @@ namespace
 {
 
 const char* const Blanks = " \t\r";
-
-std::string counted(std::size_t count, const std::string& thing)
-{
-    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
-}
 
 std::string trimmed(const std::string& text)
 {

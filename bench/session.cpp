@@ -130,7 +130,7 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
     if (failure)
         record.failure = failure->kind();
     // Not every driver asks for retries.
-    if (failure && record.failedAttempts == FailureCounts())
+    if (failure && sumOf(record.failedAttempts) == 0)
         record.failedAttempts[std::size_t(failure->kind())] = 1;
     if (onRequest)
         onRequest(record);

@@ -56,11 +56,6 @@ double milliseconds(Duration duration)
     return static_cast<double>(duration.count()) / 1000;
 }
 
-std::uint64_t sumOf(const FailureCounts& counts)
-{
-    return std::accumulate(counts.begin(), counts.end(), std::uint64_t(0));
-}
-
 std::string failureList(const Summary& summary)
 {
     std::string list;
@@ -122,6 +117,11 @@ Duration LatencyHistogram::quantile(double share) const
             return std::min(m_max, Duration(longestIn(bucket)));
     }
     return m_max;
+}
+
+std::uint64_t sumOf(const FailureCounts& counts)
+{
+    return std::accumulate(counts.begin(), counts.end(), std::uint64_t(0));
 }
 
 std::uint64_t RequestRecord::retries() const

@@ -20,6 +20,8 @@ namespace bench
 /// Numbers by FailureKind; 0 is unused.
 using FailureCounts = std::array<std::uint64_t, LastFailureKind + 1>;
 
+std::uint64_t sumOf(const FailureCounts& counts);
+
 /// What became of one request of the driver.
 struct RequestRecord {
     std::chrono::microseconds took{0};

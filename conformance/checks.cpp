@@ -271,7 +271,7 @@ void Checks::servesWhatItDeclares()
 
 void Checks::leavesUnknownWidthsAlone()
 {
-    for (Request request : {m_requests.front(), m_requests.back()}) {
+    for (const Request& request : {m_requests.front(), m_requests.back()}) {
         for (int dataType : {-1, 7, 99, INT_MIN, INT_MAX}) {
             m_report.at(request.name() + " with the code " + std::to_string(dataType));
             NotingPort dead(silence, 3);

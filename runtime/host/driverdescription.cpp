@@ -163,7 +163,7 @@ std::string lettersIn(const Fields& fields)
 Widths widthsIn(const Fields& fields, const char* key, Holds holds)
 {
     Widths found;
-    for (const QJsonValue& width : fields.list(key))
+    for (const auto& width : fields.list(key))
         found.add(fields.oneOf(key, width, widths));
     const bool hasValues = found.has(DataByte) || found.has(DataWord) || found.has(DataDoubleWord);
     if (hasValues && holds == Holds::Bit)
@@ -202,7 +202,7 @@ DeviceArea areaFrom(const Fields& fields)
 std::vector<DeviceArea> areasIn(const Fields& description, std::vector<std::string>& unknownKeys)
 {
     std::vector<DeviceArea> areas;
-    for (const QJsonValue& row : description.list("devices")) {
+    for (const auto& row : description.list("devices")) {
         const QString place = QStringLiteral("devices[%1] ").arg(areas.size());
         const Fields fields(place, row.toObject());
         const DeviceArea area = areaFrom(fields);
