@@ -41,9 +41,7 @@ std::uint64_t lossesAmong(const FailureCounts& counts)
 
 double lostShareOf(const Summary& summary)
 {
-    std::uint64_t attempts = summary.succeeded();
-    for (const std::uint64_t failed : summary.failedAttempts)
-        attempts += failed;
+    const std::uint64_t attempts = summary.succeeded() + sumOf(summary.failedAttempts);
     return attempts == 0 ? 0 : double(lossesAmong(summary.failedAttempts)) / double(attempts);
 }
 
