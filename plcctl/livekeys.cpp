@@ -79,8 +79,8 @@ const Binding TableKeys[] = {
     {Key::None, "+=", readFaster, "+ and -               read faster, slower"},
     {Key::None, "-", readSlower, nullptr},
     {Key::None, "s", sortNext, "s                     sort: by name, by last change, as given"},
-    {Key::None, "?", [](LiveView& view, WatchThread&) { view.showsHelp = true; },
-     "?                     this help"},
+    {Key::None, "?h", [](LiveView& view, WatchThread&) { view.showsHelp = true; },
+     "? or h                this help"},
     {Key::None, "q", [](LiveView& view, WatchThread&) { view.quits = true; },
      "q                     quit; a summary follows"},
 };

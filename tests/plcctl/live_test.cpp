@@ -46,8 +46,12 @@ TEST_F(LiveWatch, ShowsPointsWithTheirLastValues)
     start("DM0..DM3 MR0 --move DM3=ramp:0..1000/2s --move MR0=toggle:0..1/1s");
     for (const char* text : {"▇█", "█▁", "requests/s", "latency p50", " failed", "DM2"})
         EXPECT_TRUE(terminal.shows(text)) << text << terminal.screen();
-    terminal.press({"?"});
-    EXPECT_TRUE(terminal.shows("Any key closes this")) << terminal.screen();
+    for (const char* key : {"?", "h"}) {
+        terminal.press({key});
+        EXPECT_TRUE(terminal.shows("Any key closes this")) << key << terminal.screen();
+        terminal.press({"x"});
+        EXPECT_TRUE(terminal.loses("Any key closes this")) << key << terminal.screen();
+    }
 }
 
 TEST_F(LiveWatch, WritesThroughThePromptToTheMarkedLine)
