@@ -20,8 +20,9 @@ struct Meaning {
 // The first row that fits counts; the last one fits every text.
 const Meaning meanings[] = {
     {errortext::ErrorReply, FailureKind::ControllerRefused,
-     "The line works, but the controller refused the command. Check that the device exists in this "
-     "controller, and the last one of the run too."},
+     "The line works, but the controller refused the command. Check that the device and the last "
+     "one "
+     "of the run exist in this controller."},
     {errortext::PacketLoss, FailureKind::NoReply,
      "No complete reply came in time. Check cable, power and the line's settings (speed, parity), "
      "or allow a longer time-out."},

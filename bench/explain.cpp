@@ -127,7 +127,7 @@ bool isAlikeRequest(const ExplainedRequest& left, const ExplainedRequest& right)
 /// The longest sequence that is looked for in repetitions: what a driver does for one device.
 constexpr std::ptrdiff_t LongestPeriod = 8;
 
-/// How often the first `period` items are followed by such as are like them.
+/// How often the first `period` items are followed by others like them.
 template <typename Iterator, typename Alike>
 int repetitions(Iterator first, Iterator end, std::ptrdiff_t period, Alike alike)
 {
@@ -142,7 +142,7 @@ struct Repetition {
     int count; ///< after the first
 };
 
-/// The shortest one that begins here and is worth a line that tells of it.
+/// The shortest one that begins here and is worth a line of its own.
 Repetition repetitionAt(ExplainedRequest::const_iterator first,
                         ExplainedRequest::const_iterator end)
 {
@@ -166,14 +166,14 @@ void addShortened(std::vector<ShortRow>& rows, std::size_t number, const Explain
     }
 }
 
-/// A simulated controller is silent only where it stands for another station than was asked.
-Failure toldOf(const TypedDevice& device, const Failure& failure)
+/// A simulated controller is silent only when another station than its own was asked.
+Failure explained(const TypedDevice& device, const Failure& failure)
 {
     if (failure.kind() != FailureKind::NoReply || !device.place.station)
         return failure;
     return wrongUsage("the simulated controller that explain counts with is not station " +
                           std::to_string(*device.place.station),
-                      "Omit the station: commands and replies are as long.");
+                      "Omit the station: commands and replies are as long without it.");
 }
 
 } // namespace
@@ -184,7 +184,7 @@ std::vector<ExplainedRequest> explainRead(Driver& driver, const std::vector<Type
         const std::vector<Reading> readings = session.read(devices);
         for (std::size_t i = 0; i < readings.size(); ++i)
             if (readings[i].failure)
-                throw toldOf(devices[i], *readings[i].failure);
+                throw explained(devices[i], *readings[i].failure);
     });
 }
 
@@ -195,7 +195,7 @@ std::vector<ExplainedRequest> explainWrite(Driver& driver, const std::vector<Typ
         try {
             session.write(devices, values);
         } catch (const WriteFailure& failure) {
-            throw toldOf(devices[failure.index], failure);
+            throw explained(devices[failure.index], failure);
         }
     });
 }

@@ -92,7 +92,7 @@ Failure neitherTagNorDevice(const std::string& text, const std::vector<Point>& t
         names.push_back(tag.name);
     const std::string meant = nearest(text, names);
     if (!meant.empty())
-        return wrongUsage("there is no tag '" + text + "'", "Type " + meant + "?");
+        return wrongUsage("there is no tag '" + text + "'", "Did you mean " + meant + "?");
     return asDevice.with(", and there is no tag '" + text + "'");
 }
 
@@ -245,7 +245,7 @@ std::vector<Point> resolveToWrite(const std::string& text, std::size_t valueCoun
     if (points.size() == valueCount)
         return points;
     throw wrongUsage(text + " takes " + std::to_string(points.size()) +
-                     (points.size() == 1 ? " value" : " values") + ", and " +
+                     (points.size() == 1 ? " value" : " values") + ", but " +
                      std::to_string(valueCount) + (valueCount == 1 ? " was" : " were") + " given");
 }
 

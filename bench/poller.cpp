@@ -8,7 +8,7 @@ namespace bench
 namespace
 {
 
-/// Fewer would tell a line on the edge again and again.
+/// With fewer, a line on the edge would be reported again and again.
 constexpr int RoundsToTrust = 10;
 
 } // namespace

@@ -57,7 +57,7 @@ std::string whoMayOpen(const struct stat& file)
     const std::string name = owners ? owners->gr_name : std::to_string(file.st_gid);
     const bool groupMay = (file.st_mode & S_IRGRP) != 0 && (file.st_mode & S_IWGRP) != 0;
     if (!groupMay)
-        return "It belongs to the group " + name + ", which may not read and write it.";
+        return "It belongs to the group " + name + ", which may not open it.";
     return "It belongs to the group " + name + ". 'sudo usermod -aG " + name +
            " USER' and a new login let you use it.";
 }
@@ -94,7 +94,7 @@ std::string portAdvice(const host::PortAddress& address)
     if (address.kind != host::PortAddress::Kind::Serial)
         return "Check the address, and that the controller listens on TCP port " +
                std::to_string(address.tcpPort) + ". 'ping " + address.place.toStdString() +
-               "' tells whether the network leads to it.";
+               "' shows whether the network reaches it.";
     const std::string path = QFile::encodeName(host::devicePath(address.place)).toStdString();
     struct stat file = {};
     if (::stat(path.c_str(), &file) != 0)

@@ -21,7 +21,7 @@ std::string trimmed(const std::string& text)
                : text.substr(begin, text.find_last_not_of(Blanks) + 1 - begin);
 }
 
-/// Where a comment begins, or the text ends: at a # that stands first or after a blank.
+/// Where a comment begins, or the text ends: at a # at the beginning or after a blank.
 std::size_t commentAt(const std::string& text)
 {
     for (std::size_t i = 0; i < text.size(); ++i)
@@ -43,7 +43,7 @@ std::string quotedValue(const std::string& text)
             const std::string rest = text.substr(i + 1);
             if (!trimmed(rest.substr(0, commentAt(rest))).empty())
                 throw wrongUsage("something follows the closing quote",
-                                 "A quote inside of quotes is written twice.");
+                                 "Inside quotes, write a quote twice.");
             return value;
         }
     }

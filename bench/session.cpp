@@ -15,7 +15,7 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-/// Hands all calls on and tells of each attempt that failed: after it, drivers ask for retries.
+/// Hands all calls on and reports each attempt that failed: after it, drivers ask for retries.
 class AttemptsPort : public AbstractDeviceInterface
 {
 public:

@@ -54,7 +54,7 @@ std::string rightJustified(const std::string& text, std::size_t width)
     return std::string(width - std::min(width, text.size()), ' ') + text;
 }
 
-// --- where values stand -------------------------------------------------------------------------
+// --- where values belong ------------------------------------------------------------------------
 
 int valuesPerLine(const Type& type)
 {
@@ -245,7 +245,7 @@ private:
 };
 
 /// A line can only begin with a whole device, or with the first value of a run without areas: what
-/// stands beside a failure in such a one fails with it.
+/// shares such a device with a failure fails with it.
 std::vector<Reading> withWholeDevices(const std::vector<Point>& points,
                                       std::vector<Reading> readings)
 {
@@ -263,7 +263,7 @@ std::vector<Reading> withWholeDevices(const std::vector<Point>& points,
     return readings;
 }
 
-/// One word of a line: what stands between blanks, or a string in quotes.
+/// One word of a line: what is between blanks, or a string in quotes.
 struct Word {
     std::string text;
     bool isQuoted;
@@ -300,9 +300,9 @@ Value parseWord(const Word& word, const Type& type)
 {
     const bool isString = type.kind == TypeKind::String;
     if (isString != word.isQuoted)
-        throw wrongUsage(isString ? "a string stands in quotes: \"" + word.text + "\""
-                                  : "\"" + word.text + "\" is a string, and a value of type " +
-                                        nameOf(type) + " is wanted");
+        throw wrongUsage(isString ? "a string must be in quotes: \"" + word.text + "\""
+                                  : "\"" + word.text + "\" is a string, not a value of type " +
+                                        nameOf(type));
     if (type.kind == TypeKind::Real && isHexadecimal(word.text))
         return valueFrom(dataOf(parseValue(word.text, BitsOfReal), BitsOfReal), type);
     return parseValue(word.text, type);
@@ -329,7 +329,7 @@ void addLine(Snapshot& snapshot, const std::string& text, int line, const Device
     if (count == 0)
         throw wrongUsage("there is no value after " + name);
     if (!found.tag.empty() && count > 1)
-        throw wrongUsage("a tag has one value, and here are " + std::to_string(count));
+        throw wrongUsage("a tag has one value, but this line has " + std::to_string(count));
     std::vector<TypedDevice> run = devices.parseRun(name, count);
     if (run.size() != static_cast<std::size_t>(count))
         throw wrongUsage("'" + name + "' is a range; a line begins with its first device only");
@@ -351,7 +351,7 @@ void addHeaderLine(SnapshotHeader& header, const std::string& text)
         const std::string rest = comment.substr(std::string(AnyFormatMark).size());
         const std::string number = rest.substr(0, rest.find(','));
         if (AnyFormatMark + number != FormatMark)
-            throw wrongUsage("this program does not know format " + number + " of snapshots");
+            throw wrongUsage("this program cannot read format " + number + " of snapshots");
         header.tool = trimmed(rest.substr(std::min(number.size() + 1, rest.size())));
     }
     for (const HeaderRow& row : headerRows)
@@ -385,7 +385,7 @@ void addUnread(Snapshot& snapshot, const std::string& text)
                   failure.advice());
 }
 
-/// Puts the values into the order of the format. Each device may stand there once.
+/// Puts the values into the order of the format. Each device may appear once.
 void sortValues(std::vector<SnapshotValue>& values)
 {
     std::vector<std::pair<Extent, std::size_t>> order;
@@ -401,8 +401,7 @@ void sortValues(std::vector<SnapshotValue>& values)
         if (i > 0 && order[i].first.overlaps(order[i - 1].first)) {
             const int lines[] = {sorted.back().line, value.line};
             throwAtLine(std::max(lines[0], lines[1]),
-                        wrongUsage(snapshotName(value.point.device) +
-                                   " stands there already, on line " +
+                        wrongUsage(snapshotName(value.point.device) + " is already on line " +
                                    std::to_string(std::min(lines[0], lines[1]))));
         }
         sorted.push_back(std::move(value));

@@ -109,9 +109,9 @@ private:
             return;
         if (known == ColumnNames.end()) {
             const auto names = nearestFirst(name, {ColumnNames.begin(), ColumnNames.end()});
-            m_file.problems.push_back(
-                {cell.place, std::string(),
-                 "there is no column '" + name + "'; known are " + listed(names, names.size())});
+            m_file.problems.push_back({cell.place, std::string(),
+                                       "there is no column '" + name + "'; the columns are " +
+                                           listed(names, names.size())});
             return;
         }
         int& index = m_columns[static_cast<std::size_t>(known - ColumnNames.begin())];
@@ -144,8 +144,8 @@ private:
             const bool named = std::find(m_columns.begin(), m_columns.end(),
                                          cell.place.column - 1) != m_columns.end();
             if (!named && !trimmed(cell.text).empty()) {
-                m_file.problems.push_back(
-                    {cell.place, std::string(), "the cell '" + cell.text + "' is in no column"});
+                m_file.problems.push_back({cell.place, std::string(),
+                                           "the cell '" + cell.text + "' belongs to no column"});
                 return;
             }
         }
@@ -195,7 +195,7 @@ private:
             return;
         }
         if (type && tag.device.type != *type)
-            problem(TypeColumn, "the device says " + nameOf(tag.device.type));
+            problem(TypeColumn, "the device already has the type " + nameOf(tag.device.type));
         readWritable(tag);
     }
 
@@ -221,7 +221,7 @@ private:
         const Type& type = tag.device.type;
         const bool takesScale = isWhole(type) || type.kind == TypeKind::Real;
         if (tag.scale.factor == 0)
-            problem(FactorColumn, "a factor of 0 leaves nothing to see");
+            problem(FactorColumn, "a factor of 0 would make all values equal");
         if (!takesScale && !tag.scale.isPlain())
             problem(FactorColumn, "a " + nameOf(type) + " has no scale");
         if (!tag.decimals && isWhole(type) && !tag.scale.isPlain())
@@ -277,7 +277,7 @@ private:
         if (m_decimalMark == mark)
             return true;
         problem(column, "'" + text(column) + "' has the decimal mark '" + mark +
-                            "', but other numbers of the file have '" + m_decimalMark + "'");
+                            "', but other numbers in the file have '" + m_decimalMark + "'");
         return false;
     }
 
@@ -329,7 +329,7 @@ std::vector<Point> loadTags(const std::string& path, const Devices& devices)
         return found.tags;
     const std::size_t others = found.problems.size() - 1;
     throw wrongUsage(path + ", " + textOf(found.problems.front()) +
-                     (others == 0 ? "" : " (and " + std::to_string(others) + " more problems)"));
+                     (others == 0 ? "" : " (and " + counted(others, "more problem") + ")"));
 }
 
 } // namespace bench

@@ -8,7 +8,7 @@ namespace bench
 namespace
 {
 
-// A driver takes more in one request, but tells nothing before its end: at 9600 baud that is some
+// A driver takes more in one request, but reports nothing before its end: at 9600 baud that is some
 // 1.8 s for 256 words. A stop loses that much, and a progress bar moves that often.
 constexpr int MostUnitsPerRead = 256;
 

@@ -8,7 +8,7 @@ namespace bench
 namespace
 {
 
-/// The time that the rate of requests is taken from.
+/// The time over which the rate of requests is measured.
 constexpr std::chrono::seconds RateSpan(5);
 
 /// A thread that signals do not reach: they are for the one that waits for them.

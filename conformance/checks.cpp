@@ -142,7 +142,7 @@ void Checks::run()
     if (!m_requests.empty()) {
         check("leaves unknown widths alone", &Checks::leavesUnknownWidthsAlone);
         check("tries as often as the port allows", &Checks::triesAsOftenAsAllowed);
-        check("takes garbage for a failure", &Checks::takesGarbageForAFailure);
+        check("treats garbage as a failure", &Checks::takesGarbageForAFailure);
         check("refuses bad device texts before it sends anything", &Checks::refusesBadTexts);
         check("asks the line for a full block", &Checks::asksForAFullBlock);
         check("survives any length", &Checks::survivesAnyLength);

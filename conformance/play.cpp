@@ -74,7 +74,7 @@ std::string outcomeOf(DriverInterface& driver, AbstractDeviceInterface& port,
     return data.isEmpty() ? "= nothing" : "= " + data.toHex(' ').toUpper().toStdString();
 }
 
-/// A call of the list, or what stands after its end.
+/// A call of the list, or the mark after its end.
 std::string callAt(const std::vector<std::string>& calls, size_t index)
 {
     return index < calls.size() ? calls[index] : "no more calls";

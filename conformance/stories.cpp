@@ -44,7 +44,7 @@ const char* const StoriesHelp = R"(Story files:
 
   In quotes and error texts: characters and \r \n \0 \" \\ \x1F.
   A shorthand is defined before it is used, by define PATTERN = ITEMS. A <name>
-  in the pattern stands for any text, and for the same text in the items.)";
+  in the pattern matches any text, and means the same text in the items.)";
 
 namespace
 {
@@ -76,7 +76,7 @@ Shorthand shorthandFrom(const QString& definition)
     return {wholly(pattern), parameters, match.captured(2)};
 }
 
-/// Items between semicolons that stand outside of quotes.
+/// Items between semicolons that are outside quotes.
 QStringList itemsOf(const QString& line)
 {
     static const QRegularExpression item(QString("(?:%1|[^;\"])+").arg(Quote));
@@ -130,7 +130,7 @@ class Reader
 public:
     void define(const QString& line) { m_shorthands << shorthandFrom(line); }
 
-    /// The calls that an item stands for.
+    /// The calls that an item means.
     QStringList callsOf(const QString& item, int depth = 0) const
     {
         static const QString Reply = QString("%1(?: as -?\\d+)?(?: of \\d+)?").arg(Quote);

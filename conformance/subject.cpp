@@ -41,7 +41,7 @@ Device deviceFrom(const QString& text, const DriverDescription& description)
             match.hasMatch() ? description.area(letters) : nullptr};
 }
 
-/// How many devices stand before the one of this number.
+/// How many devices come before the one of this number.
 qint64 placeOf(qint64 number, host::Numbering numbering)
 {
     return numbering == host::Numbering::Channel

@@ -1,4 +1,4 @@
-// What completes an option's value or an argument, and the two scripts that say it to a shell.
+// What completes an option's value or an argument, and the two scripts that pass it to a shell.
 #include "completion.h"
 
 #include "help.h"
@@ -13,7 +13,7 @@ namespace
 
 enum class Kind { Nothing, Words, Files, Directories, Ports, Devices };
 
-/// What can stand in a place of the command line.
+/// What can be in a place of the command line.
 struct Completion {
     Kind kind = Kind::Nothing;
     std::string words; ///< for Words, separated by blanks
@@ -24,7 +24,7 @@ std::string joined(const std::vector<std::string>& words)
     return CLI::detail::join(words, " ");
 }
 
-/// By what the help calls a value.
+/// By the name that the help gives a value.
 Completion completionOf(const CLI::Option& option)
 {
     const std::vector<std::string> words = wordsOf(option);

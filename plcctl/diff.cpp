@@ -84,7 +84,7 @@ int diff(const DiffOptions& options)
     const bool hasTwoFiles = options.files.size() == 2;
     if (hasTwoFiles && !options.bench.port.port.empty())
         throw bench::wrongUsage("diff compares two files, or a file with the controller",
-                                "Leave --port out, or one of the files.");
+                                "Omit --port, or one of the files.");
     Bench bench(options.bench);
     const bench::Snapshot left = load(options.files[0], bench.driver());
     std::vector<bench::Difference> found;

@@ -52,7 +52,7 @@ void takePart(bench::Dump& dump, const bench::PartFile& file, const bench::Drive
     if (!file.hasPart())
         return note("there is no " + file.part() + "; reading all");
     dump.takePart(file, driver.devices());
-    note(std::to_string(dump.taken()) + " of " + counted(dump.size(), "value") + " taken from " +
+    note(std::to_string(dump.taken()) + " of " + counted(dump.size(), "value") + " kept from " +
          file.part());
 }
 
@@ -146,13 +146,13 @@ void addDumpCommand(CLI::App& app, int& status)
                      "The time-out has no short name here")
         ->type_name("FILE");
     command->add_flag("--resume", options->resume,
-                      "Go on with FILE.part; what it has is not read again");
+                      "Continue FILE.part; the values in it are not read again");
     command->add_flag("--date", options->date,
                       "Write date and time into the file. Without them two dumps of the same "
                       "values are the same");
     addBenchOptions(*command, options->bench);
     command->footer(R"(Devices that can't be read are reported and become comments in the file; the
-exit status is that of the first. After Ctrl-C, --resume goes on.
+exit status is that of the first. After Ctrl-C, --resume reads the rest.
 
 Examples:
   plcctl dump DM0..DM4999 MR0..MR99915 -o line3.txt -p /dev/ttyUSB0

@@ -228,9 +228,9 @@ void addExplainCommand(CLI::App& app, int& status)
     addLineOption(*command, options->bench.port);
     addFormatOption(*command, options->format);
     command->footer(
-        R"(The driver makes its requests as ever, the built-in simulated controller
+        R"(The driver makes its requests as usual, the built-in simulated controller
 answers, and the bytes are counted. Times are those of the bytes alone: what
-controller and adapter take comes on top. csv and json leave nothing out.
+controller and adapter take comes on top. csv and json list every command.
 
 Examples:
   plcctl explain read DM0 -c 5000 --line RS232,9600,EVEN,8,1

@@ -21,12 +21,12 @@ namespace plcctl
 namespace
 {
 
-/// What stands before literal lines of a footer.
+/// What comes before literal lines of a footer.
 constexpr std::size_t Indent = 2;
 
 const char* const ExitStatusHeading = "Exit status:";
 
-/// Characters that roff takes for its own, and what stands for them.
+/// Characters that roff treats as its own, and what is written for them.
 struct Escape {
     char character;
     const char* text;
@@ -37,7 +37,7 @@ constexpr Escape Escapes[] = {
     {'^', "\\(ha"}, {'~', "\\(ti"}, {'"', "\\(dq"},
 };
 
-/// Lines of one kind in a row: prose to fill, or lines to show as they stand.
+/// Lines of one kind in a row: prose to fill, or lines to show as they are.
 struct Block {
     bool isLiteral;
     std::vector<std::string> lines;
@@ -55,7 +55,7 @@ bool startsWith(const std::string& text, const char* start)
     return text.rfind(start, 0) == 0;
 }
 
-/// Which section a line of prose opens, `current` where it opens none.
+/// The section that a line of prose opens; `current` where it opens no section.
 std::vector<Block>& sectionOf(Footer& footer, const std::string& line, std::vector<Block>& current)
 {
     if (startsWith(line, "Example") && line.back() == ':')
@@ -65,7 +65,7 @@ std::vector<Block>& sectionOf(Footer& footer, const std::string& line, std::vect
     return current;
 }
 
-/// Headings that the page's own section says already.
+/// Headings that repeat that of the page's own section.
 bool repeatsSection(const std::string& line)
 {
     return line == "Example:" || line == "Examples:";

@@ -184,7 +184,7 @@ void addControllerOptions(CLI::App& command, bench::ControllerOptions& options)
                       "Value to start with, such as DM100=12 or T5=10,20,30; may be repeated",
                       "DEVICE=VALUE");
     addRepeatedOption(command, "--move", options.movements,
-                      "Let a device move, such as DM100=ramp:0..100/10s; may be repeated",
+                      "Make a device's value move, such as DM100=ramp:0..100/10s; may be repeated",
                       "DEVICE=MOVEMENT");
 }
 

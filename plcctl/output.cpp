@@ -49,7 +49,7 @@ std::string padded(const std::string& text, std::size_t width, bool flushRight)
     return flushRight ? blanks + text : text + blanks;
 }
 
-/// flushRight  for each column, whether it stands flush right
+/// flushRight  for each column, whether it is flush right
 void printAligned(const std::vector<Line>& lines, const std::vector<bool>& flushRight)
 {
     std::vector<std::size_t> widths(flushRight.size());
@@ -93,7 +93,7 @@ bool isNumber(const std::string& text)
            std::count(text.begin(), text.end(), '.') <= 1; // an IP address has more
 }
 
-/// Columns with nothing but numbers stand flush right.
+/// Columns with nothing but numbers are flush right.
 std::vector<bool> columnsOfNumbers(const Table& table)
 {
     std::vector<bool> columns(table.names.size(), true);
@@ -119,7 +119,7 @@ std::vector<std::string> namesOf(const std::vector<PointValue>& values)
     return names;
 }
 
-/// Values stand flush right, and a unit follows a blank.
+/// Values are flush right, and a unit follows a blank.
 void printValueLines(const std::vector<PointValue>& values, bench::Notation notation)
 {
     std::size_t nameWidth = 0, valueWidth = 0;

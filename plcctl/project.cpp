@@ -20,7 +20,7 @@ const QString Connection = QStringLiteral("panel project");
 /// Station numbers have eight bits, and are cut to them wherever they are looked up.
 constexpr int StationMask = 0xFF;
 
-/// As many as operating systems number; what is beyond is no name of a panel's port.
+/// As many as operating systems number; a higher number is no name of a panel's port.
 constexpr int MostComPorts = 256;
 
 const char* const LinksQuery =
@@ -42,7 +42,7 @@ int hmiPortOf(const QString& portName)
     if (hmiPort < 0)
         throw bench::Failure(bench::FailureKind::WrongUsage,
                              "--port-name: no panel port is called '" + portName.toStdString() +
-                                 "'; names are as COM1 or ETHERNET");
+                                 "'; write a name such as COM1 or ETHERNET");
     return hmiPort;
 }
 
@@ -50,7 +50,8 @@ bench::Failure noLink(const std::string& place, const std::string& directory)
 {
     return bench::Failure(bench::FailureKind::WrongUsage,
                           "the project has no link with a default station on " + place,
-                          "'plcctl links --project " + directory + "' shows those that it has.");
+                          "'plcctl links --project " + directory +
+                              "' lists the links that it has.");
 }
 
 } // namespace

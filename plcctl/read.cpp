@@ -18,7 +18,7 @@ struct ReadOptions {
     Style style;
 };
 
-/// Tells of each failure once. Returns the exit status of the first.
+/// Reports each failure once. Returns the exit status of the first.
 int reportFailures(const std::vector<bench::Point>& points,
                    const std::vector<bench::Reading>& readings)
 {

@@ -13,7 +13,7 @@ namespace plcctl
 namespace
 {
 
-/// In a terminal of 80 columns, what is told stands beside the program's name or below it.
+/// In a terminal of 80 columns, the text fits beside the program's name and below it.
 constexpr std::size_t TextWidth = 72;
 const char* const Program = "plcctl: ";
 const char* const Indent = "        ";

@@ -33,7 +33,7 @@ struct RestoreOptions {
     bool yes = false;
 };
 
-/// The values of the file that can be written. What is left out is told.
+/// The values of the file that can be written. What is left out is reported.
 Values loadValues(const Bench& bench, const std::string& file)
 {
     bench::Snapshot snapshot = bench::loadSnapshot(file, bench.driver());
@@ -120,15 +120,15 @@ int restoreChanges(Bench& bench, const Values& values, const RestoreOptions& opt
     if (!writeAndReadBack(bench, changed, options))
         return bench::exitStatus(FailureKind::WrongUsage);
     if (changed.size() < values.size())
-        note(std::to_string(values.size() - changed.size()) + " were the same already");
+        note(std::to_string(values.size() - changed.size()) + " already the same");
     return Success;
 }
 
 int restore(const RestoreOptions& options)
 {
     if (!options.dryRun && !options.yes && !canAsk())
-        throw bench::wrongUsage("there is no terminal to ask on before anything is written",
-                                "Give --yes to write without a question, or --dry-run to see what "
+        throw bench::wrongUsage("there is no terminal to ask for confirmation on",
+                                "Give --yes to write without asking, or --dry-run to see what "
                                 "would change.");
     Bench bench(options.bench);
     const Values values = loadValues(bench, options.file);
@@ -143,19 +143,20 @@ int restore(const RestoreOptions& options)
 void addRestoreCommand(CLI::App& app, int& status)
 {
     CLI::App* const command =
-        app.add_subcommand("restore", "Write what a dump has, and read it back");
+        app.add_subcommand("restore", "Write the values of a dump, and read them back");
     const auto options = std::make_shared<RestoreOptions>();
     command->add_option("FILE", options->file, "A file that plcctl dump has written")
         ->required()
         ->type_name("");
     command->add_flag("-n,--dry-run", options->dryRun,
                       "Write nothing; show what would change as device, old -> new");
-    command->add_flag("--all", options->all, "Write also the values that are the same already");
-    command->add_flag("-y,--yes", options->yes, "Write without a question");
+    command->add_flag("--all", options->all, "Also write the values that are already the same");
+    command->add_flag("-y,--yes", options->yes, "Write without asking");
     addBenchOptions(*command, options->bench);
     command->footer(
-        R"(Only values that differ are written, after a question. Then they are read back;
-the exit status is 6 when one differs. The dump of another driver is refused.
+        R"(Only values that differ are written, after a confirmation. Then they are read
+back; the exit status is 6 when one differs. The dump of another driver is
+refused.
 
 Examples:
   plcctl restore line3.txt --dry-run -p /dev/ttyUSB0

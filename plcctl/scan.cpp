@@ -170,8 +170,9 @@ void addScanCommand(CLI::App& app, int& status)
         ->required()
         ->type_name("");
     addScanPortOptions(*command, *options);
-    command->add_flag("--all", options->scan.all, "Go on after the first setting that works");
-    command->add_flag("-v,--verbose", options->verbose, "A line on standard error for each try");
+    command->add_flag("--all", options->scan.all, "Continue after the first setting that works");
+    command->add_flag("-v,--verbose", options->verbose,
+                      "Print a line on standard error for each try");
     command
         ->add_option("--tags", options->tagFile, "Tag file, a CSV table: its names are devices too")
         ->type_name("FILE");

@@ -86,7 +86,7 @@ void print(const std::vector<bench::Point>& tags, Format format)
     printJsonArray(json);
 }
 
-/// All problems are told, each with its place.
+/// All problems are reported, each with its place.
 int checkTags(const TagsOptions& options)
 {
     const bench::Driver driver(driverFile(options.driverFile));
@@ -108,10 +108,10 @@ void addTagsCommand(CLI::App& app, int& status)
     addDriverOption(*command, options->driverFile);
     addFormatOption(*command, options->format);
     command->footer(
-        R"(The first row names the columns: name and device, and where wanted type, factor,
+        R"(The first row names the columns: name and device, and if needed type, factor,
 offset, unit, decimals, writable, min, max and comment. What a person reads is
 the controller's number times the factor, plus the offset. In a column writable
-an empty cell says no; without the column all is writable that its area lets.
+an empty cell means no; without the column each tag is writable if its area is.
 
   name,device,type,factor,unit,min,max
   boiler.temp,DM100,int,0.1,°C,,

@@ -1,4 +1,4 @@
-// plcctl watch: reads again and again and tells what changed.
+// plcctl watch: reads again and again and prints what changed.
 #include "bench.h"
 #include "commands.h"
 #include "live.h"
@@ -82,9 +82,9 @@ std::string subject(const std::string& first, std::size_t count)
     return clockTime() + " " + firstAndMore(first, count);
 }
 
-/// A failure that lasts is told once, for all points that it hit; its details may vary. Advice
+/// A failure that lasts is reported once, for all points that it hit; its details may vary. Advice
 /// comes with the first of a kind only, so that a line that comes and goes fills no screen with it.
-class FailureTeller
+class FailureReporter
 {
 public:
     void tell(const std::vector<bench::Watched>& points)
@@ -113,14 +113,14 @@ private:
     void tell(const FailedPoints& some)
     {
         const Failure& failure = some.failure;
-        const int told = m_told[std::size_t(failure.kind())]++;
+        const int before = m_reported[std::size_t(failure.kind())]++;
         const std::string times =
-            told == 0 ? "" : ", " + std::to_string(told + 1) + " times so far";
-        report(Failure(failure.kind(), failure.what() + times, told == 0 ? failure.advice() : ""),
+            before == 0 ? "" : ", " + std::to_string(before + 1) + " times so far";
+        report(Failure(failure.kind(), failure.what() + times, before == 0 ? failure.advice() : ""),
                subject(some.first, some.count));
     }
 
-    int m_told[bench::LastFailureKind + 1] = {};
+    int m_reported[bench::LastFailureKind + 1] = {};
 };
 
 void tellRound(const bench::Round& round, milliseconds interval)
@@ -147,7 +147,7 @@ void tellSummary(const bench::Summary& summary, Format format)
 int watchPoints(Bench& bench, bench::Watcher& watcher, const WatchOptions& options)
 {
     const ChangePrinter changes(options.style);
-    FailureTeller failures;
+    FailureReporter failures;
     for (int done = 1;; ++done) {
         const bench::Round round = watcher.round();
         if (bench.isStopped())
@@ -222,8 +222,8 @@ void addWatchCommand(CLI::App& app, int& status)
     addRoundOptions(*command, *options);
     addBenchOptions(*command, options->bench);
     command->footer(
-        R"(The first round prints every value. A failure is told once, and once more when
-the device answers again; meanwhile plcctl keeps trying. Ctrl-C ends it. A
+        R"(The first round prints every value. A failure is reported once, and again when
+the device recovers; meanwhile plcctl keeps trying. Ctrl-C ends the watch. A
 summary comes last, on standard error: requests, failures, latencies and the
 achieved interval.
 

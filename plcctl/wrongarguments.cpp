@@ -70,7 +70,7 @@ bench::Failure wrongNumberOfValues(const CLI::App& command, const std::string& t
         return bench::wrongUsage(name + " needs a value", helpOf(command));
     const int most = option->get_items_expected_max();
     return bench::wrongUsage(name + " takes " + std::to_string(most) +
-                                 (most == 1 ? " value" : " values") + ", and " +
+                                 (most == 1 ? " value" : " values") + ", but " +
                                  std::to_string(option->count()) + " were given",
                              helpOf(command));
 }

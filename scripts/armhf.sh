@@ -69,11 +69,11 @@ main_suite_of_this_machine() {
     format='deb $(REPO_URI) $(RELEASE) $(COMPONENT)'
     targets=$(apt-get indextargets --format "$format" \
         'Created-By: Packages' 'Origin: Debian' "Codename: $codename" 'Component: main')
-    [[ -n $targets ]] || fail "apt knows no Debian mirror with '$codename main'; run apt-get update"
+    [[ -n $targets ]] || fail "apt lists no Debian mirror with '$codename main'; run apt-get update"
     head -n 1 <<<"$targets"
 }
 
-# An absolute link means this machine's files to everybody but the emulator.
+# An absolute link leads everyone but the emulator to this machine's files.
 keep_links_inside_root() {
     local link
     find "$ArmhfRoot" -type l -lname '/*' -print0 | while IFS= read -r -d '' link; do

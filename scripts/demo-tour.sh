@@ -27,7 +27,7 @@ start_controller() {
 }
 
 # Shows a command and what it prints, then checks its exit status. Standard input holds what must
-# stand in there, line by line.
+# be in the output, line by line.
 #   show_status STATUS COMMAND
 show_status() {
     local status=0 output part
@@ -44,7 +44,7 @@ show_status() {
 #   show COMMAND
 show() { show_status 0 "$1"; }
 
-# The whole of it in 24 lines of 80 columns, the line about the build included.
+# All of it in 24 lines of 80 columns, the line about the build included.
 screen() {
     echo "plcctl reads and writes a controller through a driver plug-in, as a panel does."
     echo "This KV-1000 is simulated and leaves its third and fourth read without a reply."
@@ -184,7 +184,7 @@ END
 
 show_failure() {
     echo "-- A controller that refuses its first read, and leaves the next without a reply"
-    start_controller --pty ./far --fault error=1@RDS#1,silent@RDS#2-2 --set DM7=12
+    start_controller --pty ./far --fault error=1@RDS#1,silent@RDS#2-2 --set DM7=9
     show_status 1 "plcctl read DM7 -p ./far --retry 0" <<'END'
 E1
 END
@@ -192,6 +192,6 @@ END
 packet loss
 END
     show "plcctl read DM7 -p ./far" <<'END'
-DM7  12
+DM7  9
 END
 }

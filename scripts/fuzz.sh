@@ -20,7 +20,7 @@ fuzz_for() {
     # shellcheck disable=SC2016 # the inner shell expands it
     printf '%s\n' "${targets[@]}" |
         xargs -P "$(nproc)" -I{} bash -c 'fuzz_target {} "$1"' fuzz "$seconds" ||
-        fail_tests "fuzzing found something; the input that a path names shows it again, given to its target"
+        fail_tests "fuzzing found a fault; run the target with that input to see it again"
 }
 
 # Runs one target from the corpus in the tree and what earlier runs added to it, and prints a line.

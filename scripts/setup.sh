@@ -1,5 +1,5 @@
 # Sourced by ./demo, ./test and .ci/run: installs what is missing, builds, runs tests.
-# Knows nothing of what is built or tested.
+# Nothing here depends on what is built or tested.
 # shellcheck shell=bash disable=SC2034 # the scripts that source it use the lists of packages
 
 # What Debian 12 calls the things this project needs, by what needs them. Tools are programs of this
@@ -43,7 +43,7 @@ refuse_arguments() {
     exit "$UsageError"
 }
 
-# Runs a command silently; when it fails, shows all it had to say and ends the script.
+# Runs a command silently; when it fails, shows its output and ends the script.
 #   quietly LOG COMMAND...
 quietly() {
     local log=$1
@@ -51,7 +51,7 @@ quietly() {
     mkdir -p "$(dirname "$log")"
     "$@" >"$log" 2>&1 </dev/null && return
     cat "$log" >&2
-    fail "failed: $* (its output stands above and in $log)"
+    fail "failed: $* (its output is above and in $log)"
 }
 
 # The same, and on a terminal shows meanwhile how far the command is: the "[n/m]" that a build
@@ -68,7 +68,7 @@ with_progress() {
     rm "$log.status"
     [[ $status -ne 0 ]] || return 0
     cat "$log" >&2
-    fail "failed: $* (its output stands above and in $log)"
+    fail "failed: $* (its output is above and in $log)"
 }
 
 # One line that is written over and over, and gone at the end.
@@ -98,11 +98,11 @@ as_root() {
     fi
 }
 
-# Installs those of the named packages that the machine lacks. Asks nothing of apt when it has all.
+# Installs those of the named packages that the machine lacks. Does not use apt when it has all.
 install_packages() {
     local package missing=()
     command -v dpkg-query apt-get >/dev/null ||
-        fail "this is no Debian machine; what Debian calls $* must be here before cmake can build"
+        fail "this is not a Debian machine; install what Debian calls $* and build with cmake"
     for package in "$@"; do
         is_installed "$package" || missing+=("$package")
     done

@@ -102,7 +102,7 @@ TEST(Points, AreReachedByNames)
         {"*p", 1, "boiler.temp pump "},
         {"DM1", 2, "DM1 DM2 "},
         {"p*x", 1, "no tag matches 'p*x'. There are pump, "},
-        {"boiler.tmep", 1, "there is no tag 'boiler.tmep'. Type boiler.temp?"},
+        {"boiler.tmep", 1, "there is no tag 'boiler.tmep'. Did you mean boiler.temp?"},
         {"XM5", 1, "there is no area 'XM', and there is no tag 'XM5'. There are DM, "},
         {"pump", 2, "'pump' is a tag and takes no count"},
     };

@@ -24,7 +24,7 @@ TEST(Recipe, IsTakenFromText)
         {"DM1:string4 \"a\" b", "f, line 1: something follows the closing quote"},
         {"DM1 5\nDM2 =\n", "f, line 2: there is no value after DM2"},
         {"DM1 5\nMR1 2\n", "f, line 2: '2' is not a bool"},
-        {"DM1..DM2 5\n", "f, line 1: DM1..DM2 takes 2 values, and 1 was given"},
+        {"DM1..DM2 5\n", "f, line 1: DM1..DM2 takes 2 values, but 1 was given"},
         {"#\n", "there is nothing to write in f"},
     };
     const Devices devices(tests::areas());

@@ -96,16 +96,16 @@ TEST(Snapshot, IsRefusedWithItsLine)
         {"DM0", "line 1: there is no value after DM0"},
         {"DM99999 1 2", "line 1: there is no DM100000"},
         {"DM0..DM1 1", "line 1: 'DM0..DM1' is a range"},
-        {"DM0 1 2\n\nDM1:int 4", "line 3: DM1:int stands there already, on line 1"},
-        {"DM1 4\nDM0:dint 1", "line 2: DM1:uint stands there already, on line 1"},
-        {"DM0 1 2 @pump", "line 1: a tag has one value, and here are 2"},
+        {"DM0 1 2\n\nDM1:int 4", "line 3: DM1:int is already on line 1"},
+        {"DM1 4\nDM0:dint 1", "line 2: DM1:uint is already on line 1"},
+        {"DM0 1 2 @pump", "line 1: a tag has one value, but this line has 2"},
         {"DM0 \"1\"", "line 1: \"1\" is a string"},
-        {"DM0:string2 AB", "line 1: a string stands in quotes"},
+        {"DM0:string2 AB", "line 1: a string must be in quotes"},
         {"DM0:string2 \"AB", "line 1: a quote is not closed"},
         {"DM0:string2 \"ABC\"", "line 1: 'ABC' has 3 bytes"},
         {"DM0:string2 \"\\q\"", "line 1: a backslash is followed by"},
         {"DM0:string2 \"\\x4\"", "line 1: a backslash is followed by"},
-        {"# snapshot 2, plcctl 9\nDM0 1", "line 1: this program does not know format 2"},
+        {"# snapshot 2, plcctl 9\nDM0 1", "line 1: this program cannot read format 2"},
     };
     for (const auto& row : rows) {
         const std::string refusal = tests::refusal([&] { parsed(row.text); });

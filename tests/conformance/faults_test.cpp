@@ -55,7 +55,7 @@ TEST(ContractProgram, NamesTheCheckThatFailed)
          "FAILED   tries as often as the port allows"},
         {"keeps old bytes", "libfaulty.so --word D0", 1,
          "expected: pause, discard (option 12 with 0), write, read"},
-        {"any reply", "libfaulty.so --word D0", 1, "FAILED   takes garbage for a failure"},
+        {"any reply", "libfaulty.so --word D0", 1, "FAILED   treats garbage as a failure"},
         {"any text", "libfaulty.so --word D0", 1, "FAILED   refuses bad device texts"},
         {"small block", "libfaulty.so --word D0", 1, "FAILED   asks the line for a full block"},
         {"crash", "libfaulty.so --word D0", -1, "read word D0, a length of 2147483647"},

@@ -1,5 +1,5 @@
 // Runs plcctl the way a person or a script does: by its arguments, outputs and exit status.
-// It knows nothing of the sources of plcctl.
+// It uses none of the sources of plcctl.
 #ifndef TESTS_PLCCTL_PROGRAM_H
 #define TESTS_PLCCTL_PROGRAM_H
 

@@ -84,7 +84,7 @@ TEST(Snapshot, OfAControllerIsRestoredToIt)
          "  {\n    \"device\": \"MR502:bool\",\n    \"left\": 1,\n    \"right\": 0\n  }\n]\n",
          ""},
         {"Restored", "restore --yes", 0, "",
-         "2 values written and read back\nplcctl: 5 were the same already\n"},
+         "2 values written and read back\nplcctl: 5 already the same\n"},
         {"NothingToChange", "restore --dry-run", 0, "", "nothing would change"},
         {"Same", "diff", 0, "", ""},
         {"NothingLeft", "restore --yes", 0, "", "nothing to write"},
@@ -158,7 +158,7 @@ TEST(Dump, GoesOnWhereItWasStopped)
     part.close();
     const Result resumed = plcctl(command + " --resume --set DM1020=9 --set DM1276=5");
     EXPECT_EQ(resumed.status, 0);
-    EXPECT_NE(resumed.err.find("256 of 281 values taken"), std::string::npos) << resumed.err;
+    EXPECT_NE(resumed.err.find("256 of 281 values kept"), std::string::npos) << resumed.err;
     EXPECT_NE(folder.text("a.txt").find("\nDM1020:uint       1     0     0     0\nDM1024"),
               std::string::npos);
     EXPECT_NE(folder.text("a.txt").find("\nDM1272:uint       0     0     0     0     5     0"),
