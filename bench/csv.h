@@ -9,7 +9,7 @@ namespace bench
 {
 
 /// Where something is in a table. Lines are those of the file, columns are counted in cells; both
-/// from 1.
+/// count from 1.
 struct CsvPlace {
     int line = 0;
     int column = 0;

@@ -37,7 +37,7 @@ struct TypedDevice {
     Place place;
 
     /// Where there are no areas: the device text as typed, and how many values of the same type
-    /// stand before this one in its run.
+    /// come before this one in its run.
     std::string text;
     int index = 0;
 
@@ -70,7 +70,7 @@ std::string rangeOf(const host::DeviceArea& area);
 /// where it serves the width of the area's devices. True where there are no areas.
 bool isServed(const TypedDevice& device, Direction direction);
 
-/// That it does not, and what to type instead, as far as the areas tell.
+/// That it does not, and what to type instead, as far as the areas say.
 Failure notServed(const TypedDevice& device, Direction direction);
 
 /// The same of a device that is served in its type in neither direction.

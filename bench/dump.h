@@ -1,5 +1,5 @@
 // A dump: points read request by request into a snapshot. Its file grows under the name FILE.part,
-// can be gone on with later, and gets its own name when it is complete.
+// can be continued later, and gets its own name when it is complete.
 #ifndef BENCH_DUMP_H
 #define BENCH_DUMP_H
 
@@ -18,7 +18,7 @@ namespace bench
 class PartFile
 {
 public:
-    /// Throws a Failure (CannotOpen) when something else than a file has one of the names.
+    /// Throws a Failure (CannotOpen) when something other than a file has one of the names.
     explicit PartFile(const std::string& file);
 
     const std::string& part() const { return m_part; }
@@ -50,7 +50,7 @@ public:
     /// points  in any order, as snapshotPoints() takes them
     Dump(SnapshotHeader header, const std::vector<Point>& points);
 
-    /// Told how many points are done.
+    /// Receives how many points are done.
     std::function<void(std::size_t done)> onProgress;
     std::function<void(const Point&, const Failure&)> onFailure;
 
@@ -60,7 +60,7 @@ public:
 
     /// Reads what is missing. Returns false when the session was stopped before all were read.
     ///
-    /// file  that grows while it reads, and is finished at the end; null for none
+    /// file  grows while it reads, and is finished at the end; null for none
     bool run(Session& session, PartFile* file);
 
     std::string text() const;

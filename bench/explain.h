@@ -42,7 +42,7 @@ struct Totals {
 };
 
 /// Both throw a Failure: WrongUsage for what cannot be sent and for a driver whose protocol no
-/// simulated controller speaks, or for another station than it is; ControllerRefused when this
+/// simulated controller speaks, or for another station than its own; ControllerRefused when this
 /// controller has no such device.
 std::vector<ExplainedRequest> explainRead(Driver& driver, const std::vector<TypedDevice>& devices);
 std::vector<ExplainedRequest> explainWrite(Driver& driver, const std::vector<TypedDevice>& devices,
@@ -57,8 +57,8 @@ std::chrono::microseconds timeOnLine(int characters, const host::LineSettings& l
 /// answers at once, where the port's time-out includes the time on the line. In full milliseconds.
 int leastTimeoutMs(const Totals& totals, const host::LineSettings& line);
 
-/// A line of a short list: an exchange, or how often something was left out because it is like what
-/// stands before it: of the same lengths.
+/// A line of a short list: an exchange, or how often something was left out because it has
+/// the same lengths as what is before it.
 struct ShortRow {
     std::size_t request = 0;            ///< counted from 0
     const Exchange* exchange = nullptr; ///< null where something was left out

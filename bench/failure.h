@@ -15,7 +15,7 @@ enum class FailureKind {
     CannotOpen = 3, ///< a port, a plug-in or a file
     NoReply = 4,
     InvalidReply = 5,
-    Different = 6, ///< a value read back is not the one written
+    Different = 6, ///< a value read back, or what two sides of a comparison hold
 };
 
 constexpr int FirstFailureKind = 1;

@@ -17,12 +17,12 @@ public:
     /// capacity  1 or more
     explicit History(std::size_t capacity);
 
-    /// Nothing stands for a round that read no value; infinite or not a number counts as nothing.
+    /// Nothing means a round that read no value; infinite or not a number counts as nothing.
     void add(std::optional<double> value);
 
     std::size_t size() const { return m_size; }
 
-    /// The value that was added last but `age`; age is less than size().
+    /// The value that was added `age` values before the last one; age is less than size().
     const std::optional<double>& last(std::size_t age = 0) const;
 
 private:

@@ -15,7 +15,7 @@
 namespace bench
 {
 
-/// What many reads of one device came to.
+/// The outcome of many reads of one device.
 struct LineRecord {
     using Milliseconds = std::chrono::milliseconds;
 
@@ -45,7 +45,7 @@ struct LineVerdict {
     /// replies.
     double lostShare;
 
-    /// Never shorter than one at which replies were missing; 0 when the latencies tell none.
+    /// Never shorter than one at which replies were missing; 0 when the latencies give none.
     std::chrono::milliseconds advisedTimeout;
 
     std::string text;   ///< the verdict in words, without a full stop

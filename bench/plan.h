@@ -1,6 +1,6 @@
 // Which requests serve a list of typed devices: neighbours of one area go into one request, long
-// runs are cut to what the driver takes at once, and the data find their way back to the devices.
-// It opens and sends nothing.
+// runs are cut to what the driver takes at once, and the data are given back to the devices. It
+// opens and sends nothing.
 #ifndef BENCH_PLAN_H
 #define BENCH_PLAN_H
 
@@ -23,7 +23,7 @@ struct BlockSizes {
     int bits;
 };
 
-/// Where one of the devices stands in a request's data.
+/// Where one of the devices lies in a request's data.
 struct Part {
     std::size_t index; ///< the device's place in the list
     int offset;        ///< its first byte
@@ -41,7 +41,7 @@ struct WriteRequest {
     std::vector<std::size_t> indices; ///< the places of its devices in the list
 };
 
-/// What came of reading one device: one of the two, or neither before it was read.
+/// The outcome of reading one device: one of the two, or neither before it was read.
 struct Reading {
     std::optional<Value> value;
     std::optional<Failure> failure;
@@ -60,7 +60,7 @@ struct WrittenTwice : Failure {
     std::size_t second;
 };
 
-/// The fewest requests that read all devices, in any mix and order; a device that stands there
+/// The fewest requests that read all devices, in any mix and order; a device that is named
 /// twice is read once. Only devices that were asked for are read. Areas come in the order in which
 /// they were first named. No value is torn: each is read whole in one request.
 ///

@@ -1,5 +1,5 @@
-// Points: typed devices with what a person knows of them, a name, a scale, a unit and limits. They
-// come from a tag file, or straight from a device text.
+// Points: typed devices with what a person knows about them: a name, a scale, a unit and limits.
+// They come from a tag file, or straight from a device text.
 #ifndef BENCH_POINTS_H
 #define BENCH_POINTS_H
 

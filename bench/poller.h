@@ -8,7 +8,7 @@
 namespace bench
 {
 
-/// What to tell of a round.
+/// What to report of a round.
 struct Round {
     std::chrono::microseconds took{0};
     bool overran = false; ///< it took longer than the interval

@@ -19,7 +19,7 @@
 namespace bench
 {
 
-/// What came of one read at one setting.
+/// The outcome of one read at one setting.
 enum class ProbeOutcome {
     Answered,    ///< with a value
     Refused,     ///< with an error reply: the line works all the same
@@ -55,7 +55,7 @@ struct FoundLine {
 };
 
 struct ScanOptions {
-    bool all = false;  ///< go on after the first that was found
+    bool all = false;  ///< continue after the first that was found
     int moreReads = 5; ///< at a setting that was found, to confirm it and to measure its latency
 };
 
@@ -69,10 +69,10 @@ struct ScanEvents {
 };
 
 /// The usual settings, most likely first: `preferred`, then other speeds of the same form, then
-/// other forms. A setting stands there once.
+/// other forms. Each setting appears once.
 std::vector<host::LineSettings> linesToTry(const host::LineSettings& preferred);
 
-/// Tries the settings in turn. A first answer that no further read confirms is taken for noise.
+/// Tries the settings in turn. A first answer that no further read confirms counts as noise.
 std::vector<FoundLine> scan(const std::vector<host::LineSettings>& lines,
                             const ScanOptions& options, const Probe& probe,
                             const ScanEvents& events = ScanEvents());
@@ -83,7 +83,7 @@ constexpr int ScanTimeoutMs = 200;
 /// Reads a device through a driver and a serial port that is opened for each try.
 ///
 /// port    its line and retries are not used; ScanTimeoutMs holds where it has no time-out
-/// opened  told of each port that is open, and of null before it closes; may be empty
+/// opened  receives each port that is open, and null before it closes; may be empty
 ///
 /// Throws a Failure (WrongUsage) for a port that is no serial line. The probe throws one
 /// (CannotOpen) when the first try can't open the port, and one (WrongUsage) when the driver

@@ -8,7 +8,7 @@
 namespace bench
 {
 
-/// Texts are empty where the system does not tell.
+/// Texts are empty where the system does not say.
 struct SerialPort {
     std::string device; ///< what a port option takes, such as "/dev/ttyUSB0"
     std::string description;

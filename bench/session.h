@@ -47,11 +47,12 @@ public:
     Session(Driver& driver, AbstractDeviceInterface& port,
             std::function<PortReport()> portReport = {});
 
-    /// Told of every request, in the thread that makes it; not of one that was cut short because
-    /// isStopped says true.
+    /// Called after every request, in the thread that makes it; not after one that was cut short
+    /// because isStopped says true.
     std::function<void(const RequestRecord&)> onRequest;
 
-    /// Told of every attempt that failed by the line or the controller, before the next one begins.
+    /// Called after every attempt that the line or the controller made fail, before the next
+    /// begins.
     std::function<void(FailureKind)> onFailedAttempt;
 
     /// Called when a request has failed for good, before the port is asked why.
@@ -62,9 +63,9 @@ public:
 
     const Driver& driver() const { return m_driver; }
 
-    /// Reads all devices in as few requests as can be. When the controller refuses a request for
+    /// Reads all devices in as few requests as possible. When the controller refuses a request for
     /// several devices, its halves are asked for, and so on, so that one that does not exist hides
-    /// no other.
+    /// none of the others.
     /// Returns the readings, parallel to the devices.
     /// Throws a Failure (WrongUsage), before anything is sent, for what can't be read.
     std::vector<Reading> read(const std::vector<TypedDevice>& devices);

@@ -19,10 +19,10 @@
 //
 // Whole numbers are decimal, or 0x and hexadecimal digits. Reals have the digits that tell them
 // from their neighbours, and 0x with their 32 bits where they are infinite or not a number. Strings
-// stand in quotes, with \" \\ and \x0D; zero bytes at the end are left out. Values are what the
-// controller holds: the scale of a tag plays no part. @ and the rest of the line are a tag's name.
-// # begins a comment. The comments at the top are a header; it may be missing, and so may a type,
-// for files that are written by hand.
+// are in quotes, with \" \\ and \x0D; zero bytes at the end are left out. Values are what the
+// controller holds: the scale of a tag does not matter. @ and the rest of the line are a tag's
+// name. # begins a comment. The comments at the top are a header; it may be missing, and so may a
+// type, for files that are written by hand.
 #ifndef BENCH_SNAPSHOT_H
 #define BENCH_SNAPSHOT_H
 
@@ -40,13 +40,13 @@ struct SnapshotHeader {
     std::string tool; ///< name and version of the program that wrote it
     std::string driver;
     std::string devices; ///< as asked for, with blanks between
-    std::string date;    ///< empty for none: then two snapshots of the same state are the same
+    std::string date;    ///< empty for none: two snapshots of the same state are then the same
 };
 
 struct SnapshotValue {
     Point point; ///< its name is the tag's, or the device's
     Value value;
-    int line = 0; ///< of the file; 0 when it comes from none
+    int line = 0; ///< of the file; 0 when it comes from no file
 };
 
 struct Snapshot {
@@ -75,10 +75,10 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices);
 /// and line when it is wrong, and when it was read by another driver or has no values.
 Snapshot loadSnapshot(const std::string& path, const Driver& driver);
 
-/// The device with its type, as it stands in a snapshot; the same for the same values anywhere.
+/// The device with its type, as a snapshot has it; the same for the same values anywhere.
 std::string snapshotName(const TypedDevice& device);
 
-/// A value as it stands in a snapshot.
+/// A value as a snapshot has it.
 std::string snapshotText(const Value& value, const Type& type);
 
 /// The devices of values, in the same order.

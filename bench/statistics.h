@@ -1,5 +1,5 @@
-// Counts what came of requests and how long they took. It takes the same memory after a second and
-// after a month of watching, and has no clock of its own.
+// Counts the outcomes of requests and how long they took. It takes the same memory after a second
+// and after a month of watching, and has no clock of its own.
 #ifndef BENCH_STATISTICS_H
 #define BENCH_STATISTICS_H
 
@@ -22,7 +22,7 @@ using FailureCounts = std::array<std::uint64_t, LastFailureKind + 1>;
 
 std::uint64_t sumOf(const FailureCounts& counts);
 
-/// What became of one request of the driver.
+/// The outcome of one request of the driver.
 struct RequestRecord {
     std::chrono::microseconds took{0};
     std::optional<FailureKind> failure;
@@ -61,7 +61,7 @@ private:
     Duration m_max{0};
 };
 
-/// What a run came to. Durations are 0 where nothing was measured.
+/// The totals of a run. Durations are 0 where nothing was measured.
 struct Summary {
     using Duration = std::chrono::microseconds;
 

@@ -14,8 +14,8 @@
 //   min, max  what may be written, scaled
 //   comment   for people
 //
-// Only name and device are required. Cells stand between commas, semicolons or tabs. Numbers have a
-// decimal point or a decimal comma, the same in the whole file; thousands are not marked.
+// Only name and device are required. Cells are separated by commas, semicolons or tabs. Numbers
+// have a decimal point or a decimal comma, the same in the whole file; thousands are not marked.
 #ifndef BENCH_TAGS_H
 #define BENCH_TAGS_H
 

@@ -1,4 +1,4 @@
-// What a snapshot has, from a controller and to it, with news of how far it is.
+// The values of a snapshot, from a controller and to it, with reports of the progress.
 #ifndef BENCH_TRANSFER_H
 #define BENCH_TRANSFER_H
 
@@ -12,19 +12,20 @@
 namespace bench
 {
 
-/// Told what came of one request: places in the list of devices, and the readings parallel to them.
+/// Receives the outcome of one request: places in the list of devices, and the readings parallel to
+/// them.
 using BlockHandler =
     std::function<void(const std::vector<std::size_t>& indices, const std::vector<Reading>&)>;
 
 /// Reads devices request by request until all are read or the session is stopped. A request that
-/// the stop has cut short is not told of. Returns whether all were read.
+/// the stop has cut short is not reported. Returns whether all were read.
 bool readBlocks(Session& session, const std::vector<TypedDevice>& devices,
                 const BlockHandler& handler);
 
 /// What the controller holds now of the devices in a snapshot, parallel to its values. Throws a
 /// Failure (NoReply) when the session is stopped.
 ///
-/// onProgress  told how many are read
+/// onProgress  receives how many are read
 std::vector<Reading> readCurrent(Session& session, const std::vector<SnapshotValue>& values,
                                  const std::function<void(std::size_t read)>& onProgress);
 
@@ -40,7 +41,7 @@ std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values);
 /// Writes the values in the order of the format. Throws the first Failure, which says how many were
 /// written before it.
 ///
-/// onProgress  told how many are written
+/// onProgress  receives how many are written
 void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,
                    const std::function<void(std::size_t written)>& onProgress);
 

@@ -30,7 +30,7 @@ class Watcher
 public:
     using Duration = std::chrono::microseconds;
 
-    /// session  must outlive the watcher; its onRequest is taken
+    /// session  must outlive the watcher; its onRequest is used here
     /// Throws a Failure (WrongUsage) for a point that can't be read.
     Watcher(Session& session, const std::vector<Point>& points, Duration interval);
     ~Watcher();
@@ -41,7 +41,7 @@ public:
     /// 0 when a round is due.
     Duration untilDue() const { return m_poller.untilDue(); }
 
-    /// Reads every point once. Returns what to tell of the round's time.
+    /// Reads every point once. Returns what to report of the round's time.
     Round round();
 
     const std::vector<Watched>& points() const { return m_points; }

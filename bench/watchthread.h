@@ -1,6 +1,6 @@
 // A watch in a thread of its own, for programs that must answer a person while a request waits:
-// what was read so far can be looked at any time, and the watch can be told to write, to pause and
-// to change its interval.
+// what was read so far can be looked at at any time, and the watch can be asked to write, to pause
+// and to change its interval.
 #ifndef BENCH_WATCHTHREAD_H
 #define BENCH_WATCHTHREAD_H
 
@@ -32,7 +32,7 @@ struct LivePoint {
     std::optional<std::chrono::steady_clock::time_point> changedAt; ///< not for the first value
 };
 
-/// What became of a write.
+/// The outcome of a write.
 struct WriteOutcome {
     std::size_t index; ///< of the point
     Value value;
@@ -53,7 +53,7 @@ class WatchThread
 public:
     using Duration = Watcher::Duration;
 
-    /// session  must outlive the thread, which alone uses it; its onRequest and isStopped are taken
+    /// session  must outlive the thread, which alone uses it; it uses its onRequest and isStopped
     /// Throws a Failure (WrongUsage) for a point that can't be read.
     WatchThread(Session& session, const std::vector<Point>& points, Duration interval);
 
@@ -63,7 +63,7 @@ public:
     WatchThread(const WatchThread&) = delete;
     WatchThread& operator=(const WatchThread&) = delete;
 
-    /// Shows the state, which stands still meanwhile. Throws what ended the thread, if anything
+    /// Shows the state, which does not change meanwhile. Throws what ended the thread, if anything
     /// did.
     void look(const std::function<void(const LiveState&)>& viewer) const;
 
@@ -74,7 +74,7 @@ public:
     /// in a pause.
     void write(std::size_t index, const Value& value);
 
-    /// What became of the next write that has ended; nothing when there is none.
+    /// The outcome of the next write that has ended; nothing when there is none.
     std::optional<WriteOutcome> takeOutcome();
 
     /// Lets the thread end after the request under way. Returns whether it did so in that time; if

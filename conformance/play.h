@@ -19,7 +19,7 @@ void checkRequest(const std::string& request);
 Played play(DriverInterface& driver, const std::string& request,
             const std::vector<std::string>& script);
 
-/// Where `played` first departs from what was wanted, in some lines; empty when it does not.
+/// Where `played` first differs from what was wanted, in some lines; empty when it does not.
 std::string difference(const Played& wanted, const Played& played);
 
 /// Without a failure, and without a retry on the way.

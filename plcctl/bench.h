@@ -40,7 +40,7 @@ public:
     /// What texts name: tags, devices, and the type that was chosen for those without one.
     bench::Names names() const;
 
-    /// Lets a request that got no reply wait for late ones, so that its failure tells how late they
+    /// Lets a request that got no reply wait for late ones, so that its failure says how late they
     /// are. It takes the time that closing the port would take. To be called before session().
     void hearLateReplies() { m_hearsLateReplies = true; }
 

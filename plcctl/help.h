@@ -26,7 +26,7 @@ std::vector<std::string> namesToType(const CLI::Option& option);
 std::string descriptionOf(const CLI::Option& option);
 
 /// Accepts one of a few words, without naming them in the help text; and the words that an option
-/// accepts this way, none for another option.
+/// accepts this way, empty for any other option.
 CLI::Validator oneOf(const std::vector<std::string>& words);
 std::vector<std::string> wordsOf(const CLI::Option& option);
 

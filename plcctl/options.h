@@ -27,7 +27,7 @@ struct BenchOptions {
     std::string type;       ///< of devices without one; empty: the natural one of their area
     bench::PortOptions port;
     bool trace = false;
-    std::string project;  ///< where the panel project lies; empty for none
+    std::string project;  ///< where the panel project is; empty for none
     std::string portName; ///< the port's name in that project; empty: the usual one
 };
 
@@ -52,7 +52,7 @@ CLI::Option* addProjectOption(CLI::App& command, std::string& project);
 /// --line.
 void addLineOption(CLI::App& command, bench::PortOptions& options);
 
-/// Where the controller is and how patient to be with it. -o stands for --timeout, unless the
+/// Where the controller is and how patient to be with it. -o is short for --timeout, unless the
 /// subcommand already has an option of that name.
 void addPortOptions(CLI::App& command, BenchOptions& options);
 

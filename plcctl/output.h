@@ -62,7 +62,7 @@ void printCsv(const std::vector<std::string>& cells);
 /// The local time of day, for a person to read.
 std::string clockTime();
 
-/// Local date and time with its distance from UTC, so that logs of two places can be compared.
+/// Local date and time with its distance from UTC, so that logs from two places can be compared.
 std::string timeStamp();
 
 /// The fields of a value in CSV, in the order of valueColumns().

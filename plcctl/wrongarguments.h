@@ -17,7 +17,7 @@ namespace plcctl
 bench::Failure wrongArguments(const CLI::App& program, const CLI::ParseError& error);
 
 /// Lets no option of the subcommands take an empty value: it comes from a variable of a script that
-/// was never set, and would stand for the default.
+/// was never set, and would mean the default.
 void refuseEmptyValues(CLI::App& program);
 
 } // namespace plcctl

@@ -22,7 +22,7 @@ namespace simulator
 /// without a newline at its end.
 using TrafficLog = std::function<void(const std::string& line)>;
 
-/// The value of a speed that stands for a line without delay.
+/// The value of a speed that means a line without delay.
 constexpr uint32_t Unpaced = 0;
 
 /// A controller finishes one command after the other: while a reply is under way, late or slow, no
@@ -47,7 +47,7 @@ public:
     /// When the next bytes are due; nothing while idle.
     std::optional<TimeMs> nextDue() const;
 
-    /// The bytes to send now, perhaps none. They stay until sent() takes them away.
+    /// The bytes to send now, possibly none. They stay until sent() removes them.
     std::string_view due(TimeMs now) const;
 
     /// The first `count` bytes of due() were sent.

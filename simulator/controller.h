@@ -75,7 +75,7 @@ public:
     Memory& memory() { return m_memory; }
 
 protected:
-    /// What a device name stands for.
+    /// The meaning of a device name.
     struct NamedPlace {
         Place place;
         uint32_t count;        ///< of values from this one to the last of its area

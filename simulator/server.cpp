@@ -91,7 +91,7 @@ uint16_t localPort(int fd)
     socklen_t length = sizeof address;
     if (getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0)
         return 0;
-    // The port stands at the same place in both kinds of address.
+    // The port is at the same place in both kinds of address.
     return ntohs(reinterpret_cast<sockaddr_in*>(&address)->sin_port);
 }
 

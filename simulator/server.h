@@ -49,7 +49,7 @@ public:
     /// before run() or start(). PseudoTerminal::open() says when that fails.
     bool openPty(const std::string& link, std::string& why);
 
-    /// Lets the pseudo-terminal be deaf to hosts that set it to another speed or other stop bits.
+    /// Lets the pseudo-terminal ignore hosts that set it to another speed or other stop bits.
     /// To be called before run() or start(). Parity and data bits a pseudo-terminal does not keep.
     void requireLineForm(const LineForm& form) { m_lineForm = form; }
 

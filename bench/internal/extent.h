@@ -1,4 +1,4 @@
-// Where values stand among those of their kind: what overlaps, what shares a device, and in which
+// Where values lie among those of their kind: what overlaps, what shares a device, and in which
 // order they come.
 #ifndef BENCH_INTERNAL_EXTENT_H
 #define BENCH_INTERNAL_EXTENT_H

@@ -200,7 +200,7 @@ private:
         return good ? reply.mid(head.size(), valueBytes) : QByteArray();
     }
 
-    /// What the code of an exception means stands in modbusrtu.json, for the bench to say.
+    /// What the code of an exception means is in modbusrtu.json, for the bench to say.
     bool isAnswer(const QByteArray& reply, const QByteArray& head)
     {
         if (crcOf(reply) != 0)

@@ -38,7 +38,7 @@ unsigned short sickUpdate(unsigned short crc, unsigned int byte, unsigned int pr
     return static_cast<unsigned short>(next ^ (previous << 8 | byte));
 }
 
-/// The tables of a register that moves towards its least significant bit: after[k] tells what a
+/// The tables of a register that moves towards its least significant bit: after[k] says what a
 /// byte has done to an empty register once k zero bytes have followed it.
 template <typename Register>
 struct StepTables {

@@ -29,7 +29,7 @@ quint16 portIn(const QString& text)
 
 /// The entries up to the end of the list or of the stream. The list reader of Qt 4 would end
 /// without an error where the stream ends between two entries, and that of Qt 5 would make room for
-/// as many entries as a corrupt count tells.
+/// as many entries as a corrupt count says.
 QList<SocketEntry> readEntries(QDataStream& in)
 {
     QList<SocketEntry> entries;

@@ -10,7 +10,7 @@
 #include <QString>
 
 /// The kind of a port. The runtime defines the codes and carries more than are named here, so any
-/// unsigned 32-bit value may stand in a record.
+/// unsigned 32-bit value may be in a record.
 enum device_type : quint32 {
     SerialPortDevice = 0x20 ///< a serial line
 };
@@ -45,8 +45,8 @@ public:
     QString string;    ///< port name, such as "COM2"
     qint32 baudrate;   ///< bits per second
     qint32 databits;   ///< data bits per character
-    qint32 stopbits;   ///< the runtime's code: 0 stands for one stop bit
-    qint32 parity;     ///< the runtime's code: 2 stands for even parity
+    qint32 stopbits;   ///< the runtime's code: 0 is one stop bit
+    qint32 parity;     ///< the runtime's code: 2 is even parity
     qint32 auxValue;   ///< an additional port parameter, carried only
     QString auxString; ///< kept in memory only, never streamed
     qint32 linkID;     ///< link id in the project database, -1 when none is assigned

@@ -5,7 +5,8 @@
 /// For AbstractDeviceInterface::setOption.
 enum PortOption {
     /// With the integer 0: drop the bytes that were received and not read. A driver
-    /// sets it before a command, so that a late reply to an earlier one is not taken for the next.
+    /// sets it before a command, so that a late reply to an earlier one is not mistaken for the
+    /// next.
     DiscardUnreadInput = 12
 };
 

@@ -1,5 +1,5 @@
 // Loads a driver plug-in and keeps its library in memory for as long as the driver is used. No
-// driver's name or file stands here: any plug-in with the driver interface will do.
+// driver's name or file appears here: any plug-in with the driver interface will do.
 #ifndef HOST_DRIVERPLUGIN_H
 #define HOST_DRIVERPLUGIN_H
 

@@ -20,7 +20,7 @@ inline ExchangeSettings exchangeSettingsFrom(const DriverSetting& setting)
     return {setting.timeout, setting.retry, setting.delay};
 }
 
-/// The time-out that a line with such replies asks for: twice the longest one, as a controller
+/// The time-out that a line with such replies needs: twice the longest one, as a controller
 /// answers later under load; at least 100 ms for adapters and a busy computer; in steps of 50 ms.
 inline qint64 sufficientTimeoutMs(qint64 longestReplyMs)
 {

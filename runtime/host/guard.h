@@ -9,8 +9,8 @@ namespace host
 {
 
 /// Replies carry no mark of the command that they answer, so a late one looks like the reply to the
-/// next command. What tells them apart is silence: after enough of it none is on its way. The guard
-/// time is 4 time-outs; a reply later than that can be taken for another.
+/// next command. Only silence distinguishes them: after enough of it none is on its way. The guard
+/// time is 4 time-outs; a reply later than that can be mistaken for another.
 ///
 /// | event                                      | silence required before the next command      |
 /// |--------------------------------------------|-----------------------------------------------|
@@ -26,9 +26,9 @@ namespace host
 /// | such bytes otherwise                       | the guard time, counted from them             |
 ///
 /// "Only losses were seen" means that the last 8 silences passed without a byte. The rest of a
-/// dropped reply counts as such a byte where a driver reads replies in two steps: it can't be told
-/// from a late reply. No silence is longer than the guard time, however many replies were lost, and
-/// only bytes that come while the port listens measure lateness.
+/// dropped reply counts as such a byte where a driver reads replies in two steps: it can't be
+/// distinguished from a late reply. No silence is longer than the guard time, however many replies
+/// were lost, and only bytes that come while the port listens measure lateness.
 class Guard
 {
 public:

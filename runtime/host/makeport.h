@@ -1,4 +1,4 @@
-// Makes the port that an address stands for.
+// Makes the port for an address.
 #ifndef HOST_MAKEPORT_H
 #define HOST_MAKEPORT_H
 
@@ -12,7 +12,7 @@
 namespace host
 {
 
-/// Makes the port, closed: Port::open() tells whether the device or the server is there.
+/// Makes the port, closed: Port::open() says whether the device or the server is there.
 ///
 /// line  used by serial ports only
 std::unique_ptr<Port> makePort(const PortAddress& address, const LineSettings& line,

@@ -34,9 +34,9 @@ public:
     /// needed later on: a transport that broke is opened again before the next command.
     bool open();
 
-    /// Waits until no late reply is under way, so that whoever opens the line next does not take it
-    /// for an own one. Returns at once when none can be; else it takes 4 time-outs from the last
-    /// command or byte, and 16 at most.
+    /// Waits until no late reply is under way, so that whoever opens the line next does not mistake
+    /// it for its own reply. Returns at once when none can be; else it takes 4 time-outs from the
+    /// last command or byte, and 16 at most.
     void settle();
 
     /// What last went wrong, as a sentence for a person, with the time-out that would do when

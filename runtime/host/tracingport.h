@@ -44,7 +44,7 @@ private:
     qint64 m_startUs;
 };
 
-/// Bytes as text between double quotes: printable ASCII as it stands, \r \n \t \" \\ for these
+/// Bytes as text between double quotes: printable ASCII as it is, \r \n \t \" \\ for these
 /// five, \xNN for everything else.
 QString quoted(const char* data, int length);
 

@@ -32,7 +32,7 @@ public:
     /// Returns their count, 0 when none came in time, Failed when the transport broke.
     virtual int read(char* buffer, int maxLength, int waitMs) = 0;
 
-    /// Whether replies that are still on their way arrive all the same when the transport is opened
+    /// Whether replies that are still on their way arrive even when the transport is opened
     /// again: on a serial line they do, and with a TCP connection they are lost.
     virtual bool keepsLateReplies() const = 0;
 

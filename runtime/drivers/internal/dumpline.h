@@ -6,7 +6,7 @@
 #include <QString>
 
 /// Collects items, each followed by one blank, and hands them over as a single debug message. The
-/// debug stream of Qt 5 would drop the last blank and escape what stands between quotes, so the
+/// debug stream of Qt 5 would drop the last blank and escape what is between quotes, so the
 /// line is put together here.
 class DumpLine
 {

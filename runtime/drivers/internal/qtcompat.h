@@ -9,7 +9,7 @@
 namespace qtcompat
 {
 
-// A length of -1 stands for a text that a zero byte ends.
+// A length of -1 means a text that a zero byte ends.
 #if QT_VERSION < 0x050000
 inline QByteArray toAscii(const QString& text)
 {
@@ -20,7 +20,7 @@ inline QString fromAscii(const char* text, int length = -1)
     return QString::fromAscii(text, length);
 }
 #else
-// Qt 5 took the ASCII conversions away; without a codec of the runtime's own they were Latin-1.
+// Qt 5 removed the ASCII conversions; without a codec of the runtime's own they were Latin-1.
 inline QByteArray toAscii(const QString& text)
 {
     return text.toLatin1();

@@ -103,7 +103,7 @@ void insertZeros(char* field, int zeros)
     RotateArray(field + letterCount(field), digitCount(field) - zeros, zeros);
 }
 
-/// Drops the letter at `index`, and whatever stands after the `digits` characters that follow it.
+/// Drops the letter at `index`, and whatever comes after the `digits` characters that follow it.
 void dropLetter(char* field, int index, int digits)
 {
     RotateArray(field + index, 1, digits);

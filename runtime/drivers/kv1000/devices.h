@@ -41,7 +41,7 @@ enum BitAccess {
 struct Area {
     const char* symbol; ///< how a text begins, ignoring case
     bool beforeDigit;   ///< only where a digit follows the symbol
-    int digits;         ///< that the host link wants of a number; 0: any, as given
+    int digits;         ///< that the host link requires of a number; 0: any, as given
     Spelling spelling;
     Holds holds;
     bool isSetValue;     ///< of a timer or counter the set value is meant, not the current one
@@ -92,7 +92,7 @@ public:
     /// its area.
     bool canBeCut() const;
 
-    /// The device that stands `offset` devices after the first.
+    /// The device `offset` places after the first.
     Device at(qint64 offset) const;
 
 private:

@@ -14,7 +14,7 @@ Q_EXPORT_PLUGIN2(kv1000, DriverKV1000)
 
 #else
 
-// Q_PLUGIN_METADATA in the class made qt_plugin_instance. The loader of Qt 4 also wants to be told
+// Q_PLUGIN_METADATA in the class made qt_plugin_instance. The loader of Qt 4 also needs to be told
 // what it was built for; it looks for this text in the file, and asks the function.
 __attribute__((section(".qtplugin"), used)) static const char VerificationData[] =
     "pattern=QT_PLUGIN_VERIFICATION_DATA\n"

@@ -1,5 +1,5 @@
 // Reads of every width: one "RDS" command, or several where one reply would not fit, in one link
-// session. How commands are spelled and replies laid out stands in commands.cpp and replies.cpp.
+// session. How commands are spelled and replies laid out is in commands.cpp and replies.cpp.
 #include "drivers/abstractdeviceinterface.h"
 #include "drivers/errortexts.h"
 #include "drivers/internal/qtcompat.h"
@@ -20,7 +20,7 @@ struct ReadRequest {
     DeviceRun run;
     const ReplyForm* form;
     const char* mismatchText; ///< for a reply that is not of this form
-    qint64 bytes;             ///< that the caller wants of the converted items
+    qint64 bytes;             ///< that the caller needs of the converted items
 };
 
 namespace
@@ -178,7 +178,7 @@ bool DriverKV1000::readReply(AbstractDeviceInterface* port, int length)
 }
 
 /// The reply of a single bit is shorter than an error reply, which is then known by its first three
-/// bytes; its line feed is fetched so that it is not taken for the start of the next reply.
+/// bytes; its line feed is fetched so that it is not mistaken for the start of the next reply.
 bool DriverKV1000::readSingleBit(AbstractDeviceInterface* port)
 {
     const int length = BitReply.length(1);

@@ -11,7 +11,7 @@ const char ClosedReply[] = "CF\r\n";
 const char DoneReply[] = "OK\r\n";
 
 /// Acknowledgements and error replies have four bytes, and every data reply but that of a single
-/// bit is longer: the first four bytes tell an error from data.
+/// bit is longer: the first four bytes distinguish an error from data.
 enum { ShortReplyLength = 4 };
 
 /// Whether four bytes are an error reply: E, a digit, CR, LF.

@@ -31,7 +31,7 @@ public:
     int symbolLength() const { return m_symbolLength; }
     bool hasSymbol(const char* symbol) const; ///< these letters and no others, ignoring case
 
-    /// Whether nothing but digits follows the symbol, perhaps none at all.
+    /// Whether nothing but digits follows the symbol, possibly none at all.
     bool isPlain() const { return m_number >= 0; }
 
     /// Whether at least one digit follows it, and nothing else.

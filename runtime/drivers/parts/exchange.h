@@ -1,5 +1,5 @@
 // One command and its reply over a port: what goes out, and the three ways in which a reply ends:
-// after a known length, after a length that its first bytes tell, or at a delimiter.
+// after a known length, after a length that its first bytes give, or at a delimiter.
 #ifndef DRIVERS_PARTS_EXCHANGE_H
 #define DRIVERS_PARTS_EXCHANGE_H
 
@@ -21,7 +21,7 @@ public:
     enum { NoLimit = 0, DefaultReplyLimitMs = 10000 };
 
     /// Each read waits as long as the port's own time-out, however long that is. Reads that follow
-    /// the first one of a reply could go on for ever at a peer that gives a byte now and then: no
+    /// the first one of a reply could go on forever with a peer that sends a byte now and then: no
     /// further one begins when replyLimitMs have passed since the first ended, and the reply is
     /// "packet loss". NoLimit leaves it to the port.
     ///
@@ -29,7 +29,7 @@ public:
     Exchange(AbstractDeviceInterface* port, ErrorState& error,
              int replyLimitMs = DefaultReplyLimitMs);
 
-    /// Drops what was received and not read, then sends a command. Nothing tells whether it went
+    /// Drops what was received and not read, then sends a command. Nothing shows whether it went
     /// out: a lost command shows up as a missing reply.
     void ask(const char* command, int length);
     void ask(const QByteArray& command) { ask(command.constData(), command.size()); }
@@ -58,7 +58,7 @@ public:
 
     /// Reads up to a delimiter, byte by byte.
     ///
-    /// reply      receives what stands before the delimiter
+    /// reply      receives what comes before the delimiter
     /// maxLength  the longest reply without its delimiter; a longer one is "invalid response"
     bool receiveUntil(char delimiter, int maxLength, QByteArray* reply);
 

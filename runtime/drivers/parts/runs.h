@@ -28,7 +28,7 @@ DRIVER_KIT_EXPORT qint64 numberAfter(qint64 number, qint64 steps, Numbering numb
 ///         ... parts.offset() ... parts.count() ...
 ///     }
 ///
-/// Each part is as large as the capacity lets it be. A run that fits is one part, also when it has
+/// Each part is as large as the capacity allows. A run that fits is one part, also when it has
 /// 0 devices or fewer.
 class DRIVER_KIT_EXPORT RunParts
 {
@@ -37,7 +37,7 @@ public:
 
     bool more() const { return !m_started || end() < m_total; }
 
-    /// Goes on to the next part.
+    /// Moves to the next part.
     ///
     /// capacity  devices that one command can carry from end() on, 1 or more
     void next(int capacity);

@@ -37,7 +37,7 @@ bool hasHexPrefix(const QByteArray& text, int start)
            (text.at(start + 1) == 'x' || text.at(start + 1) == 'X');
 }
 
-/// The number that runs from `start` to the end of the text; 0 when anything else stands there or
+/// The number that runs from `start` to the end of the text; 0 when anything else is there or
 /// when it does not fit an int. QByteArray::toInt would do, but the one of Qt 5 passes over blanks
 /// at the end and stops at a zero byte.
 int numberFrom(const QByteArray& text, int start, int base)

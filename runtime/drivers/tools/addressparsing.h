@@ -17,8 +17,8 @@ DRIVER_KIT_EXPORT QByteArray ExtractPrefixSymbol(const QByteArray& text);
 /// In base 16 the letters A to F are digits, also those of a symbol: H1F gives 31, DM1F gives 0.
 ///
 /// base   10, 16 or 8; any other gives -1
-/// Returns 0, which cannot be told from a real 0, when there is no number, when anything follows
-///         it, or when it does not fit an int.
+/// Returns 0, which looks like a real 0, when there is no number, when anything follows it, or when
+///         it does not fit an int.
 DRIVER_KIT_EXPORT int ExtractPLCDeviceAddress(const QString& text, int base);
 DRIVER_KIT_EXPORT int ExtractPLCDeviceAddress(const QByteArray& text, int base);
 

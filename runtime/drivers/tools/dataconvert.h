@@ -1,5 +1,5 @@
-// Turns the little-endian byte arrays of the runtime into the forms that protocols want, and back.
-// Bytes that padding adds are zero and stand at the end.
+// Turns the little-endian byte arrays of the runtime into the forms that protocols need, and back.
+// Bytes that padding adds are zero and come at the end.
 #ifndef DRIVERS_TOOLS_DATACONVERT_H
 #define DRIVERS_TOOLS_DATACONVERT_H
 

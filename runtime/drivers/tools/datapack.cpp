@@ -24,7 +24,7 @@ enum class Order { Little, Big };
 /// Whether a letter may follow a count.
 enum class Run { Allowed, Refused };
 
-/// What one letter of a format stands for.
+/// The meaning of one letter of a format.
 struct Field {
     Kind kind;
     int width; ///< bytes

@@ -25,7 +25,7 @@
 // Reading stops at the first bad item, and what was written before it stays written. A character
 // that is not a letter of the first table is a bad letter; a count before any letter but those of
 // the second table, a count of 0 before one that takes an argument, and a record longer than an int
-// can tell are a bad count.
+// can count are a bad count.
 #ifndef DRIVERS_TOOLS_DATAPACK_H
 #define DRIVERS_TOOLS_DATAPACK_H
 

@@ -42,7 +42,7 @@ QSqlDatabase openConnection(const QString& name)
 
 /// Runs one statement. A query that could not be run has no rows.
 ///
-/// address   stands in for the statement's question mark; null for a statement without one
+/// address   replaces the statement's question mark; null for a statement without one
 QSqlQuery rowsOf(const QString& connectionName, const QString& statement,
                  const QString& address = QString())
 {
