@@ -72,7 +72,7 @@ host::PortAddress portAddress(const std::string& port, const Driver& driver)
         throw wrongUsage("--port: " + error.toStdString());
     if (address->kind == host::PortAddress::Kind::Tcp && address->tcpPort == 0) {
         if (!driver.description().tcpPort)
-            throw wrongUsage("--port: " + port + " has no port number, and the driver knows none",
+            throw wrongUsage("--port: " + port + " has no port number, and the driver names none",
                              "Type " + port + ":PORT.");
         address->tcpPort = *driver.description().tcpPort;
     }

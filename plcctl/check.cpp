@@ -121,7 +121,7 @@ void addCheckCommand(CLI::App& app, int& status)
     addBenchOptions(*command, options->bench);
     command->footer(
         R"(It prints failures, retries and latencies, whether the line can be trusted, and
-the time-out that it asks for. Exit status 0 when no read failed, else that of
+the time-out that it needs. Exit status 0 when no read failed, else that of
 the most frequent failure. Ctrl-C ends it early and judges what was read so far.
 
 Examples:

@@ -220,7 +220,7 @@ std::vector<std::string> remarks(const host::DriverDescription& description)
             texts.push_back(area.letters + ": " + area.note);
     if (const auto& stations = description.stationPrefix)
         texts.push_back("A station, " + std::to_string(stations->first) + " to " +
-                        std::to_string(stations->last) + ", and a colon may come first, as in " +
+                        std::to_string(stations->last) + ", and a colon may precede them, as in " +
                         std::to_string(stations->first) + ":" + description.areas.front().letters +
                         "0.");
     return texts;
@@ -305,7 +305,7 @@ void addInfoCommand(CLI::App& app, int& status)
     const auto options = std::make_shared<InfoOptions>();
     addDriverOption(*command, options->driverFile);
     addFormatOption(*command, options->format);
-    command->footer("csv lists the areas; table and json tell all.\n\n"
+    command->footer("csv lists the areas; table and json show everything.\n\n"
                     "Examples:\n"
                     "  plcctl info\n"
                     "  plcctl info --driver ./libmydriver.so --format json");

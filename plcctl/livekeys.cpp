@@ -75,7 +75,7 @@ const Binding TableKeys[] = {
     {Key::Enter, "w", beginPrompt, "w or Enter            write a value to the marked line"},
     {Key::None, " ",
      [](LiveView& view, WatchThread& watch) { watch.setPaused(view.isPaused = !view.isPaused); },
-     "Space                 pause, and go on"},
+     "Space                 pause, continue"},
     {Key::None, "+=", readFaster, "+ and -               read faster, slower"},
     {Key::None, "-", readSlower, nullptr},
     {Key::None, "s", sortNext, "s                     sort: by name, by last change, as given"},

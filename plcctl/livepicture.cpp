@@ -37,8 +37,8 @@ void drawTitle(Screen& screen, const LiveView& view, const LiveState& state)
         title = " " + std::to_string(view.top + 1) + " to " + std::to_string(view.top + shown) +
                 " of" + title;
     title += " on " + view.place + ", ";
-    title +=
-        state.interval.count() > 0 ? "every " + durationText(state.interval) : "as fast as can be";
+    title += state.interval.count() > 0 ? "every " + durationText(state.interval)
+                                        : "as fast as possible";
     const std::string right = state.isPaused ? "PAUSED " : clockTime().substr(0, 8) + " ";
     const int left = std::max(0, screen.columns() - columnsOf(right));
     screen.put(0, 0, fitted(title, left) + right, Look::Bar);

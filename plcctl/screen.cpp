@@ -222,7 +222,7 @@ Screen::Screen()
             endwin();
         throw bench::wrongUsage("the terminal type '" + std::string(type ? type : "") +
                                     "' cannot be drawn on",
-                                "Set TERM to the type that it has, such as TERM=xterm.");
+                                "Set TERM to the terminal's type, such as TERM=xterm.");
     }
     prepareToLeave();
     cbreak();

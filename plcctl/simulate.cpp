@@ -110,7 +110,8 @@ void addProtocolOption(CLI::App& command, std::string& protocol)
 void addLineOptions(CLI::App& command, SimulateOptions& options)
 {
     command
-        .add_option("--pty", options.ptyLink, "Serve a pseudo-terminal; LINK is made to lead to it")
+        .add_option("--pty", options.ptyLink,
+                    "Serve a pseudo-terminal; LINK becomes a symbolic link to it")
         ->type_name("LINK");
     command
         .add_option("--tcp", options.tcp,
@@ -124,7 +125,7 @@ void addLineOptions(CLI::App& command, SimulateOptions& options)
         ->type_name("BAUD");
     command
         .add_option("-l,--line", options.line,
-                    "Be deaf to hosts that set the pseudo-terminal to another speed or other stop "
+                    "Ignore hosts that set the pseudo-terminal to another speed or other stop "
                     "bits, so that scan can be tried; a pseudo-terminal keeps neither parity nor "
                     "data bits, so these do not matter (default: any line)")
         ->type_name("TEXT");
@@ -133,7 +134,7 @@ void addLineOptions(CLI::App& command, SimulateOptions& options)
 
 std::string footer()
 {
-    return std::string(R"(Once it listens it says so in one line on standard output.
+    return std::string(R"(It prints one line on standard output once it is listening.
 
 Examples:
   plcctl simulate --pty /tmp/plc --set DM100=12,2 --set T5=42
@@ -158,7 +159,7 @@ Examples of fault plans:
 void addSimulateCommand(CLI::App& app, int& status)
 {
     CLI::App* const command =
-        app.add_subcommand("simulate", "Be a controller that others connect to, until Ctrl-C");
+        app.add_subcommand("simulate", "Run a simulated controller until Ctrl-C");
     const auto options = std::make_shared<SimulateOptions>();
     addProtocolOption(*command, options->protocol);
     addLineOptions(*command, *options);

@@ -71,7 +71,7 @@ std::string upper(const std::string& text)
     return QString::fromStdString(text).toUpper().toStdString();
 }
 
-/// The fields of one JSON object, each wanted in one form. What has another form is reported with
+/// The fields of one JSON object, each expected in one form. What has another form is reported with
 /// the place of the object in the description.
 class Fields
 {

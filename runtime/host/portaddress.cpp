@@ -77,14 +77,14 @@ std::optional<PortAddress> tcpAddress(const QString& text, QString* error)
 {
     const std::optional<HostAndPort> parts = hostAndPort(text.mid(TcpPrefix.size()));
     if (!parts)
-        return refuse(error, text, "an IPv6 address stands in brackets, as in tcp:[::1]:8501");
+        return refuse(error, text, "an IPv6 address must be in brackets, as in tcp:[::1]:8501");
     if (parts->host.isEmpty())
         return refuse(error, text, "the host is missing, as in tcp:192.168.0.10:8501");
     if (parts->port.isNull())
         return PortAddress{PortAddress::Kind::Tcp, parts->host, 0};
     const std::optional<quint16> port = portNumber(parts->port, 1);
     if (!port)
-        return refuse(error, text, "the port number is not one from 1 to 65535");
+        return refuse(error, text, "the port number is not between 1 and 65535");
     return PortAddress{PortAddress::Kind::Tcp, parts->host, *port};
 }
 
@@ -112,12 +112,12 @@ std::optional<PortAddress> listenAddressFromText(const QString& text, QString* e
     const std::optional<HostAndPort> parts =
         isPortAlone ? HostAndPort{QStringLiteral("127.0.0.1"), text} : hostAndPort(text);
     if (!parts)
-        return refuse(error, text, "an IPv6 address stands in brackets, as in [::1]:8501");
+        return refuse(error, text, "an IPv6 address must be in brackets, as in [::1]:8501");
     if (parts->host.isEmpty())
         return refuse(error, text, "the address is missing, as in 0.0.0.0:8501");
     const std::optional<quint16> port = portNumber(parts->port, 0);
     if (!port)
-        return refuse(error, text, "the port number is not one from 0 to 65535");
+        return refuse(error, text, "the port number is not between 0 and 65535");
     return PortAddress{PortAddress::Kind::Tcp, parts->host, *port};
 }
 

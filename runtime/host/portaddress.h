@@ -17,7 +17,7 @@ struct PortAddress {
     quint16 tcpPort = 0; ///< 0 for a serial line, and where a text names none
 };
 
-/// Reads "/dev/ttyUSB0", "tcp:HOST" or "tcp:HOST:PORT"; an IPv6 address stands in brackets.
+/// Reads "/dev/ttyUSB0", "tcp:HOST" or "tcp:HOST:PORT"; an IPv6 address must be in brackets.
 ///
 /// error  receives a sentence that names what is wrong; untouched on success
 std::optional<PortAddress> portAddressFromText(const QString& text, QString* error);

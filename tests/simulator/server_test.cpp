@@ -47,7 +47,8 @@ public:
 
     void send(const std::string& bytes)
     {
-        EXPECT_EQ(write(m_fd.get(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        EXPECT_EQ(write(m_fd.get(), bytes.data(), bytes.size()),
+                  static_cast<ssize_t>(bytes.size()));
     }
 
     /// The reply comes in full, unless the line ends or nothing comes for very long.
