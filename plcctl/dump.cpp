@@ -28,20 +28,12 @@ struct DumpOptions {
     bool date = false;
 };
 
-std::string joined(const std::vector<std::string>& words)
-{
-    std::string text;
-    for (const std::string& word : words)
-        text += (text.empty() ? "" : " ") + word;
-    return text;
-}
-
 bench::SnapshotHeader headerOf(const DumpOptions& options, const bench::Driver& driver)
 {
     bench::SnapshotHeader header;
     header.tool = "plcctl " PLCCTL_VERSION;
     header.driver = driver.name();
-    header.devices = joined(options.devices);
+    header.devices = CLI::detail::join(options.devices, " ");
     if (options.date)
         header.date = timeStamp();
     return header;

@@ -26,7 +26,7 @@ void takeOutcomes(LiveView& view, WatchThread& watch)
     while (const auto outcome = watch.takeOutcome()) {
         const bench::Point& point = view.points[outcome->index];
         view.message = outcome->failure
-                           ? point.name + " not written: " + textOf(*outcome->failure)
+                           ? point.name + " not written: " + inOneLine(*outcome->failure)
                            : point.name + " = " + bench::textOf(point, outcome->value) + " written";
     }
 }

@@ -112,7 +112,7 @@ void orderWrite(LiveView& view, WatchThread& watch)
         view.message = point.name + ": writing";
         view.prompt.reset();
     } catch (const bench::Failure& failure) {
-        view.message = textOf(failure);
+        view.message = inOneLine(failure);
     }
 }
 

@@ -79,7 +79,7 @@ std::string messageFor(const LiveView& view, const bench::Watched& marked)
     if (view.prompt)
         return "Enter writes the value, Esc leaves it";
     if (marked.failure)
-        return escaped(marked.point.name + ": " + textOf(*marked.failure));
+        return escaped(marked.point.name + ": " + inOneLine(*marked.failure));
     return marked.point.comment.empty() ? "" : marked.point.name + ": " + marked.point.comment;
 }
 

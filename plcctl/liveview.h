@@ -14,7 +14,7 @@ namespace plcctl
 {
 
 /// "what. advice"
-inline std::string textOf(const bench::Failure& failure)
+inline std::string inOneLine(const bench::Failure& failure)
 {
     return failure.what() + (failure.advice().empty() ? "" : ". " + failure.advice());
 }

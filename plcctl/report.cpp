@@ -16,7 +16,7 @@ namespace
 /// In a terminal of 80 columns, the text fits beside the program's name and below it.
 constexpr std::size_t TextWidth = 72;
 const char* const Program = "plcctl: ";
-const char* const Indent = "        ";
+const char* const AdviceIndent = "        ";
 
 /// The options that the advice speaks of, unless it names some itself.
 std::string optionsFor(const bench::Failure& failure)
@@ -32,7 +32,7 @@ std::string optionsFor(const bench::Failure& failure)
 void printWrapped(const char* start, const std::string& text)
 {
     std::istringstream lines(wrapped(text, TextWidth));
-    for (std::string line; std::getline(lines, line); start = Indent)
+    for (std::string line; std::getline(lines, line); start = AdviceIndent)
         std::fprintf(stderr, "%s%s\n", start, line.c_str());
 }
 
@@ -50,7 +50,7 @@ void report(const bench::Failure& failure, const std::string& subject)
     note((subject.empty() ? "" : subject + ": ") + failure.what());
     if (failure.advice().empty())
         return;
-    printWrapped(Indent, failure.advice() + optionsFor(failure));
+    printWrapped(AdviceIndent, failure.advice() + optionsFor(failure));
 }
 
 void addFailed(std::vector<FailedPoints>& failed, const bench::Failure& failure,

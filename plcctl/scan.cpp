@@ -58,7 +58,7 @@ private:
     StatusLine m_line;
 };
 
-int inMs(std::chrono::microseconds time)
+int roundedUpMs(std::chrono::microseconds time)
 {
     return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(time).count());
 }
@@ -69,7 +69,7 @@ Table tableOf(const std::vector<bench::FoundLine>& lines)
     for (const bench::FoundLine& found : lines)
         table.rows.push_back({host::textOf(found.line).toStdString(), found.timeoutMs,
                               std::string(bench::nameOf(found.outcome)), found.reads, found.answers,
-                              inMs(found.longest)});
+                              roundedUpMs(found.longest)});
     return table;
 }
 

@@ -17,7 +17,7 @@ bool isOption(const std::string& text)
     return text.size() > 1 && text.front() == '-';
 }
 
-std::vector<std::string> subcommandNames(const CLI::App& program)
+std::vector<std::string> commandsToType(const CLI::App& program)
 {
     std::vector<std::string> names;
     for (const CLI::App* command : subcommandsOf(program))
@@ -25,7 +25,7 @@ std::vector<std::string> subcommandNames(const CLI::App& program)
     return names;
 }
 
-std::vector<std::string> optionNames(const CLI::App& command)
+std::vector<std::string> optionsToType(const CLI::App& command)
 {
     std::vector<std::string> names;
     for (const CLI::Option* option : optionsOf(command))
@@ -42,7 +42,7 @@ std::string helpOf(const CLI::App& command)
 
 bench::Failure unknownCommand(const CLI::App& program, const std::string& word)
 {
-    const std::string meant = bench::nearest(word, subcommandNames(program));
+    const std::string meant = bench::nearest(word, commandsToType(program));
     return bench::wrongUsage("no such subcommand or option: " + word,
                              meant.empty() ? helpOf(program)
                                            : "Did you mean 'plcctl " + meant + "'?");
@@ -55,7 +55,7 @@ bench::Failure unexpected(const CLI::App& command, const std::vector<std::string
     if (option == words.end())
         return bench::wrongUsage("one argument too many: " + words.front(), helpOf(command));
     const std::string name = option->substr(0, option->find('='));
-    const std::string meant = bench::nearest(name, optionNames(command));
+    const std::string meant = bench::nearest(name, optionsToType(command));
     return bench::wrongUsage(command.get_name() + " has no option " + name,
                              meant.empty() ? helpOf(command) : "Did you mean " + meant + "?");
 }
@@ -85,7 +85,7 @@ bench::Failure wrongArguments(const CLI::App& program, const CLI::ParseError& er
         if (!unknown.empty())
             return unknownCommand(program, unknown.front());
         return bench::wrongUsage("a subcommand is missing: " +
-                                     bench::listed(subcommandNames(program), 20),
+                                     bench::listed(commandsToType(program), 20),
                                  helpOf(program));
     }
     const CLI::App& command = *chosen.front();
