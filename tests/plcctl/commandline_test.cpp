@@ -285,6 +285,8 @@ TEST(Info, TellsWhatTheDriverAnswers)
 {
     const Json info = Json::parse(plcctl("info -f json").out);
     EXPECT_EQ(info.at("portKinds"), 0x70);
+    EXPECT_EQ(info.at("exchange"),
+              Json({{"timeoutMs", 500}, {"retries", 3}, {"delayMs", 0}, {"station", 0}}));
     EXPECT_EQ(info.at("areas").size(), 20U);
     EXPECT_EQ(info.at("areas").at(0).at("digits"), 5);
 
