@@ -87,8 +87,7 @@ std::unique_ptr<simulator::Controller> controllerFor(const Driver& driver)
 {
     const std::string& protocol = driver.description().protocol;
     if (!isSimulated(protocol))
-        throw wrongUsage("explain needs a simulated controller, and there is none for the driver " +
-                             driver.name(),
+        throw wrongUsage("explain has no simulated controller for the driver " + driver.name(),
                          "It counts the replies of one that speaks the driver's protocol.");
     return makeController(protocol);
 }

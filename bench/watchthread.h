@@ -74,7 +74,7 @@ public:
     /// in a pause.
     void write(std::size_t index, const Value& value);
 
-    /// The outcome of the next write that has ended; nothing when there is none.
+    /// The outcome of the next finished write; nothing if no write has finished.
     std::optional<WriteOutcome> takeOutcome();
 
     /// Lets the thread end after the request under way. Returns whether it did so in that time; if

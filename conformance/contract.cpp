@@ -25,9 +25,10 @@ widths have to work; the others are skipped. When neither says whether a width
 is served, it is tried: it is skipped if the request returns no result and no
 error, and sends nothing.
 
-Nothing is connected to the port, and the program knows no protocol. It checks
-that the driver asks for a full block, not that the driver understands the
-reply: write a story for that, and play it with paneldriver-play.
+No controller is connected, so the program cannot tell a right reply from a
+wrong one. It checks that the driver asks for a full block, not that the driver
+understands the reply: write a story for that, and play it with
+paneldriver-play.
 
 Example:
   paneldriver-contract build/libmydriver.so --word D0 --write none

@@ -19,7 +19,7 @@ namespace plcctl
 {
 
 /// The file of a driver; an empty name means the one that was built with this program. Throws a
-/// Failure (CannotOpen) when there is none.
+/// Failure (CannotOpen) if there is no driver.
 std::string driverFile(const std::string& name);
 
 class Bench

@@ -1,5 +1,4 @@
 // The whole terminal as a place to draw on, and its keys.
-// It knows nothing of what is drawn.
 #ifndef PLCCTL_SCREEN_H
 #define PLCCTL_SCREEN_H
 
@@ -66,7 +65,7 @@ public:
     /// Waits for a key, at most so long. Returns false when the terminal has gone.
     bool waitForKey(int ms);
 
-    /// The next key that was typed; None when there is none.
+    /// The next key typed; None if nothing was typed.
     Key key();
 
 private:

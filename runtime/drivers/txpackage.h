@@ -74,7 +74,7 @@ public:
     /// The bytes of section n, fewer where the frame ends first.
     QByteArray dataAt(int n) const;
 
-    /// The first byte as a number from 0 to 255; 0 when there is none.
+    /// The first byte as a number from 0 to 255; 0 for an empty array.
     int arrayToInt(const QByteArray& bytes) const;
 
     /// The exclusive or of the package's bytes without the last n; 0 when none are left, and for a

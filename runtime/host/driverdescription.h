@@ -111,7 +111,7 @@ struct DriverDescription {
     std::map<int, std::string> errors;
     std::vector<std::string> unknownKeys; ///< in the rows of areas, such as "devices[1] reads"
 
-    /// The area of these letters, in any case; null when there is none.
+    /// The area of these letters, in any case; null if the driver has no such area.
     const DeviceArea* area(const std::string& letters) const;
 };
 

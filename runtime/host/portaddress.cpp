@@ -11,7 +11,7 @@ namespace
 const QLatin1String TcpPrefix("tcp:");
 
 /// "HOST" and "PORT" of HOST:PORT, where HOST may be an IPv6 address in brackets; a null port
-/// text when there is none.
+/// text if the port is missing.
 struct HostAndPort {
     QString host;
     QString port;

@@ -55,7 +55,8 @@ enum class Part {
 const std::vector<Area>& areas();
 
 /// The device that a text such as "DM00100", "mr00115" or "00100" (a relay) names in a command, or
-/// nothing when there is none. Letters count without regard to case; leading zeros may be left out.
+/// nothing if there is no such device. Letters count without regard to case; leading zeros may be
+/// left out.
 std::optional<Device> findDevice(std::string_view wireText);
 
 /// The text that names a device in a command, such as "DM00100".

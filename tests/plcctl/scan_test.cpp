@@ -85,7 +85,7 @@ TEST(Explain, ShowsAShortTableAndTheWholeInJson)
         {"read DM99999", 1, "Response During an Error"},
         {"write DM7", 2, "needs a device and its values"},
         {"write DM7 1 -c 3", 2, "--count is for explain read"},
-        {"read D5 --driver " MINIMAL_DRIVER, 2, "needs a simulated"},
+        {"read D5 --driver " MINIMAL_DRIVER, 2, "has no simulated"},
         {"read 1:HR0 2:HR0 --driver " MODBUS_DRIVER, 2, "is not station 2"},
     };
     for (const auto& row : rows) {

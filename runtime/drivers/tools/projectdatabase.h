@@ -43,7 +43,7 @@ DRIVER_KIT_EXPORT int DevStrToHmiPort(const QString& dev_str);
 // if it is not open. A connection that is unknown or cannot be opened, and a query that fails, find
 // no rows. Station numbers keep their low 8 bits.
 
-/// The first link on an HMI port, with its default station. Returns false when there is none;
+/// The first link on an HMI port, with its default station. Returns false if the port has no link;
 /// `linkId` and `stationId` are then untouched.
 DRIVER_KIT_EXPORT bool GetLinkIdAndDefaultStationId(const QString& connectionName, int hmiPort,
                                                     int& linkId, unsigned char& stationId);
