@@ -195,6 +195,20 @@ TEST(Snapshots, AreCompared)
     }
 }
 
+TEST(Snapshot, ThatWasNotKeptIsDifferent)
+{
+    const auto written = parsed("DM0 1 5 3").values;
+    try {
+        requireKept(written, readingsOf(parsed("DM0 5 5 5")));
+        FAIL() << "two values differ";
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.kind(), FailureKind::Different);
+        EXPECT_STREQ(failure.what(),
+                     "DM0:uint: wrote 1, read back 5; DM2:uint: wrote 3, read back 5");
+    }
+    EXPECT_NO_THROW(requireKept(written, readingsOf(parsed("DM0 1 5 3"))));
+}
+
 TEST(Snapshot, IsWrittenWhereItDiffersInWholeDevices)
 {
     const struct {

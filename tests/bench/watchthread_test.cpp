@@ -2,14 +2,12 @@
 #include "bench/points.h"
 #include "bench/watchthread.h"
 
-#include "drivers/abstractdeviceinterface.h"
-#include "drivers/portoptions.h"
 #include "simulator/kv1000/controller.h"
+#include "support/answeringport.h"
 
-#include <QVariant>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <atomic>
 
 using namespace bench;
 using namespace std::chrono_literals;
@@ -17,76 +15,42 @@ using namespace std::chrono_literals;
 namespace
 {
 
-constexpr auto Patience = 20s; ///< after which a test fails; none takes as long
+constexpr std::chrono::milliseconds Patience =
+    20s; ///< after which a test fails; none takes as long
 
 /// The port to a controller, used by the thread that watches. The rest is for the test.
-class MemoryPort : public AbstractDeviceInterface
+class MemoryPort : public AnsweringPort
 {
 public:
-    int read(char* buffer, int maxLength) override
+    MemoryPort()
+        : AnsweringPort([this](const std::string& command) { return answer(command); })
     {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_isWaiting = true;
-        m_change.notify_all();
-        m_change.wait(lock, [this] { return !m_hangs; });
-        m_isWaiting = false;
-        if (m_isSilent)
-            return 0;
-        const std::size_t count = std::min(m_unread.size(), std::size_t(maxLength));
-        std::copy_n(m_unread.begin(), count, buffer);
-        m_unread.erase(0, count);
-        return int(count);
     }
 
-    int write(const char* data, int length) override
-    {
-        m_received.append(data, std::size_t(length));
-        while (const auto request = m_session->takeRequest(m_received))
-            m_unread += m_session->answer(*request);
-        return length;
-    }
-
-    void setOption(int option, const QVariant&) override
-    {
-        if (option == DiscardUnreadInput)
-            m_unread.clear();
-    }
-    int retry() override { return 0; }
-    int delay() override { return 0; }
-
-    void setSilent(bool isSilent)
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_isSilent = isSilent;
-    }
+    void setSilent(bool isSilent) { m_isSilent = isSilent; }
 
     /// Returns when a request hangs.
     bool hang()
     {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_isWaiting = false;
         m_hangs = true;
-        return m_change.wait_for(lock, Patience, [this] { return m_isWaiting; });
+        for (auto left = Patience; left > 0s && !m_isHanging; left -= 1ms)
+            std::this_thread::sleep_for(1ms);
+        return m_isHanging;
     }
 
-    void goOn()
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_hangs = false;
-        m_change.notify_all();
-    }
+    void goOn() { m_hangs = false; }
 
 private:
+    std::string answer(std::string command)
+    {
+        for (; m_hangs; std::this_thread::sleep_for(1ms))
+            m_isHanging = true;
+        return m_isSilent ? "" : m_session->answer(*m_session->takeRequest(command));
+    }
+
     simulator::kv1000::Controller m_controller;
     std::unique_ptr<simulator::Session> m_session = m_controller.newSession();
-    std::string m_received; ///< by the controller
-    std::string m_unread;   ///< by the driver
-
-    std::mutex m_mutex; ///< of all that follows
-    std::condition_variable m_change;
-    bool m_isSilent = false;
-    bool m_hangs = false;
-    bool m_isWaiting = false;
+    std::atomic<bool> m_isSilent{false}, m_hangs{false}, m_isHanging{false};
 };
 
 class WatchThreadTest : public testing::Test

@@ -108,6 +108,8 @@ TEST(Outcome, OfFailures)
          "        No complete reply came in time. Check cable, power and the line's\n"
          "        settings (speed, parity), or allow a longer time-out. See --line and\n"
          "        --timeout.\n"},
+        {"Garbled", "read DM7 --fault garble@RDS --retry 0", 5, "", "invalid response"},
+        {"CutReply", "read DM7 --fault cut@RDS -o 100 --retry 0", 4, "", "packet loss"},
         {"NoSuchDriver", "read DM7 --driver /nowhere/libx.so", 3, "", "/nowhere/libx.so"},
         {"LateRepliesAreMeasured", "read DM7 -o 100 --retry 0 --fault late=300ms@RDS", 4, "",
          "a time-out of "},

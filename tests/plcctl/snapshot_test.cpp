@@ -4,15 +4,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QThread>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <csignal>
 #include <sys/stat.h>
-#include <thread>
 
 namespace
 {
@@ -201,65 +197,6 @@ TEST(Restore, RefusesBeforeAnythingIsSent)
         EXPECT_EQ(run.err.find("WRS"), std::string::npos) << run.err;
     }
     EXPECT_EQ(plcctl("restore --yes " + folder.path("none.txt")).status, 3);
-}
-
-/// A controller that accepts every write and holds 5 in every device all the same.
-class StubbornController
-{
-public:
-    StubbornController()
-        : m_thread([this] { serve(); })
-    {
-        while (m_port == 0)
-            QThread::msleep(1);
-    }
-    ~StubbornController() { m_thread.join(); }
-
-    std::string port() const { return "tcp:127.0.0.1:" + std::to_string(m_port); }
-
-private:
-    static QByteArray replyTo(const QByteArray& command)
-    {
-        if (command.startsWith("RDS "))
-            return QByteArray("00005 00005 00005").left(command.endsWith("3\r") ? 17 : 5);
-        return command.startsWith("CR") ? "CC" : command.startsWith("CQ") ? "CF" : "OK";
-    }
-
-    void serve()
-    {
-        constexpr int PatienceMs = 20000;
-        QTcpServer server;
-        server.listen(QHostAddress::LocalHost);
-        m_port = server.serverPort();
-        if (!server.waitForNewConnection(PatienceMs))
-            return;
-        QTcpSocket* const client = server.nextPendingConnection();
-        QByteArray command;
-        while (client->waitForReadyRead(PatienceMs)) {
-            for (const char c : client->readAll()) {
-                if (c == '\n') {
-                    client->write(replyTo(command) + "\r\n");
-                    client->waitForBytesWritten(PatienceMs);
-                }
-                command = c == '\n' ? QByteArray() : command + c;
-            }
-        }
-    }
-
-    std::atomic<int> m_port{0};
-    std::thread m_thread;
-};
-
-TEST(Restore, TellsOfValuesThatWereNotKept)
-{
-    const Folder folder;
-    const StubbornController controller;
-    const Result run = plcctl("restore --yes " + folder.write("a.txt", "DM0 1 5 3\n") + " -p " +
-                              controller.port());
-    EXPECT_EQ(run.status, 6);
-    EXPECT_NE(run.err.find("DM0:uint: wrote 1, read back 5; DM2:uint: wrote 3, read back 5\n"),
-              std::string::npos)
-        << run.err;
 }
 
 } // namespace

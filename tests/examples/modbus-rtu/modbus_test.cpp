@@ -1,12 +1,13 @@
 // The Modbus RTU driver against the simulated station, and once against a station that a public
 // implementation of the protocol plays over a real serial port.
 #include "libmodbusstation.h"
-#include "simulatedport.h"
 
 #include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
 #include "host/driverplugin.h"
 #include "host/makeport.h"
+#include "simulator/modbusrtu/controller.h"
+#include "support/answeringport.h"
 
 #include <QtEndian>
 
@@ -16,9 +17,6 @@ namespace
 {
 
 using simulator::modbusrtu::Controller;
-
-constexpr int TimeoutMs = 100; ///< virtual
-constexpr int NoRetry = 0;
 
 CommunicatorCommand commandFor(int dataType, const char* address, int length)
 {
@@ -45,9 +43,17 @@ protected:
         connectTo(station);
     }
 
-    void connectTo(Controller& controller, const char* faults = "", int retries = NoRetry)
+    /// A fault changes the replies of the controller.
+    void connectTo(Controller& controller, std::function<void(std::string& reply)> fault = {})
     {
-        port = std::make_unique<SimulatedPort>(controller, faults, TimeoutMs, retries);
+        session = controller.newSession();
+        port = std::make_unique<AnsweringPort>([this, fault](std::string request) {
+            const auto frame = session->takeRequest(request);
+            std::string reply = frame ? session->answer(*frame) : "";
+            if (fault)
+                fault(reply);
+            return reply;
+        });
     }
 
     QByteArray read(int dataType, const char* address, int length)
@@ -72,18 +78,19 @@ protected:
     std::vector<int> countsOfRequests(int first)
     {
         std::vector<int> counts;
-        for (const QByteArray& request : port->requests) {
+        for (const std::string& request : port->commands) {
             EXPECT_EQ(qFromBigEndian<quint16>(request.data() + 2), first);
             counts.push_back(qFromBigEndian<quint16>(request.data() + 4));
             first += counts.back();
         }
-        port->requests.clear();
+        port->commands.clear();
         return counts;
     }
 
     Controller station;
     std::unique_ptr<host::DriverPlugin> plugin;
-    std::unique_ptr<SimulatedPort> port;
+    std::unique_ptr<simulator::Session> session;
+    std::unique_ptr<AnsweringPort> port;
 };
 
 struct Kind {
@@ -116,7 +123,7 @@ TEST_F(Modbus, ReadsAndWritesEveryKindOfARealPeerAndNothingBesideIt)
     constexpr int LongMs = 10 * 1000; // a test that waits this long has failed
     LibmodbusStation peer(247);
     const auto line = host::makePort({host::PortAddress::Kind::Serial, peer.device(), 0},
-                                     host::LineSettings(), {LongMs, NoRetry, 0});
+                                     host::LineSettings(), {LongMs, 0, 0});
     ASSERT_TRUE(line->open()) << qPrintable(line->lastFailure());
     for (const Kind& kind : kinds) {
         SCOPED_TRACE(kind.name);
@@ -176,31 +183,23 @@ TEST_F(Modbus, SplitsRequestsThatAreTooLong)
 TEST_F(Modbus, TellsWhatIsWrongWithAReply)
 {
     const struct {
-        const char* faults;
+        void (*fault)(std::string& reply);
         const char* error;
     } rows[] = {
-        {"error=2", "Response During an Error: exception 2"},
-        {"silent", "packet loss"},
-        {"cut=4", "packet loss"},
-        {"cut=7", "packet loss"},
-        {"garble=0", "invalid response: bad CRC"},
-        {"garble=9", "invalid response: bad CRC"},
-        {"late=105ms", "packet loss"},
-        {"late=95ms", "no error"},
-        {"dribble=10ms", "no error"},
+        {[](std::string& reply) { reply.clear(); }, "packet loss"},
+        {[](std::string& reply) { reply.resize(4); }, "packet loss"},
+        {[](std::string& reply) { reply.resize(7); }, "packet loss"},
+        {[](std::string& reply) { reply.front() ^= 1; }, "invalid response: bad CRC"},
+        {[](std::string& reply) { reply.back() ^= 1; }, "invalid response: bad CRC"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.faults);
-        const bool isGood = std::string(row.error) == "no error";
-        connectTo(station, row.faults);
-        EXPECT_EQ(read(DataWord, "HR0", 2), isGood ? bytes("00000000") : QByteArray());
+        SCOPED_TRACE(&row - rows);
+        connectTo(station, row.fault);
+        EXPECT_EQ(read(DataWord, "HR0", 2), QByteArray());
         EXPECT_EQ(error(), row.error);
-        connectTo(station, row.faults);
-        EXPECT_EQ(write(DataBit, "C0", bytes("01")), isGood);
+        EXPECT_FALSE(write(DataBit, "C0", bytes("01")));
         EXPECT_EQ(error(), row.error);
     }
-    connectTo(station, "cut#2", 2);
-    EXPECT_EQ(read(DataWord, "HR0", 1), bytes("0000")) << error();
     connectTo(station);
     EXPECT_EQ(read(DataWord, "HR9999", 2), QByteArray());
     EXPECT_EQ(error(), "Response During an Error: exception 2");
@@ -231,21 +230,11 @@ TEST_F(Modbus, ReachesOtherStations)
 
 TEST_F(Modbus, RefusesInvalidAddresses)
 {
-    const struct {
-        int dataType;
-        const char* address;
-        int length;
-    } rows[] = {
-        {DataWord, "X5", 1},   {DataWord, "C5", 1},      {DataBit, "HR5", 1},
-        {DataWord, "HR+5", 1}, {DataWord, "HR65535", 2}, {DataWord, "248:HR5", 1},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(read(row.dataType, row.address, row.length), QByteArray());
-        EXPECT_EQ(error(), std::string("invalid device address: ") + row.address);
+    for (const char* address : {"C5", "HR+5", "HR65535", "248:HR5"}) {
+        EXPECT_EQ(read(DataWord, address, 2), QByteArray());
+        EXPECT_EQ(error(), std::string("invalid device address: ") + address);
     }
-    EXPECT_FALSE(write(DataWord, "HR65535", bytes("01020304")));
-    EXPECT_EQ(error(), "invalid device address: HR65535");
-    EXPECT_TRUE(port->requests.empty());
+    EXPECT_TRUE(port->commands.empty());
 }
 
 } // namespace
