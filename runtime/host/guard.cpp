@@ -6,12 +6,14 @@ namespace host
 namespace
 {
 
-constexpr int LossesToBelieve = 8;
+constexpr int LossesToBelieve = 64;
+constexpr int MostLossesToBelieve = 1 << 20;
 
 } // namespace
 
 Guard::Guard(int timeoutMs)
     : m_timeoutMs(timeoutMs)
+    , m_lossesToBelieve(LossesToBelieve)
 {
 }
 
@@ -22,12 +24,20 @@ void Guard::commandSent(qint64 sentMs)
 
 bool Guard::replyComplete(qint64 nowMs)
 {
-    if (m_state == ReplyMissing)
+    if (m_state == ReplyMissing) {
+        if (nowMs > m_commandMs + m_timeoutMs / 2)
+            lateReplySeen();
         needSilence(nowMs, seesOnlyLosses() ? nowMs - m_unansweredMs : guardTimeMs());
+    }
     if (m_state != InSync)
         return false;
     m_latenessMs = 0;
     return true;
+}
+
+void Guard::restDropped(qint64 nowMs)
+{
+    m_silentSinceMs = nowMs;
 }
 
 void Guard::replyIncomplete()
@@ -42,7 +52,7 @@ bool Guard::bytesFound(qint64 nowMs)
     const bool wasInSync = isInSync();
     if (wasInSync)
         m_unansweredMs = nowMs; // no command that is known
-    m_losses = -1;              // the silence that begins now is not one without a byte
+    lateReplySeen();
     needSilence(nowMs, guardTimeMs());
     return !wasInSync;
 }
@@ -71,16 +81,23 @@ qint64 Guard::readyAtMs() const
 void Guard::silent(qint64 nowMs)
 {
     if (m_state == SilenceNeeded && nowMs >= readyAtMs()) {
-        m_losses = qMin(m_losses + 1, LossesToBelieve);
+        m_losses = qMin(m_losses + 1, m_lossesToBelieve);
         m_state = InSync;
     }
     if (m_state == ReplyMissing && nowMs >= m_commandMs + guardTimeMs())
         m_state = InSync;
 }
 
+void Guard::lateReplySeen()
+{
+    if (m_losses >= 0)
+        m_lossesToBelieve = qMin(2 * m_lossesToBelieve, MostLossesToBelieve);
+    m_losses = -1; // the silence that begins now does not count
+}
+
 bool Guard::seesOnlyLosses() const
 {
-    return m_losses == LossesToBelieve;
+    return m_losses == m_lossesToBelieve;
 }
 
 qint64 Guard::settledAtMs() const

@@ -25,10 +25,12 @@ namespace host
 /// |                                            | the replies before may have been late ones    |
 /// | such bytes otherwise                       | the guard time, counted from them             |
 ///
-/// "Only losses were seen" means that the last 8 silences passed without a byte. The rest of a
-/// dropped reply counts as such a byte where a driver reads replies in two steps: it can't be
-/// distinguished from a late reply. No silence is longer than the guard time, however many replies
-/// were lost, and only bytes that come while the port listens measure lateness.
+/// "Only losses were seen" means that after each of the last 64 replies that were dropped the
+/// silence passed without a byte, and that each of them came within half a time-out, as the reply
+/// to the command just sent does. Each late reply doubles that number, so that a line with a few
+/// late replies among many losses is not believed again and again. No silence is longer than the
+/// guard time, however many replies were lost, and only bytes that come while the port listens
+/// measure lateness.
 class Guard
 {
 public:
@@ -39,8 +41,11 @@ public:
     /// sentMs  when its last byte was on its way
     void commandSent(qint64 sentMs);
 
-    /// A read got all its bytes. Returns whether they can be handed out.
+    /// A read got all its bytes. Returns whether they can be handed out; if not, they are dropped.
     bool replyComplete(qint64 nowMs);
+
+    /// The last of the bytes that followed a dropped reply without a pause.
+    void restDropped(qint64 nowMs);
 
     /// A read ended without all its bytes, or a command went out in part.
     void replyIncomplete();
@@ -77,6 +82,7 @@ private:
     };
 
     void needSilence(qint64 nowMs, qint64 silenceMs);
+    void lateReplySeen();
     bool seesOnlyLosses() const;
 
     qint64 m_timeoutMs;
@@ -86,7 +92,8 @@ private:
     qint64 m_silentSinceMs = 0;
     qint64 m_silenceMs = 0;
     qint64 m_latenessMs = 0;
-    int m_losses = 0; ///< silences that passed without a byte, since the last unread byte
+    int m_lossesToBelieve;
+    int m_losses = 0; ///< silences that passed without a byte, since the last late reply
 };
 
 } // namespace host

@@ -17,6 +17,10 @@ constexpr int MaxTimeoutMs = 60 * 60 * 1000;
 /// guard time after the one before.
 constexpr int MaxGuardTimesToSettle = 4;
 
+/// Bytes with shorter pauses between them belong to one reply. Adapters and a busy system hold
+/// bytes back for up to half as long.
+constexpr int LongestPauseMs = 30;
+
 } // namespace
 
 Port::Port(std::unique_ptr<Transport> transport, const ExchangeSettings& exchange)
@@ -42,12 +46,15 @@ int Port::read(char* buffer, int maxLength)
 {
     if (maxLength <= 0 || m_command == Command::NotSent)
         return 0;
-    const int count = receive(buffer, maxLength);
+    const qint64 deadlineMs = qMax(m_transport->nowMs(), m_sentMs) + m_exchange.timeoutMs +
+                              m_transport->transferMs(maxLength);
+    const int count = receive(buffer, maxLength, deadlineMs);
     if (count < maxLength) {
         m_guard.replyIncomplete();
         return count;
     }
     if (!m_guard.replyComplete(m_transport->nowMs())) {
+        dropRest(deadlineMs);
         m_command = Command::NotSent;
         fail(Failure::Dropped);
         return 0;
@@ -56,10 +63,17 @@ int Port::read(char* buffer, int maxLength)
     return count;
 }
 
-int Port::receive(char* buffer, int maxLength)
+/// A driver that reads replies in two steps does not ask for the second part of a dropped reply.
+void Port::dropRest(qint64 deadlineMs)
 {
-    const qint64 deadlineMs = qMax(m_transport->nowMs(), m_sentMs) + m_exchange.timeoutMs +
-                              m_transport->transferMs(maxLength);
+    const auto longestPauseMs = static_cast<int>(LongestPauseMs + m_transport->transferMs(1));
+    char rest[256];
+    while (m_transport->read(rest, sizeof rest, qMin(longestPauseMs, remainingMs(deadlineMs))) > 0)
+        m_guard.restDropped(m_transport->nowMs());
+}
+
+int Port::receive(char* buffer, int maxLength, qint64 deadlineMs)
+{
     int have = 0;
     while (have < maxLength) {
         if (m_interrupted) {

@@ -81,7 +81,8 @@ private:
 
     enum class Failure { None, Transport, Incomplete, Dropped, Unread, NotSilent, Interrupted };
 
-    int receive(char* buffer, int maxLength);
+    int receive(char* buffer, int maxLength, qint64 deadlineMs);
+    void dropRest(qint64 deadlineMs);
     bool send(const char* data, int length);
     bool prepare();
     bool listenUntilReady(qint64 deadlineMs);

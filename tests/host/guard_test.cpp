@@ -68,7 +68,7 @@ const Row rows[] = {
          guard.silent(600);
      },
      true, Now, Now, 0},
-    {"Such bytes are not late: what they answer is not known.",
+    {"Bytes found in sync are not late: what they answer is not known.",
      [](Guard& guard) {
          exchange(guard, 0);
          guard.bytesFound(900);
@@ -102,46 +102,66 @@ const Row rows[] = {
          guard.bytesHeard(200);
      },
      false, 600, 600, 0},
+    {"The rest of a dropped reply begins the silence anew, and is not late.",
+     [](Guard& guard) {
+         lose(guard, 0);
+         exchange(guard, 100);
+         guard.restDropped(120);
+     },
+     false, 520, 520, 0},
     {"Where only losses were seen, the silence is as long as the reply may have been late.",
      [](Guard& guard) {
-         seeLosses(guard, 8);
-         lose(guard, 8000);
-         lose(guard, 8100);
-         exchange(guard, 8200);
+         seeLosses(guard, 64);
+         lose(guard, 70000);
+         lose(guard, 70100);
+         exchange(guard, 70200);
      },
-     false, 8205 + 205, 8205 + 205, 0},
+     false, 70205 + 205, 70205 + 205, 0},
     {"It is then never shorter than a time-out.",
      [](Guard& guard) {
-         seeLosses(guard, 8);
-         lose(guard, 8000);
-         exchange(guard, 8050);
+         seeLosses(guard, 64);
+         lose(guard, 70000);
+         exchange(guard, 70050);
      },
-     false, 8055 + 100, 8055 + 100, 0},
+     false, 70055 + 100, 70055 + 100, 0},
     {"Nor longer than the guard time.",
      [](Guard& guard) {
-         seeLosses(guard, 8);
-         lose(guard, 8000);
-         exchange(guard, 8500);
+         seeLosses(guard, 64);
+         lose(guard, 70000);
+         exchange(guard, 70500);
      },
-     false, 8505 + 400, 8505 + 400, 0},
-    {"Seven losses are not enough.",
+     false, 70505 + 400, 70505 + 400, 0},
+    {"One loss less is not enough.",
      [](Guard& guard) {
-         seeLosses(guard, 7);
-         lose(guard, 7000);
-         exchange(guard, 7100);
+         seeLosses(guard, 63);
+         lose(guard, 70000);
+         exchange(guard, 70100);
      },
-     false, 7105 + 400, 7105 + 400, 0},
-    {"One unread byte, and the losses count anew, after the silence that it asked for.",
+     false, 70105 + 400, 70105 + 400, 0},
+    {"A reply that comes in the second half of the time-out looks like a late one.",
      [](Guard& guard) {
-         seeLosses(guard, 9);
-         lose(guard, 9000);
-         guard.bytesHeard(9150);
-         guard.silent(9550);
-         seeLosses(guard, 7, 10000);
-         lose(guard, 17000);
-         exchange(guard, 17100);
+         seeLosses(guard, 64);
+         lose(guard, 70000);
+         guard.commandSent(70100);
+         guard.replyComplete(70151);
      },
-     false, 17105 + 400, 17105 + 400, 150},
+     false, 70151 + 400, 70151 + 400, 0},
+    {"After unread bytes twice as many losses are needed, counted after their silence.",
+     [](Guard& guard) {
+         seeLosses(guard, 64);
+         lose(guard, 70000);
+         guard.bytesHeard(70150);
+         guard.bytesHeard(70151);
+         guard.silent(70551);
+         seeLosses(guard, 127, 80000);
+         lose(guard, 210000);
+         EXPECT_FALSE(exchange(guard, 210100));
+         EXPECT_EQ(guard.readyAtMs(), 210105 + 400);
+         guard.silent(210505);
+         lose(guard, 220000);
+         exchange(guard, 220100);
+     },
+     false, 220105 + 105, 220105 + 105, 151},
 };
 
 TEST(Guard, SaysWhenTheNextCommandMayGoOut)
