@@ -7,9 +7,8 @@
 namespace simulator::modbusrtu
 {
 
-/// How many holding registers there are, and how many coils.
-constexpr uint32_t DevicesPerTable = 10000;
-
+/// Serves functions 1, 3, 15 and 16, which fault plans call FC01, FC03, FC15 and FC16. Damaged
+/// frames, broadcasts and frames for other stations get no reply.
 class Controller : public simulator::Controller
 {
 public:

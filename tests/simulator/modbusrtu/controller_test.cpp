@@ -1,6 +1,5 @@
 // Frames and the replies that they must get, with checks that another program worked out.
 #include "simulator/modbusrtu/controller.h"
-#include "simulator/modbusrtu/session.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +27,7 @@ std::string hexOf(const std::string& bytes)
     return hex;
 }
 
-class ModbusSession : public testing::Test
+class ModbusController : public testing::Test
 {
 protected:
     /// The replies to all that is complete with these bytes.
@@ -36,13 +35,13 @@ protected:
     {
         received += bytesOf(hex);
         std::string all;
-        while (const auto request = session.takeRequest(received))
-            all += hexOf(session.answer(*request));
+        while (const auto request = session->takeRequest(received))
+            all += hexOf(session->answer(*request));
         return all;
     }
 
     modbusrtu::Controller controller;
-    modbusrtu::Session session{controller.memory(), 1};
+    const std::unique_ptr<Session> session = controller.newSession();
     std::string received;
 };
 
@@ -52,7 +51,7 @@ struct Row {
     const char* reply;
 };
 
-TEST_F(ModbusSession, ReadsAndWrites)
+TEST_F(ModbusController, ReadsAndWrites)
 {
     const Row rows[] = {
         {"FC16, HR100 and HR101", "011000640002040102ffff55f8", "0110006400020017"},
@@ -72,7 +71,7 @@ TEST_F(ModbusSession, ReadsAndWrites)
     EXPECT_EQ(controller.look("HR101"), 65535u);
 }
 
-TEST_F(ModbusSession, RefusesWithAnException)
+TEST_F(ModbusController, RefusesWithAnException)
 {
     const Row rows[] = {
         {"function 6", "01060008abcdb6ad", "01860183a0"},
@@ -89,7 +88,7 @@ TEST_F(ModbusSession, RefusesWithAnException)
         EXPECT_EQ(replies(row.request), row.reply) << row.name;
 }
 
-TEST_F(ModbusSession, FindsFramesAmongBytes)
+TEST_F(ModbusController, FindsFramesAmongBytes)
 {
     const struct {
         const char* name;
