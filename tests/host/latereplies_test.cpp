@@ -294,6 +294,18 @@ TEST_F(PortInVirtualTime, TheReplyAfterAMissingOneIsDropped)
     EXPECT_EQ(line.nowMs, TimeoutMs + PromptMs + 4 * TimeoutMs + PromptMs);
 }
 
+TEST_F(PortInVirtualTime, AReplyWithoutEndIsDroppedForATimeout)
+{
+    latenessMs = VirtualLine::Never;
+    EXPECT_EQ(exchange("lost"), "");
+    EXPECT_TRUE(write("next"));
+    const qint64 sentMs = line.nowMs;
+    line.byteGapMs = 1;
+    line.send(QByteArray(10 * TimeoutMs, '?'), sentMs + PromptMs);
+    EXPECT_EQ(read(4), "");
+    EXPECT_EQ(line.nowMs, sentMs + TimeoutMs);
+}
+
 TEST_F(PortInVirtualTime, LateRepliesAreWhyItFails)
 {
     const std::string lateness = "; replies come up to 260 ms after their command: a time-out of "
