@@ -81,7 +81,7 @@ qint64 Guard::readyAtMs() const
 void Guard::silent(qint64 nowMs)
 {
     if (m_state == SilenceNeeded && nowMs >= readyAtMs()) {
-        m_losses = qMin(m_losses + 1, m_lossesToBelieve);
+        ++m_losses;
         m_state = InSync;
     }
     if (m_state == ReplyMissing && nowMs >= m_commandMs + guardTimeMs())
@@ -97,7 +97,7 @@ void Guard::lateReplySeen()
 
 bool Guard::seesOnlyLosses() const
 {
-    return m_losses == m_lossesToBelieve;
+    return m_losses >= m_lossesToBelieve;
 }
 
 qint64 Guard::settledAtMs() const

@@ -98,6 +98,15 @@ const Row rows[] = {
          guard.bytesHeard(520);
      },
      false, 920, 920, 250},
+    {"A good reply ends it.",
+     [](Guard& guard) {
+         lose(guard, 0);
+         guard.bytesHeard(350);
+         guard.silent(750);
+         EXPECT_EQ(guard.latenessMs(), 350);
+         EXPECT_TRUE(exchange(guard, 800));
+     },
+     true, Now, Now, 0},
     {"Bytes within the time-out are not late.",
      [](Guard& guard) {
          lose(guard, 100);
@@ -113,7 +122,7 @@ const Row rows[] = {
      false, 520, 520, 0},
     {"Where only losses were seen, the silence is as long as the reply may have been late.",
      [](Guard& guard) {
-         seeLosses(guard, 64);
+         seeLosses(guard, 66);
          lose(guard, 70000);
          lose(guard, 70100);
          exchange(guard, 70200);
