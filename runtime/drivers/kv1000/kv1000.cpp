@@ -20,7 +20,7 @@ const int SupportedPortKinds = 0x70;
 const int ServedWidths =
     driverkit::Bits | driverkit::Bytes | driverkit::Words | driverkit::DoubleWords;
 
-const driverkit::Identity Identity = {
+const driverkit::Identity KV1000Identity = {
     "KEYENCE KV-1000",
     "KEYENCE",
     "1.0.0",
@@ -33,7 +33,7 @@ const driverkit::Identity Identity = {
 
 } // namespace
 
-static QString VERSION_STRING(Identity.version);
+static QString VERSION_STRING(KV1000Identity.version);
 
 DriverKV1000::DriverKV1000()
     : m_debugMode(false)
@@ -50,7 +50,7 @@ QByteArray DriverKV1000::read(AbstractDeviceInterface* port, const CommunicatorC
     QByteArray data;
     do {
         attempts.begin();
-        if (!driverkit::serves(Identity.widths.read, command.dataType))
+        if (!driverkit::serves(KV1000Identity.widths.read, command.dataType))
             return QByteArray();
         data = readOnce(port, command);
     } while (attempts.again());
@@ -78,7 +78,7 @@ bool DriverKV1000::write(AbstractDeviceInterface* port, const CommunicatorComman
     bool written = false;
     do {
         attempts.begin();
-        if (!driverkit::serves(Identity.widths.write, command.dataType))
+        if (!driverkit::serves(KV1000Identity.widths.write, command.dataType))
             return false;
         const bool areBits = driverkit::serves(driverkit::Bits, command.dataType);
         written = areBits ? writeBits(port, command, data) : writeBytes(port, command, data);
@@ -88,7 +88,7 @@ bool DriverKV1000::write(AbstractDeviceInterface* port, const CommunicatorComman
 
 int DriverKV1000::totalSize()
 {
-    return Identity.blocks.units;
+    return KV1000Identity.blocks.units;
 }
 bool DriverKV1000::initialize(AbstractDeviceInterface*)
 {
@@ -100,11 +100,11 @@ bool DriverKV1000::validation(const QString&)
 }
 QString DriverKV1000::name()
 {
-    return QString::fromLatin1(Identity.name);
+    return QString::fromLatin1(KV1000Identity.name);
 }
 QString DriverKV1000::vender()
 {
-    return QString::fromLatin1(Identity.vendor);
+    return QString::fromLatin1(KV1000Identity.vendor);
 }
 QString DriverKV1000::getVersionNumber()
 {
@@ -112,15 +112,15 @@ QString DriverKV1000::getVersionNumber()
 }
 int DriverKV1000::supportedCommunicationFlags()
 {
-    return Identity.portKinds;
+    return KV1000Identity.portKinds;
 }
 DeviceSetting* DriverKV1000::getDefaultSerialDeviceSetting()
 {
-    return driverkit::newDeviceSetting(Identity.line);
+    return driverkit::newDeviceSetting(KV1000Identity.line);
 }
 DriverSetting* DriverKV1000::getDefaultDriverSetting()
 {
-    return driverkit::newDriverSetting(Identity.exchange);
+    return driverkit::newDriverSetting(KV1000Identity.exchange);
 }
 void DriverKV1000::setDebugMode(bool on)
 {
@@ -128,11 +128,11 @@ void DriverKV1000::setDebugMode(bool on)
 }
 int DriverKV1000::getBlockAccessSize()
 {
-    return Identity.blocks.units;
+    return KV1000Identity.blocks.units;
 }
 int DriverKV1000::getBitBlockAccessSize()
 {
-    return Identity.blocks.bits;
+    return KV1000Identity.blocks.bits;
 }
 QString DriverKV1000::getLastError()
 {
@@ -144,7 +144,7 @@ bool DriverKV1000::hasError()
 }
 QString DriverKV1000::getStringBasedDefaultDriverSetting()
 {
-    return driverkit::lineText(Identity.line);
+    return driverkit::lineText(KV1000Identity.line);
 }
 QObject* DriverKV1000::getThisObject()
 {

@@ -19,9 +19,8 @@ class Exchange;
 
 namespace kv1000
 {
-struct Area;
 struct ReadRequest;
-} // namespace kv1000
+}
 
 class DRIVER_KIT_EXPORT DriverKV1000 : public QObject, public DriverInterface
 {
@@ -80,6 +79,10 @@ public:
     QByteArray readWords(AbstractDeviceInterface* port, const CommunicatorCommand& command);
     QByteArray readDWords(AbstractDeviceInterface* port, const CommunicatorCommand& command);
     QByteArray readBytes(AbstractDeviceInterface* port, const CommunicatorCommand& command);
+    /// Sets or resets one bit.
+    ///
+    /// symbol  letters such as "MR", in any case
+    /// number  decimal; of relays, channel * 100 + bit
     bool writeBit(AbstractDeviceInterface* port, const QByteArray& symbol, int number, bool value);
     bool writeBytes(AbstractDeviceInterface* port, const CommunicatorCommand& command,
                     const QByteArray& data);
@@ -89,8 +92,6 @@ private:
                                           const CommunicatorCommand& command);
     DRIVER_KIT_HIDDEN bool writeBits(AbstractDeviceInterface* port,
                                      const CommunicatorCommand& command, const QByteArray& data);
-    DRIVER_KIT_HIDDEN bool writeBit(AbstractDeviceInterface* port, const kv1000::Area& area,
-                                    const QByteArray& symbol, int number, bool value);
     DRIVER_KIT_HIDDEN bool sendWrite(AbstractDeviceInterface* port, int length);
 
     DRIVER_KIT_HIDDEN driverkit::Exchange exchangeOver(AbstractDeviceInterface* port);
@@ -104,7 +105,7 @@ private:
                                          const kv1000::ReadRequest& request);
     DRIVER_KIT_HIDDEN bool readReply(AbstractDeviceInterface* port, int length);
     DRIVER_KIT_HIDDEN bool readSingleBit(AbstractDeviceInterface* port);
-    DRIVER_KIT_HIDDEN QByteArray nothingRead(const char* text, const QString& address);
+    DRIVER_KIT_HIDDEN QByteArray nothingRead(const char* text, const QString& detail = QString());
 
     driverkit::ErrorState m_error;
     bool m_debugMode;

@@ -14,7 +14,8 @@
 namespace kv1000
 {
 
-/// A read that passed all checks that need no port but those of its commands.
+/// A read to be done: the run of devices, the form of its replies, and how much of them is wanted.
+/// readRun() checks whether its commands can be sent.
 struct ReadRequest {
     const QString& address; ///< as the request gave it
     DeviceRun run;
@@ -156,7 +157,7 @@ QByteArray DriverKV1000::readRun(AbstractDeviceInterface* port, const ReadReques
         const int had = data.size();
         data.resize(had + qMax(1, parts.count()) * form.itemBytes);
         if (!form.convert(rxBuffer.data(), parts.count(), data.data() + had))
-            return nothingRead(request.mismatchText, QString());
+            return nothingRead(request.mismatchText);
     }
     if (!endComm(port))
         return QByteArray();
@@ -193,8 +194,8 @@ bool DriverKV1000::readSingleBit(AbstractDeviceInterface* port)
     return false;
 }
 
-QByteArray DriverKV1000::nothingRead(const char* text, const QString& address)
+QByteArray DriverKV1000::nothingRead(const char* text, const QString& detail)
 {
-    m_error.fail(text, address);
+    m_error.fail(text, detail);
     return QByteArray();
 }

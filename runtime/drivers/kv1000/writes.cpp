@@ -24,8 +24,7 @@ bool DriverKV1000::writeBits(AbstractDeviceInterface* port, const CommunicatorCo
     const QByteArray address = qtcompat::toAscii(command.address);
     const QByteArray symbol = ExtractPrefixSymbol(address);
     const int first = ExtractPLCDeviceAddress(address, 10);
-    const Area& area = areaOf(address.constData());
-    const driverkit::Numbering numbering = bitWriteNumbering(area);
+    const driverkit::Numbering numbering = bitWriteNumbering(areaOf(address.constData()));
     // The conversion calls a malformed number, or one beyond an int, 0: the wrong bit would be set.
     if ((first == 0 && !isNumberZero(address)) ||
         driverkit::numberAfter(first, data.size() - 1, numbering) > INT_MAX)
@@ -33,7 +32,7 @@ bool DriverKV1000::writeBits(AbstractDeviceInterface* port, const CommunicatorCo
 
     for (int i = 0; i < data.size(); ++i) {
         const int number = static_cast<int>(driverkit::numberAfter(first, i, numbering));
-        if (!writeBit(port, area, symbol, number, data.at(i) != 0))
+        if (!writeBit(port, symbol, number, data.at(i) != 0))
             return false;
     }
     return true;
@@ -42,14 +41,9 @@ bool DriverKV1000::writeBits(AbstractDeviceInterface* port, const CommunicatorCo
 bool DriverKV1000::writeBit(AbstractDeviceInterface* port, const QByteArray& symbol, int number,
                             bool value)
 {
-    return writeBit(port, areaOf(symbol.constData()), symbol, number, value);
-}
-
-bool DriverKV1000::writeBit(AbstractDeviceInterface* port, const Area& area,
-                            const QByteArray& symbol, int number, bool value)
-{
     if (!startComm(port))
         return false;
+    const Area& area = areaOf(symbol.constData());
     const int length =
         formatBitCommand(txBuffer.data(), static_cast<int>(txBuffer.size()), area, number, value);
     if (length == 0)
