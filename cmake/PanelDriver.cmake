@@ -2,7 +2,7 @@
 #
 # Adds a driver plug-in, libNAME.so, built with the kit: runs moc, hides all symbols but the entry
 # points, and looks for the kit beside the plug-in first. DESCRIPTION names the JSON file that
-# PANEL_DRIVER puts into the plug-in, so that a change of it builds the plug-in anew.
+# PANEL_DRIVER puts into the plug-in, so that changing it rebuilds the plug-in.
 function(panel_add_driver name)
     cmake_parse_arguments(PARSE_ARGV 1 driver "" "DESCRIPTION" "SOURCES")
     if(NOT driver_SOURCES OR driver_UNPARSED_ARGUMENTS)

@@ -15,7 +15,7 @@ const int DefaultStation = 1, LastStation = 247;
 const int ExceptionFlag = 0x80;
 const int ExceptionSize = 5; // no reply is shorter
 const int CrcSize = 2;
-const int SilenceMs = 5; // 3.5 characters at 9600 baud
+const int SilenceMs = 5; // 3.5 characters at 9600 baud and faster; slower lines need more
 
 const Identity ModbusIdentity = {
     "Modbus RTU",
@@ -72,7 +72,7 @@ unsigned short crcOf(const QByteArray& frame)
 /// its station, as in 2:HR100; without one it is the station of the port's setting, or 1.
 ///
 /// Wider units take several registers, the low word first; a byte is half a register, the low half
-/// first. After the last byte of an odd number of them a zero is written.
+/// first. A write of an odd number of bytes is padded with a zero.
 class DriverModbusRtu : public BasicDriver
 {
     Q_OBJECT

@@ -17,9 +17,9 @@
 
 #include <QObject>
 
-/// A request is tried until an attempt leaves no error or the port allows no more. A width that the
-/// identity does not serve, and a request for nothing, is over at once: an empty result or false,
-/// or true for no data, without an error and without port traffic.
+/// A request is tried until an attempt leaves no error or the port allows no more. A width that is
+/// not served ends at once, with an empty result or false; so does a read of no units (empty) and a
+/// write of no data (true). None of these sets an error or sends anything.
 class DRIVER_KIT_EXPORT BasicDriver : public QObject, public DriverInterface
 {
     Q_OBJECT

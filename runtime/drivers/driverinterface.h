@@ -22,6 +22,8 @@ class DRIVER_KIT_EXPORT DriverInterface
 public:
     virtual ~DriverInterface() {}
 
+    /// What runtimes use it for is not part of this contract; drivers here answer as
+    /// getBlockAccessSize() does.
     virtual int totalSize() = 0;
 
     /// Writes `data` to the device that `command` names. `data` holds multi-byte values least
@@ -34,9 +36,13 @@ public:
     /// each; empty on failure, with the reason in getLastError().
     virtual QByteArray read(AbstractDeviceInterface* port, const CommunicatorCommand& command) = 0;
 
+    /// Around the opening of a port, perhaps never. True unless the driver knows better.
     virtual bool initialize(AbstractDeviceInterface* port) = 0;
+
+    /// Judges a text; which ones is not part of this contract. Drivers here answer false to all.
     virtual bool validation(const QString& text) = 0;
 
+    /// Who the driver is: its own name, its maker's and its version. The same at every call.
     virtual QString name() { return QString::fromLatin1("Not Assigned"); }
     virtual QString vender() { return QString::fromLatin1("Not Assigned"); }
     virtual QString getVersionNumber() { return QString::fromLatin1("Not Assigned"); }
@@ -54,6 +60,7 @@ public:
     /// The port kinds the driver can talk through, a mask of device_type codes.
     virtual int supportedCommunicationFlags() = 0;
 
+    /// May come at any time and must do no harm. No driver here consults it.
     virtual void setDebugMode(bool on) = 0;
 
     /// How many units, or bits, the runtime may ask for in one request.
@@ -73,11 +80,15 @@ public:
     virtual void setSessionCommand(QList<CommunicatorCommand> commands) { Q_UNUSED(commands); }
     virtual void clearSessionCommand() {}
 
+    /// Tells the port's setting when it is known or changes, perhaps never. `setting` belongs to
+    /// the caller and is valid during the call only.
     virtual bool deviceSettingChanged(const DeviceSetting* setting)
     {
         Q_UNUSED(setting);
         return true;
     }
+
+    /// Asked around the opening of a port, perhaps never. True unless the driver knows better.
     virtual bool isConnected(AbstractDeviceInterface* port)
     {
         Q_UNUSED(port);

@@ -1,6 +1,6 @@
 // What each byte does to an empty CRC register, for the library's own sources. crc_tabccitt belongs
 // to a register that moves towards its most significant bit, the others to registers that move
-// towards their least significant one. The CRC tests work every entry out again.
+// towards their least significant one. The CRC tests recompute every entry.
 #ifndef DRIVERS_INTERNAL_CRCTABLES_H
 #define DRIVERS_INTERNAL_CRCTABLES_H
 

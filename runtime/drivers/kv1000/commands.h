@@ -21,8 +21,7 @@ struct Device;
 const char OpenCommand[] = "CR\r\n";
 const char CloseCommand[] = "CQ\r\n";
 
-/// Whether the read of `count` devices fits its buffer; one that does not must be refused, never
-/// sent.
+/// Whether the read of `count` devices fits its buffer; one that does not must be refused.
 bool readCommandFits(const Device& first, int count);
 
 /// Formats the "ST" (set) or "RS" (reset) of one bit.
@@ -43,6 +42,7 @@ struct WriteForm {
     ///
     /// buffer  receives the text; nothing is written beyond `size`
     /// values  `count` of them, each of valueBytes, least significant byte first
+    /// count   at most capacity(size, first); more may give an incomplete command
     /// Returns the length of the text.
     int (*format)(char* buffer, int size, const Device& first, const char* values, int count);
 
@@ -55,7 +55,8 @@ extern const WriteForm Value32Write; ///< ten digits
 
 } // namespace kv1000
 
-/// Sends "RDS", the read of `count` devices, after dropping what was received and not read.
+/// Sends "RDS", the read of `count` devices, after dropping what was received and not read. Only
+/// for commands that pass readCommandFits().
 void KV1000SendContinuousReadDataCmd(driverkit::Exchange& exchange, const kv1000::Device& first,
                                      int count);
 

@@ -11,9 +11,9 @@ namespace driverkit
 namespace
 {
 
-const int MaxDigits = 18; // what a qint64 holds for certain
+const int MaxDigits = 18; // always fits a qint64
 
-/// The number that the whole text is; -1 for a text of anything but digits.
+/// The value of a text of up to MaxDigits digits, 0 without any; -1 for any other text.
 qint64 plainNumber(const char* text, int length)
 {
     if (length > MaxDigits)

@@ -10,7 +10,7 @@
 namespace driverkit
 {
 
-/// The number that a text of 1 to 18 decimal digits and nothing else is; -1 for any other text.
+/// The value of a text of 1 to 18 decimal digits; -1 for any other text.
 DRIVER_KIT_EXPORT qint64 plainNumber(const QByteArray& text);
 
 /// A small value: it allocates nothing until a text is asked of it.

@@ -45,8 +45,8 @@ public:
     ///
     /// buffer    room for the longest reply
     /// shortest  bytes that every reply has
-    /// restOf    int(const char* buffer): bytes that follow the first `shortest`, 0 or more; less
-    ///           when the reply is an error, which restOf has set
+    /// restOf    int(const char* buffer): bytes that follow the first `shortest`, 0 or more;
+    ///           negative if the reply is an error, after setting the error state
     template <typename RestOf>
     bool receiveProbed(char* buffer, int shortest, RestOf restOf)
     {

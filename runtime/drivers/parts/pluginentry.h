@@ -1,4 +1,5 @@
-// The entry points of a driver plug-in, for the loaders of Qt 4 and Qt 5 and for a plain dlopen.
+// The entry points of a driver plug-in: CreateDriver, for a plain dlopen, and those of the Qt that
+// the plug-in is built with, 4 or 5.
 #ifndef DRIVERS_PARTS_PLUGINENTRY_H
 #define DRIVERS_PARTS_PLUGINENTRY_H
 

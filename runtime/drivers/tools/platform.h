@@ -12,7 +12,7 @@ DRIVER_KIT_EXPORT void HRSleep(unsigned long ms);
 /// Milliseconds of the monotonic clock. Only differences between two readings mean anything.
 DRIVER_KIT_EXPORT qint64 CurrentMSecsSinceBoot();
 
-/// Whether a process of that id exists, be it another user's. False for ids that no process can
+/// Whether a process of that id exists, including another user's. False for ids that no process can
 /// have. Sends no signal.
 DRIVER_KIT_EXPORT bool ProcessIsRunning(long long pid);
 

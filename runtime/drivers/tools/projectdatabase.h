@@ -50,13 +50,13 @@ DRIVER_KIT_EXPORT bool GetLinkIdAndDefaultStationId(const QString& connectionNam
 
 /// Appends to `result` the links on an HMI port whose default node has that IP address and port. An
 /// address with a quote or a percent sign belongs to no node.
-/// Returns whether `result` holds anything, be it from before.
+/// Returns whether `result` is non-empty, earlier entries included.
 DRIVER_KIT_EXPORT bool GetLinkIdAndDefaultStationId(const QString& connectionName, int hmiPort,
                                                     const QString& ip, unsigned short port,
                                                     QList<LinkIdStationId>& result);
 
 /// Appends to `result` the default stations of one link.
-/// Returns whether `result` holds anything, be it from before.
+/// Returns whether `result` is non-empty, earlier entries included.
 DRIVER_KIT_EXPORT bool GetLinkIdAndDefaultStationId(const QString& connectionName, int linkId,
                                                     QList<LinkIdStationId>& result);
 
