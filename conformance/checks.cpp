@@ -225,7 +225,7 @@ bool Checks::isServed(const Request& request)
     if (request.declared == Declared::No)
         return false;
     m_report.at(request.name() + ", " + std::to_string(fewUnits(request)) + " units");
-    NotingPort dead(silence);
+    RecordingPort dead(silence);
     const Outcome outcome = ask(dead, request, fewUnits(request));
     if (!dead.isUntouched())
         return true;
@@ -274,7 +274,7 @@ void Checks::leavesUnknownWidthsAlone()
     for (const Request& request : {m_requests.front(), m_requests.back()}) {
         for (int dataType : {-1, 7, 99, INT_MIN, INT_MAX}) {
             m_report.at(request.name() + " with the code " + std::to_string(dataType));
-            NotingPort dead(silence, 3);
+            RecordingPort dead(silence, 3);
             const Outcome outcome = ask(dead, request, dataType, request.device, 1, 8);
             m_report.expect(outcome.isNothing() && dead.isUntouched(),
                             "no result, no error, nothing sent",
@@ -294,7 +294,7 @@ void Checks::triesAsOftenAsAllowed()
         for (const auto& row : rows) {
             m_report.at(request.name() + ", a dead port, " + std::to_string(row.retries) +
                         " retries");
-            NotingPort dead(silence, row.retries);
+            RecordingPort dead(silence, row.retries);
             expectFailure(ask(dead, request, fewUnits(request)));
             m_report.expect(dead.attempts().size() == row.attempts,
                             std::to_string(row.attempts) + " attempts, each after a pause",
@@ -311,17 +311,17 @@ void Checks::takesGarbageForAFailure()
 {
     const struct {
         const char* name;
-        NotingPort::Reply reply;
-    } garbages[] = {
+        RecordingPort::Reply reply;
+    } garbageReplies[] = {
         {"a negative count", [](char*, int) { return -1; }},
         {"one byte too many", [](char*, int most) { return most + 1; }},
         {"one byte missing", [](char*, int most) { return most - 1; }},
         {"zeros", [](char*, int most) { return most; }},
     };
-    for (const auto& garbage : garbages) {
+    for (const auto& garbage : garbageReplies) {
         for (const Request& request : m_requests) {
             m_report.at(request.name() + ", each read brings " + garbage.name);
-            NotingPort port(garbage.reply, 1);
+            RecordingPort port(garbage.reply, 1);
             expectFailure(ask(port, request, fewUnits(request)));
             m_report.expect(port.attempts().size() == 2, "2 attempts with 1 retry",
                             std::to_string(port.attempts().size()));
@@ -344,7 +344,7 @@ void Checks::refusesBadTexts()
     };
     const auto refuse = [&](const Request& request, const std::string& name, const QString& text) {
         m_report.at(request.name() + ", " + name);
-        NotingPort dead(silence);
+        RecordingPort dead(silence);
         const Outcome outcome =
             ask(dead, request, request.width->dataType, text, 1, request.width->dataBytes);
         expectFailure(outcome);
@@ -374,7 +374,7 @@ void Checks::asksForAFullBlock()
         if (!m_report.expect(units > 0, "a block size above 0 for a width that is served",
                              std::to_string(units)))
             continue;
-        NotingPort dead(silence);
+        RecordingPort dead(silence);
         const Outcome outcome = ask(dead, request, units);
         m_report.expect(!dead.isUntouched(), "a command on the line, as a full block has to work",
                         "nothing sent, " + outcome.description());
@@ -387,7 +387,7 @@ void Checks::survivesAnyLength()
         for (int units : {0, -1, INT_MIN, INT_MAX}) {
             m_report.at(request.name() + ", a length of " + std::to_string(units) +
                         ", a dead port");
-            NotingPort dead(silence);
+            RecordingPort dead(silence);
             const int dataBytes = 1; // which is not a whole unit of most widths
             const Outcome outcome =
                 ask(dead, request, request.width->dataType, request.device, units, dataBytes);
@@ -403,7 +403,7 @@ void Checks::leavesMemory()
     for (int i = 0; i < 20; ++i) {
         if (!load())
             return;
-        NotingPort dead(silence);
+        RecordingPort dead(silence);
         if (!m_requests.empty())
             ask(dead, m_requests.front(), 1);
         m_plugin.reset();

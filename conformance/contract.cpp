@@ -16,8 +16,7 @@ enum ExitStatus { Passed = 0, Failed = 1, WrongUsage = 2 };
 const char* const Footer =
     R"(The first device of each area in the plug-in's description (the JSON file that
 PANEL_DRIVER names) is used. Without a description, name devices with --word and
---bit. From each device on there should be as many as the driver's block sizes
-promise.
+--bit. Enough devices for a full block must follow each.
 
 WIDTHS is "none" or a list from bit,byte,word,dword,quad,block,group. --read and
 --write say which widths the driver serves, and override the description. Those
@@ -42,11 +41,9 @@ QStringList widthsIn(const std::string& value)
     QStringList names = QString::fromStdString(value).split(',');
     if (names == QStringList("none"))
         return {};
-    for (const QString& name : names) {
-        const auto isIt = [&](const Width& width) { return name == width.name; };
-        if (std::none_of(std::begin(Widths), std::end(Widths), isIt))
+    for (const QString& name : names)
+        if (!widthNamed(name.toStdString()))
             throw CLI::ValidationError("there is no width " + name.toStdString());
-    }
     return names;
 }
 

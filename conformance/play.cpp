@@ -1,13 +1,13 @@
 #include "conformance/play.h"
 
 #include "conformance/scriptedport.h"
+#include "conformance/widths.h"
 
 #include "drivers/communicatorcommand.h"
 #include "drivers/driverinterface.h"
 #include "drivers/errortexts.h"
 
 #include <algorithm>
-#include <map>
 #include <sstream>
 
 namespace
@@ -18,15 +18,20 @@ bool beginsWith(const std::string& text, const std::string& start)
     return text.compare(0, start.size(), start) == 0;
 }
 
+/// Throws std::invalid_argument unless the whole text is a number.
+int numberIn(const std::string& text)
+{
+    bool isNumber = false;
+    const int number = QString::fromStdString(text).toInt(&isNumber);
+    if (!isNumber)
+        throw std::invalid_argument("not a number");
+    return number;
+}
+
 int dataTypeNamed(const std::string& name)
 {
-    static const std::map<std::string, int> types = {
-        {"bit", DataBit},          {"byte", DataByte},     {"word", DataWord},
-        {"dword", DataDoubleWord}, {"quad", DataQuadWord}, {"block", DataBlock},
-        {"group", DataBitGroup},
-    };
-    const auto type = types.find(name);
-    return type == types.end() ? std::stoi(name) : type->second;
+    const Width* const width = widthNamed(name);
+    return width ? width->dataType : numberIn(name);
 }
 
 struct Request {
@@ -49,7 +54,7 @@ Request requestFrom(const std::string& text)
     request.command.dataType = dataTypeNamed(type);
     request.command.address = QString::fromStdString(device);
     if (!request.isWrite)
-        request.command.length = std::stoi(rest);
+        request.command.length = numberIn(rest);
     return request;
 }
 

@@ -86,7 +86,10 @@ ExitStatus playAll(const Options& options)
         return complain(error.toStdString());
 
     Counts counts;
-    for (const Story& story : readStories(file))
+    const std::vector<Story> stories = readStories(file);
+    if (stories.empty())
+        return complain(options.stories + " has no stories");
+    for (const Story& story : stories)
         if (story.name.find(options.part) != std::string::npos)
             playStory(*plugin->driver(), story, options, counts);
     if (counts.stories == 0)
@@ -126,6 +129,8 @@ int main(int argc, char** argv)
         return playAll(options);
     } catch (const CLI::Success& help) {
         return app.exit(help);
+    } catch (const BadStory& bad) {
+        return complain(options.stories + ":" + std::to_string(bad.line) + ": " + bad.what());
     } catch (const std::exception& error) {
         return complain(error.what());
     }

@@ -6,13 +6,13 @@
 
 #include <algorithm>
 
-NotingPort::NotingPort(Reply reply, int retries)
+RecordingPort::RecordingPort(Reply reply, int retries)
     : m_reply(std::move(reply))
     , m_retries(retries)
 {
 }
 
-int NotingPort::read(char* buffer, int maxLength)
+int RecordingPort::read(char* buffer, int maxLength)
 {
     note("read");
     m_isUntouched = false;
@@ -20,25 +20,25 @@ int NotingPort::read(char* buffer, int maxLength)
     return m_reply(buffer, maxLength);
 }
 
-int NotingPort::write(const char*, int length)
+int RecordingPort::write(const char*, int length)
 {
     note("write");
     m_isUntouched = false;
     return length;
 }
 
-void NotingPort::setOption(int option, const QVariant& value)
+void RecordingPort::setOption(int option, const QVariant& value)
 {
     note(option == DiscardUnreadInput && value == QVariant(0) ? "discard" : "option");
 }
 
-int NotingPort::delay()
+int RecordingPort::delay()
 {
     m_attempts.emplace_back();
     return 0;
 }
 
-void NotingPort::note(const char* call)
+void RecordingPort::note(const char* call)
 {
     if (m_attempts.empty())
         m_attempts.emplace_back("no pause");

@@ -1,4 +1,4 @@
-// A port with no line, which notes how a driver uses it.
+// A port with no line, which records how a driver uses it.
 #ifndef CONFORMANCE_PORT_H
 #define CONFORMANCE_PORT_H
 
@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
-class NotingPort : public AbstractDeviceInterface
+class RecordingPort : public AbstractDeviceInterface
 {
 public:
     /// Fills the buffer, of which all bytes are 0, and says how many bytes it claims to have read.
     using Reply = std::function<int(char* buffer, int maxLength)>;
 
-    explicit NotingPort(Reply reply, int retries = 0);
+    explicit RecordingPort(Reply reply, int retries = 0);
 
     int read(char* buffer, int maxLength) override;
     int write(const char* data, int length) override;

@@ -18,14 +18,14 @@ struct Story {
     std::string outcome;            ///< begins with '=' or '!'
 };
 
-/// Says line and reason.
-class BadStory : public std::runtime_error
-{
-public:
-    BadStory(int line, const std::string& reason)
-        : std::runtime_error("line " + std::to_string(line) + ": " + reason)
+/// Says the reason.
+struct BadStory : std::runtime_error {
+    BadStory(int badLine, const std::string& reason)
+        : std::runtime_error(reason)
+        , line(badLine)
     {
     }
+    const int line;
 };
 
 /// Reads all stories, with their shorthands written out. Throws BadStory.

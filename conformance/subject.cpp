@@ -8,16 +8,6 @@
 #include <cmath>
 #include <limits>
 
-const Width Widths[7] = {
-    {"bit", DataBit, 1, 1, DataBit},
-    {"byte", DataByte, 8, 1, DataByte},
-    {"word", DataWord, 16, 2, DataWord},
-    {"dword", DataDoubleWord, 32, 4, DataDoubleWord},
-    {"quad", DataQuadWord, 64, 8, std::nullopt},
-    {"block", DataBlock, 8, 1, DataByte},
-    {"group", DataBitGroup, 1, 1, DataBit},
-};
-
 namespace
 {
 

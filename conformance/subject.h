@@ -2,7 +2,7 @@
 #ifndef CONFORMANCE_SUBJECT_H
 #define CONFORMANCE_SUBJECT_H
 
-#include "drivers/communicatorcommand.h"
+#include "conformance/widths.h"
 
 #include <QString>
 #include <QStringList>
@@ -20,18 +20,6 @@ enum class Direction { Read, Write };
 
 /// Whether the driver's author says that a request is served.
 enum class Declared { No, Yes, Unknown };
-
-struct Width {
-    const char* name;
-    DriverDataType dataType;
-    int bits;
-    int dataBytes;                          ///< of one unit, in the driver's data
-    std::optional<DriverDataType> declared; ///< the width that stands for it in descriptions
-
-    bool isBits() const { return bits == 1; }
-};
-
-extern const Width Widths[7];
 
 struct Request {
     Direction direction;

@@ -95,6 +95,8 @@ TEST(Player, ShowsWhereADriverLeavesAStory)
         {"any reply", "libfaulty.so " STORIES " --faults", 1,
          "  - ! and a reason\n  + = 23 23\n    and 1 more"},
         {"", "libfaulty.so " STORIES " --story another", 2, "no such story"},
+        {"", "libfaulty.so /dev/null", 2, "/dev/null has no stories"},
+        {"", "libfaulty.so " NO_STORIES, 2, "misspelt.json:2: neither read WIDTH"},
         {"", "libstranger.so " STORIES, 2, "can't load driver"},
         {"", "libfaulty.so", 2, "STORIES is required"},
     };
@@ -108,20 +110,24 @@ TEST(Stories, AreRefusedWithLineAndReason)
         const char* text;
         const char* reason;
     } rows[] = {
-        {"    read word D0 1\n", "line 1: a story begins with its name, without blanks before"},
-        {"a\n read word D0\n", "line 2: neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE "
+        {"    read word D0 1\n", "1: a story begins with its name, without blanks before"},
+        {"a\n read word D0\n", "2: neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE "
                                "BYTES: read word D0"},
-        {"a\n write word D0 1\n", "line 2: neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE "
+        {"a\n write word D0 1\n", "2: neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE "
                                   "BYTES: write word D0 1"},
-        {"a\n read nibble D0 1\n", "line 2: neither read WIDTH DEVICE COUNT nor write WIDTH "
+        {"a\n read nibble D0 1\n", "2: neither read WIDTH DEVICE COUNT nor write WIDTH "
                                    "DEVICE BYTES: read nibble D0 1"},
-        {"a\n read word D0 1\n\n delay; open\n", "line 4: neither a call nor a shorthand: open"},
-        {"define a = a\na\n read word D0 1\n a\n", "line 4: neither a call nor a shorthand: a"},
-        {"define open\n", "line 1: not define PATTERN = ITEMS"},
-        {"a\n read word D0 1\n write CR\n", "line 3: neither a call nor a shorthand: write CR"},
-        {"a\n read word D0 1\n = ok\n delay\n", "line 4: the story has ended with its outcome"},
-        {"a\n read word D0 1\nb\n read word D0 1\n = ok\n", "line 1: the story has no outcome"},
-        {"# none\n\na\n", "line 3: the story has no outcome"},
+        {"a\n read word D0 2x\n", "2: neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE "
+                                  "BYTES: read word D0 2x"},
+        {"a\n read 2x D0 1\n", "2: neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE "
+                               "BYTES: read 2x D0 1"},
+        {"a\n read word D0 1\n\n delay; open\n", "4: neither a call nor a shorthand: open"},
+        {"define a = a\na\n read word D0 1\n a\n", "4: neither a call nor a shorthand: a"},
+        {"define open\n", "1: not define PATTERN = ITEMS"},
+        {"a\n read word D0 1\n write CR\n", "3: neither a call nor a shorthand: write CR"},
+        {"a\n read word D0 1\n = ok\n delay\n", "4: the story has ended with its outcome"},
+        {"a\n read word D0 1\nb\n read word D0 1\n = ok\n", "1: the story has no outcome"},
+        {"# none\n\na\n", "3: the story has no outcome"},
     };
     for (const auto& row : rows) {
         std::istringstream file(row.text);
@@ -129,7 +135,7 @@ TEST(Stories, AreRefusedWithLineAndReason)
             readStories(file);
             ADD_FAILURE() << row.text;
         } catch (const BadStory& error) {
-            EXPECT_STREQ(error.what(), row.reason);
+            EXPECT_EQ(std::to_string(error.line) + ": " + error.what(), row.reason);
         }
     }
 }
