@@ -6,6 +6,8 @@
 #include "tests/support/answeringport.h"
 #include "tests/support/kv1000naming.h"
 
+#include <QRegExp>
+
 #include <climits>
 #include <functional>
 #include <memory>
@@ -417,19 +419,15 @@ private:
         return reply;
     }
 
-    /// One letter a character: b for a bit, d for a digit, all others for themselves.
     static bool hasForm(const string& reply, Form form)
     {
-        static const char* const items[] = {"b", "ddddd", "dddddddddd", "b,dddddddddd,dddddddddd"};
-        string pattern;
-        while (pattern.size() + 2 < reply.size())
-            pattern += (pattern.empty() ? "" : " ") + string(items[form]);
-        pattern += "\r\n";
-        const auto matches = [](char c, char p) {
-            return p == 'b' ? c == '0' || c == '1' : p == 'd' ? isDigit(c) : c == p;
+        static const QRegExp patterns[] = {
+            QRegExp("[01](?: [01])*\\x0D\\x0A"),
+            QRegExp("\\d{5}(?: \\d{5})*\\x0D\\x0A"),
+            QRegExp("\\d{10}(?: \\d{10})*\\x0D\\x0A"),
+            QRegExp("[01],\\d{10},\\d{10}(?: [01],\\d{10},\\d{10})*\\x0D\\x0A"),
         };
-        return pattern.size() == reply.size() &&
-               std::equal(reply.begin(), reply.end(), pattern.begin(), matches);
+        return patterns[form].exactMatch(QString::fromLatin1(reply.data(), int(reply.size())));
     }
 
     static string converted(const string& reply, int stride, int items, const Field& field)

@@ -1,6 +1,6 @@
 // Stands in for libFuzzer where a target only replays inputs, with any compiler:
 //   fuzz_TARGET FILE-OR-DIRECTORY...
-// Then come some thousand inputs of random bytes, or made from the files by random changes, the
+// Then come 30,000 inputs of random bytes, or made from the files by random changes, the
 // same every time.
 #include "input.h"
 

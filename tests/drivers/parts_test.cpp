@@ -222,7 +222,7 @@ public:
     int attempts = 0;
 };
 
-/// Of a driver that says of every attempt that it failed.
+/// A driver whose hasError() is always true.
 class NeverContent : public Stubborn
 {
 public:

@@ -123,8 +123,9 @@ TEST_F(Driver, SaysWhoItIs)
     EXPECT_FALSE(driver.isSupportSessionCommand());
 }
 
-TEST_F(Driver, OverridesAnswersThatADriverNeedNotGive)
+TEST(DriverInterface, Defaults)
 {
+    DriverKV1000 object;
     EXPECT_EQ(object.DriverInterface::name(), "Not Assigned");
     EXPECT_EQ(object.DriverInterface::vender(), "Not Assigned");
     EXPECT_EQ(object.DriverInterface::getVersionNumber(), "Not Assigned");

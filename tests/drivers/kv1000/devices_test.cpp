@@ -1,5 +1,4 @@
-// The table of areas beside the naming rules of the host link, and beside the description that the
-// bench has of the driver's devices.
+// The table of areas against the naming rules of the host link and the driver's own description.
 #include "support/answeringport.h"
 #include "support/kv1000naming.h"
 
