@@ -4,8 +4,11 @@
 set(devPackage paneldrivers-dev)
 set(version ${PROJECT_VERSION})
 
-install(FILES docs/kv1000.md docs/writing-a-driver.md DESTINATION share/doc/${devPackage})
-install(DIRECTORY examples DESTINATION share/doc/${devPackage})
+# Laid out as in the sources, so that links between the files hold.
+install(FILES README.md LICENSE DESTINATION share/doc/${devPackage})
+install(FILES bench/README.md DESTINATION share/doc/${devPackage}/bench)
+install(DIRECTORY docs DESTINATION share/doc/${devPackage})
+install(DIRECTORY examples DESTINATION share/doc/${devPackage} USE_SOURCE_PERMISSIONS)
 foreach(package plcctl libkv1000 ${devPackage})
     install(FILES LICENSE DESTINATION share/doc/${package} RENAME copyright COMPONENT ${package})
 endforeach()
@@ -46,6 +49,7 @@ set(CPACK_DEBIAN_PANELDRIVERS-DEV_PACKAGE_SUGGESTS "cmake, pkg-config, plcctl")
 set(CPACK_COMPONENT_PANELDRIVERS-DEV_DESCRIPTION
     "kit for writing drivers of operator panels
 Headers, a CMake package and a pkg-config file of the driver kit, a guide with
-examples, and two programs that test a driver: paneldriver-contract asks of it
-what every driver has to do, paneldriver-play plays stories of calls and bytes.")
+examples, and two programs that test a driver: paneldriver-contract checks that
+a driver does what every driver must, paneldriver-play plays stories of calls
+and bytes.")
 include(CPack)

@@ -31,11 +31,28 @@ endforeach()
 set(usr ${directory}/root/usr)
 foreach(name bin/paneldriver-contract bin/paneldriver-play include/paneldrivers/drivers/tools.h
         share/man/man1/plcctl-read.1 share/bash-completion/completions/plcctl
-        share/zsh/site-functions/_plcctl share/doc/paneldrivers-dev/writing-a-driver.md
-        share/doc/paneldrivers-dev/examples/minimal/minimal.cpp share/doc/plcctl/copyright)
+        share/zsh/site-functions/_plcctl share/doc/plcctl/copyright)
     if(NOT EXISTS ${usr}/${name})
         message(FATAL_ERROR "no package has ${name}")
     endif()
+endforeach()
+
+# The guide can be followed where it is installed.
+set(documents ${usr}/share/doc/paneldrivers-dev)
+execute_process(COMMAND test -x ${documents}/examples/minimal/peer COMMAND_ERROR_IS_FATAL ANY)
+foreach(document README.md docs/writing-a-driver.md)
+    file(READ ${documents}/${document} text)
+    get_filename_component(folder ${documents}/${document} DIRECTORY)
+    string(REGEX MATCHALL "[[][^][]+[]][(][^)#: ]+[)]" links "${text}")
+    if(NOT links)
+        message(FATAL_ERROR "${document} links to nothing")
+    endif()
+    foreach(link ${links})
+        string(REGEX REPLACE ".*[(](.*)[)]" "\\1" place "${link}")
+        if(NOT EXISTS ${folder}/${place})
+            message(SEND_ERROR "${document}: no package has ${place}")
+        endif()
+    endforeach()
 endforeach()
 
 execute_process(COMMAND ${usr}/bin/plcctl read DM7 --set DM7=12
