@@ -61,7 +61,8 @@ bool DescriptorTransport::write(const char* data, int length, int timeoutMs)
         const qint64 leftMs = deadlineMs - nowMs();
         if (leftMs <= 0)
             return fail(QStringLiteral("can't write to %1: it takes no bytes").arg(name()));
-        waitFor(POLLOUT, static_cast<int>(leftMs));
+        if (waitFor(POLLOUT, static_cast<int>(leftMs)) == Wait::Interrupted)
+            return fail(QStringLiteral("interrupted"));
     }
     return true;
 }
@@ -72,7 +73,7 @@ int DescriptorTransport::read(char* buffer, int maxLength, int waitMs)
         return takeReceived(buffer, maxLength);
     if (!isOpen())
         return Failed;
-    if (waitMs > 0 && !waitFor(POLLIN, waitMs))
+    if (waitMs > 0 && waitFor(POLLIN, waitMs) != Wait::Ready)
         return 0;
     const ssize_t count = ::read(m_descriptor, m_received, sizeof m_received);
     if (count > 0) {
@@ -101,11 +102,12 @@ void DescriptorTransport::interrupt()
     [[maybe_unused]] const ssize_t written = ::write(m_wakeUp, &one, sizeof one);
 }
 
-/// False when nothing happened in time, or a signal or an interruption came first.
-bool DescriptorTransport::waitFor(short events, int waitMs) const
+DescriptorTransport::Wait DescriptorTransport::waitFor(short events, int waitMs) const
 {
     pollfd wanted[] = {{m_descriptor, events, 0}, {m_wakeUp, POLLIN, 0}};
-    return ::poll(wanted, 2, waitMs) > 0 && wanted[0].revents != 0;
+    if (::poll(wanted, 2, waitMs) <= 0)
+        return Wait::Nothing;
+    return wanted[0].revents != 0 ? Wait::Ready : Wait::Interrupted;
 }
 
 bool DescriptorTransport::fail(const QString& reason)

@@ -38,7 +38,10 @@ protected:
     virtual QString name() const = 0;
 
 private:
-    bool waitFor(short events, int waitMs) const;
+    /// Nothing: not in time, or a signal came first.
+    enum class Wait { Ready, Nothing, Interrupted };
+
+    Wait waitFor(short events, int waitMs) const;
     int takeReceived(char* buffer, int maxLength);
     bool fail(const QString& reason);
     void close();

@@ -6,14 +6,13 @@ namespace host
 namespace
 {
 
-constexpr int LossesToBelieve = 64;
-constexpr int MostLossesToBelieve = 1 << 20;
+/// Bytes with shorter pauses between them belong to one reply.
+constexpr int LongestPauseMs = 30;
 
 } // namespace
 
 Guard::Guard(int timeoutMs)
     : m_timeoutMs(timeoutMs)
-    , m_lossesToBelieve(LossesToBelieve)
 {
 }
 
@@ -24,24 +23,18 @@ void Guard::commandSent(qint64 sentMs)
 
 bool Guard::replyComplete(qint64 nowMs)
 {
-    if (m_state == ReplyMissing) {
-        if (nowMs > m_commandMs + m_timeoutMs / 2)
-            lateReplySeen();
-        needSilence(nowMs, seesOnlyLosses() ? nowMs - m_unansweredMs : guardTimeMs());
-    }
+    if (m_state == ReplyMissing)
+        needSilence(nowMs);
     if (m_state != InSync)
         return false;
     m_latenessMs = 0;
     return true;
 }
 
-void Guard::restDropped(qint64 nowMs)
-{
-    m_silentSinceMs = nowMs;
-}
-
 void Guard::replyIncomplete()
 {
+    if (m_state == SilenceNeeded)
+        return;
     if (m_state == InSync)
         m_unansweredMs = m_commandMs;
     m_state = ReplyMissing;
@@ -52,52 +45,37 @@ bool Guard::bytesFound(qint64 nowMs)
     const bool wasInSync = isInSync();
     if (wasInSync)
         m_unansweredMs = nowMs; // no command that is known
-    lateReplySeen();
-    needSilence(nowMs, guardTimeMs());
+    needSilence(nowMs);
     return !wasInSync;
 }
 
-bool Guard::bytesHeard(qint64 nowMs)
+void Guard::bytesHeard(qint64 nowMs)
 {
     const qint64 latenessMs = nowMs - m_commandMs;
-    const bool isReply = !isInSync() && m_unansweredMs <= m_commandMs;
+    const bool goesOn = m_state == SilenceNeeded && nowMs - m_silentSinceMs <= LongestPauseMs;
+    const bool isReply = !goesOn && m_unansweredMs <= m_commandMs;
     if (isReply && latenessMs > m_timeoutMs)
         m_latenessMs = qMax(m_latenessMs, latenessMs);
-    return bytesFound(nowMs);
+    needSilence(nowMs);
 }
 
-void Guard::needSilence(qint64 nowMs, qint64 silenceMs)
+void Guard::needSilence(qint64 nowMs)
 {
     m_state = SilenceNeeded;
     m_silentSinceMs = nowMs;
-    m_silenceMs = qBound(m_timeoutMs, silenceMs, guardTimeMs());
 }
 
 qint64 Guard::readyAtMs() const
 {
-    return m_state == SilenceNeeded ? m_silentSinceMs + m_silenceMs : 0;
+    return m_state == SilenceNeeded ? m_silentSinceMs + guardTimeMs() : 0;
 }
 
 void Guard::silent(qint64 nowMs)
 {
-    if (m_state == SilenceNeeded && nowMs >= readyAtMs()) {
-        ++m_losses;
+    if (m_state == SilenceNeeded && nowMs >= readyAtMs())
         m_state = InSync;
-    }
     if (m_state == ReplyMissing && nowMs >= m_commandMs + guardTimeMs())
         m_state = InSync;
-}
-
-void Guard::lateReplySeen()
-{
-    if (m_losses >= 0)
-        m_lossesToBelieve = qMin(2 * m_lossesToBelieve, MostLossesToBelieve);
-    m_losses = -1; // the silence that begins now does not count
-}
-
-bool Guard::seesOnlyLosses() const
-{
-    return m_losses >= m_lossesToBelieve;
 }
 
 qint64 Guard::settledAtMs() const

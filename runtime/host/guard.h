@@ -16,21 +16,16 @@ namespace host
 /// |--------------------------------------------|-----------------------------------------------|
 /// | a complete reply in sync, whatever the     | none                                          |
 /// | driver thinks of it                        |                                               |
-/// | an incomplete or missing reply             | none, but the next reply may be the missing   |
-/// |                                            | one and is dropped, unless the guard time has |
+/// | an incomplete or missing reply, or a       | none, but the next reply may be the missing   |
+/// | command sent in part                       | one and is dropped, unless the guard time has |
 /// |                                            | gone by since the last command                |
-/// | that reply                                 | the guard time; where only losses were seen,  |
-/// |                                            | as long as the reply may have been late       |
+/// | that reply                                 | the guard time                                |
 /// | bytes that no read asked for, in sync      | the guard time, and one command is refused:   |
 /// |                                            | the replies before may have been late ones    |
 /// | such bytes otherwise                       | the guard time, counted from them             |
 ///
-/// "Only losses were seen" means that after each of the last 64 replies that were dropped the
-/// silence passed without a byte, and that each of them came within half a time-out, as the reply
-/// to the command just sent does. Each late reply doubles that number, so that a line with a few
-/// late replies among many losses is not believed again and again. No silence is longer than the
-/// guard time, however many replies were lost, and only bytes that come while the port listens
-/// measure lateness.
+/// A shorter silence would not do where only losses were seen so far: nothing bounds how late the
+/// next reply is. Only bytes that come while the port listens measure lateness.
 class Guard
 {
 public:
@@ -38,14 +33,11 @@ public:
 
     explicit Guard(int timeoutMs);
 
-    /// sentMs  when its last byte was on its way
+    /// sentMs  when its last byte has left
     void commandSent(qint64 sentMs);
 
     /// A read got all its bytes. Returns whether they can be handed out; if not, they are dropped.
     bool replyComplete(qint64 nowMs);
-
-    /// The last of the bytes that followed a dropped reply without a pause.
-    void restDropped(qint64 nowMs);
 
     /// A read ended without all its bytes, or a command went out in part.
     void replyIncomplete();
@@ -55,7 +47,7 @@ public:
     bool bytesFound(qint64 nowMs);
 
     /// Such bytes came just now, while the port listened.
-    bool bytesHeard(qint64 nowMs);
+    void bytesHeard(qint64 nowMs);
 
     bool isInSync() const { return m_state == InSync; }
 
@@ -81,19 +73,14 @@ private:
         SilenceNeeded
     };
 
-    void needSilence(qint64 nowMs, qint64 silenceMs);
-    void lateReplySeen();
-    bool seesOnlyLosses() const;
+    void needSilence(qint64 nowMs);
 
     qint64 m_timeoutMs;
     State m_state = InSync;
     qint64 m_commandMs = 0;    ///< when the last command went out
     qint64 m_unansweredMs = 0; ///< when the oldest command whose reply is missing went out
     qint64 m_silentSinceMs = 0;
-    qint64 m_silenceMs = 0;
     qint64 m_latenessMs = 0;
-    int m_lossesToBelieve;
-    int m_losses = 0; ///< silences that passed without a byte, since the last late reply
 };
 
 } // namespace host

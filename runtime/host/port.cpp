@@ -17,10 +17,6 @@ constexpr int MaxTimeoutMs = 60 * 60 * 1000;
 /// guard time after the one before.
 constexpr int MaxGuardTimesToSettle = 4;
 
-/// Bytes with shorter pauses between them belong to one reply. Adapters and a busy system hold
-/// bytes back for up to half as long.
-constexpr int LongestPauseMs = 30;
-
 } // namespace
 
 Port::Port(std::unique_ptr<Transport> transport, const ExchangeSettings& exchange)
@@ -44,17 +40,14 @@ bool Port::open()
 
 int Port::read(char* buffer, int maxLength)
 {
-    if (maxLength <= 0 || m_command == Command::NotSent)
+    if (maxLength <= 0 || m_command == Command::NotSent || m_command == Command::Refused)
         return 0;
-    const qint64 deadlineMs = qMax(m_transport->nowMs(), m_sentMs) + m_exchange.timeoutMs +
-                              m_transport->transferMs(maxLength);
-    const int count = receive(buffer, maxLength, deadlineMs);
+    const int count = receive(buffer, maxLength);
     if (count < maxLength) {
         m_guard.replyIncomplete();
         return count;
     }
     if (!m_guard.replyComplete(m_transport->nowMs())) {
-        dropRest(deadlineMs);
         m_command = Command::NotSent;
         fail(Failure::Dropped);
         return 0;
@@ -63,17 +56,10 @@ int Port::read(char* buffer, int maxLength)
     return count;
 }
 
-/// A driver that reads replies in two steps does not ask for the second part of a dropped reply.
-void Port::dropRest(qint64 deadlineMs)
+int Port::receive(char* buffer, int maxLength)
 {
-    const auto longestPauseMs = static_cast<int>(LongestPauseMs + m_transport->transferMs(1));
-    char rest[256];
-    while (m_transport->read(rest, sizeof rest, qMin(longestPauseMs, remainingMs(deadlineMs))) > 0)
-        m_guard.restDropped(m_transport->nowMs());
-}
-
-int Port::receive(char* buffer, int maxLength, qint64 deadlineMs)
-{
+    const qint64 deadlineMs = qMax(m_transport->nowMs(), m_sentMs) + m_exchange.timeoutMs +
+                              m_transport->transferMs(maxLength);
     int have = 0;
     while (have < maxLength) {
         if (m_interrupted) {
@@ -111,6 +97,7 @@ bool Port::send(const char* data, int length)
 {
     m_sentMs = m_transport->nowMs() + m_transport->transferMs(length);
     m_guard.commandSent(m_sentMs);
+    m_isNeverSilent = false;
     if (m_transport->write(data, length, m_exchange.timeoutMs))
         return true;
     // Part of the command may have gone out and be answered.
@@ -178,7 +165,9 @@ bool Port::listenUntilReady(qint64 deadlineMs)
                 return fail(Failure::Transport);
             reopened = true;
         } else if (count > 0) {
-            if (!(waitMs > 0 ? m_guard.bytesHeard(nowMs) : m_guard.bytesFound(nowMs)))
+            if (waitMs > 0)
+                m_guard.bytesHeard(nowMs);
+            else if (!m_guard.bytesFound(nowMs))
                 return fail(Failure::Unread);
         } else if (nowMs >= m_guard.readyAtMs()) {
             m_guard.silent(nowMs);
@@ -192,12 +181,13 @@ bool Port::listenUntilReady(qint64 deadlineMs)
 
 void Port::settle()
 {
-    if (!m_transport->keepsLateReplies())
+    if (!m_transport->keepsLateReplies() || m_isNeverSilent)
         return;
     const qint64 deadlineMs = m_transport->nowMs() + MaxGuardTimesToSettle * m_guard.guardTimeMs();
     char unread[256];
     while (m_transport->isOpen() && !m_interrupted) {
         const int waitMs = remainingMs(qMin(deadlineMs, m_guard.settledAtMs()));
+        m_isNeverSilent = remainingMs(deadlineMs) == 0;
         if (waitMs == 0)
             return;
         if (m_transport->read(unread, sizeof unread, waitMs) > 0)

@@ -17,11 +17,12 @@ namespace host
 
 class Transport;
 
-/// Works without a running event loop, in one thread. Opening and reading take at most the
-/// time-out, and a read the time that the bytes themselves need on a slow line besides. A command,
-/// or option 12 before it, may first wait for the line to be silent, as guard.h says: that takes at
-/// most 4 time-outs, and happens only after a reply was missing or bytes came that were not asked
-/// for. On a connection there is no such wait: the port connects anew.
+/// Works without a running event loop, in one thread. Opening, writing and reading each take at
+/// most the time-out; looking up the name of a host takes as long as the resolver does. A read adds
+/// the time that the command before it and its own bytes need on a slow line. Before a command,
+/// write() or option 12 may wait up to 4 time-outs for silence, as guard.h says, but only after a
+/// reply was missing or bytes came that were not asked for. On a connection there is no such wait:
+/// the port connects anew.
 class Port : public AbstractDeviceInterface
 {
 public:
@@ -36,7 +37,8 @@ public:
 
     /// Waits until no late reply is under way, so that whoever opens the line next does not mistake
     /// it for its own reply. Returns at once when none can be; else it takes 4 time-outs from the
-    /// last command or byte, and 16 at most.
+    /// last command or byte, and 16 at most. Does not wait again on a line that was not silent
+    /// then.
     void settle();
 
     /// What last went wrong, as a sentence for a person, with the time-out that would do when
@@ -81,8 +83,7 @@ private:
 
     enum class Failure { None, Transport, Incomplete, Dropped, Unread, NotSilent, Interrupted };
 
-    int receive(char* buffer, int maxLength, qint64 deadlineMs);
-    void dropRest(qint64 deadlineMs);
+    int receive(char* buffer, int maxLength);
     bool send(const char* data, int length);
     bool prepare();
     bool listenUntilReady(qint64 deadlineMs);
@@ -94,11 +95,12 @@ private:
     std::unique_ptr<Transport> m_transport;
     ExchangeSettings m_exchange;
     Guard m_guard;
-    qint64 m_sentMs = 0; ///< when the last byte of the last command was on its way
+    qint64 m_sentMs = 0; ///< when the last byte of the last command has left
     Command m_command = Command::None;
     Failure m_failure = Failure::None;
     std::atomic<bool> m_interrupted{false};
-    int m_received = 0; ///< of `m_wanted` bytes, when a reply was incomplete
+    bool m_isNeverSilent = false; ///< when the port last waited for the line to settle
+    int m_received = 0;           ///< of `m_wanted` bytes, when a reply was incomplete
     int m_wanted = 0;
 };
 

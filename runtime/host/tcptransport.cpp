@@ -1,5 +1,6 @@
-// TCP connections. Qt's socket looks up the host and connects, both within the time-out; the bytes
-// then go over a duplicate of its descriptor, where no event loop can take them away.
+// TCP connections. Qt's socket looks up the host, which takes as long as the resolver does, and
+// connects within the time-out. The bytes then go over a duplicate of its descriptor, where no
+// event loop can take them away.
 #include "host/descriptortransport.h"
 
 #include <QNetworkProxy>
@@ -38,7 +39,11 @@ protected:
             return NoDescriptor;
         }
         socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        return ::fcntl(static_cast<int>(socket.socketDescriptor()), F_DUPFD_CLOEXEC, 0);
+        const int descriptor =
+            ::fcntl(static_cast<int>(socket.socketDescriptor()), F_DUPFD_CLOEXEC, 0);
+        if (descriptor == NoDescriptor)
+            *error = QStringLiteral("can't connect to %1: %2").arg(name(), qt_error_string(errno));
+        return descriptor;
     }
 
     ssize_t writeSome(int descriptor, const char* data, size_t length) override
