@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Prints how long the kit's functions take beside what a user would otherwise take. Both sides run
+# Prints how long the kit's functions take, compared with the usual alternatives. Both sides run
 # in one program, in turns chosen at random, so that whatever else the machine does slows both; the
 # figures are medians of the CPU time, and the ratio is what to trust.
 #   benchmarks/ratios.sh [PATH-OF-KIT_BENCHMARK]
@@ -22,7 +22,7 @@ Benchmark=${1:-$(dirname "$(readlink -f "$0")")/../build/release/bin/kit_benchma
             if (!(group in seen)) { seen[group]; order[++groups] = group }
         }
         END {
-            print "| what | kit | beside it | ratio |"
+            print "| what | kit | compared with | ratio |"
             print "|---|---|---|---|"
             for (g = 1; g <= groups; g++) {
                 kit = order[g] SUBSEP "kit"; other = order[g] SUBSEP "other"

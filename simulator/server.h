@@ -50,7 +50,7 @@ public:
     bool openPty(const std::string& link, std::string& why);
 
     /// Lets the pseudo-terminal ignore hosts that set it to another speed or other stop bits.
-    /// To be called before run() or start(). Parity and data bits a pseudo-terminal does not keep.
+    /// To be called before run() or start(). A pseudo-terminal keeps neither parity nor data bits.
     void requireLineForm(const LineForm& form) { m_lineForm = form; }
 
     /// Listens on a local address, such as "127.0.0.1"; at most once, and before run() or start().

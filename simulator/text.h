@@ -1,4 +1,4 @@
-// Small helpers for taking short texts apart.
+// Parses short texts.
 #ifndef SIMULATOR_TEXT_H
 #define SIMULATOR_TEXT_H
 

@@ -240,7 +240,10 @@ std::optional<StationRange> stationsIn(const Fields& description)
     const auto number = [&](const char* key) {
         return int(std::min<std::int64_t>(fields.number(key), INT32_MAX));
     };
-    return StationRange{number("first"), number("last")};
+    const StationRange range{number("first"), number("last")};
+    if (range.first > range.last)
+        fields.fail(QStringLiteral("\"first\" is above \"last\""));
+    return range;
 }
 
 std::optional<std::uint16_t> tcpPortIn(const Fields& description)

@@ -19,9 +19,10 @@
 //     }
 //
 // All keys but "protocol" may be missing, and so may the whole description: such a driver has no
-// areas, and its devices need explicit types. Keys beside these are left to the driver's author. In
-// the rows of "devices" they are ignored too, so that an older bench loads a newer driver, but a
-// key misspelt would go unnoticed: paneldriver-contract takes one for a failure.
+// areas, and its devices need explicit types. A row of "devices" has at least "letters", "name",
+// "numbers", "holds" and "type". Other keys are left to the driver's author. In rows they are
+// ignored too, so that an older bench loads a newer driver. A misspelt key goes unnoticed here;
+// paneldriver-contract reports it as a failure.
 //
 //   protocol       the protocol spoken, by which a bench chooses a simulated controller
 //   tcpPort        the port at which such controllers usually listen for TCP connections
@@ -128,7 +129,7 @@ const char* nameOf(Holds holds);
 /// The name of DataBit, DataByte, DataWord or DataDoubleWord in descriptions.
 const char* nameOf(DriverDataType width);
 
-/// Takes a description apart; an empty object is a description without areas.
+/// Parses a description; an empty object is a description without areas.
 ///
 /// error  receives a sentence that names the bad key and value; untouched on success
 std::optional<DriverDescription> driverDescriptionFromJson(const QJsonObject& json, QString* error);

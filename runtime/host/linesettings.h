@@ -22,7 +22,7 @@ enum class Parity {
     Space = driverkit::SpaceParity
 };
 
-/// By the codes in a DeviceSetting. One and a half no port here offers.
+/// By the codes in a DeviceSetting. No port here offers one and a half.
 enum class StopBits { One = driverkit::OneStopBit, Two = driverkit::TwoStopBits };
 
 struct LineSettings {

@@ -55,6 +55,8 @@ TEST(Description, NamesWhatIsWrong)
         {R"({"protocol": "p", "devices": {}})", "\"devices\" is not a list"},
         {R"({"protocol": "p", "errors": {"E1": "bad"}})", "errors \"E1\" is not a number"},
         {R"({"protocol": "p", "tcpPort": 0})", "\"tcpPort\" is not a port number"},
+        {R"({"protocol": "p", "stationPrefix": {"first": 9, "last": 1}})",
+         "stationPrefix \"first\" is above \"last\""},
         {R"({"protocol": "p", "stationPrefix": {"first": 1}})",
          "stationPrefix \"last\" is not a whole number"},
         {R"("read": ["bits"])", "devices[1] \"read\" is not one of bit, byte, word, dword"},
