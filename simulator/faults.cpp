@@ -112,9 +112,9 @@ bool readKind(std::string_view name, std::optional<std::string_view> value,
     const auto known = std::find_if(std::begin(KindNames), std::end(KindNames),
                                     [&](const KindName& kind) { return name == kind.name; });
     if (known == std::end(KindNames)) {
-        why = quoted(name) + " is not a fault; there are";
+        why = quoted(name) + " is not a fault; choose ";
         for (const KindName& kind : KindNames)
-            why += std::string(" ") + kind.name;
+            why += std::string(&kind == KindNames ? "" : ", ") + kind.name;
         return false;
     }
     rule.kind = known->kind;
@@ -130,9 +130,9 @@ bool readCommand(std::string_view name, const Commands& commands, FaultRule& rul
     rule.command = name;
     if (std::find(commands.names.begin(), commands.names.end(), name) != commands.names.end())
         return true;
-    why = quoted(name) + " is not a command; there are";
+    why = quoted(name) + " is not a command; choose ";
     for (std::string_view known : commands.names)
-        why += ' ' + std::string(known);
+        why += (known == commands.names.front() ? "" : ", ") + std::string(known);
     return false;
 }
 

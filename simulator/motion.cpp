@@ -46,9 +46,9 @@ bool readKind(std::string_view text, Motion& motion, std::string& why)
         if (text == known.name)
             return true;
     }
-    why = quoted(text) + " is not a movement; there are";
+    why = quoted(text) + " is not a movement; choose ";
     for (const KindName& known : KindNames)
-        why += std::string(" ") + known.name;
+        why += std::string(&known == KindNames ? "" : ", ") + known.name;
     return false;
 }
 

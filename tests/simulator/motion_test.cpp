@@ -43,7 +43,7 @@ TEST(Motion, NamesTheBadWord)
         const char* why;
     } rows[] = {
         {"ramp:0..9", "\"ramp:0..9\" has no period, as in ramp:0..100/10s"},
-        {"saw:0..9/1s", "\"saw\" is not a movement; there are ramp sine counter toggle"},
+        {"saw:0..9/1s", "\"saw\" is not a movement; choose ramp, sine, counter, toggle"},
         {"ramp:0-9/1s", "\"0-9\" is not a range such as 0..100"},
         {"ramp:-1..9/1s", "\"-1\" is not a value from 0 to 65535"},
         {"ramp:0..65536/1s", "\"65536\" is not a value from 0 to 65535"},
