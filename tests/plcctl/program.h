@@ -47,7 +47,7 @@ private:
 class SimulatedController
 {
 public:
-    /// options  as one would type them behind "plcctl simulate"
+    /// options  as one would type them after "plcctl simulate"
     explicit SimulatedController(const std::string& options = "");
 
     /// What to give to --port.
