@@ -21,8 +21,7 @@ struct Meaning {
 const Meaning meanings[] = {
     {errortext::ErrorReply, FailureKind::ControllerRefused,
      "The line works, but the controller refused the command. Check that the device and the last "
-     "one "
-     "of the run exist in this controller."},
+     "one of the run exist in this controller."},
     {errortext::PacketLoss, FailureKind::NoReply,
      "No complete reply came in time. Check cable, power and the line's settings (speed, parity), "
      "or allow a longer time-out."},

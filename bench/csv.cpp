@@ -10,8 +10,6 @@ namespace bench
 namespace
 {
 
-const char* const ByteOrderMark = "\xEF\xBB\xBF";
-
 char separatorIn(const std::string& content)
 {
     const std::string header = content.substr(0, content.find('\n'));
@@ -133,8 +131,7 @@ void findForeignText(CsvTable& table)
 
 CsvTable parseCsv(const std::string& content)
 {
-    const bool marked = content.compare(0, 3, ByteOrderMark) == 0;
-    const std::string text = content.substr(marked ? 3 : 0);
+    const std::string text = withoutByteOrderMark(content);
     CsvTable table = Parser(text, separatorIn(text)).table();
     findForeignText(table);
     return table;

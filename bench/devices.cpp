@@ -219,6 +219,16 @@ bool isServed(const TypedDevice& device, Direction direction)
 namespace
 {
 
+/// Why a type is not served.
+std::string reasonOf(const DeviceArea& area, Direction direction)
+{
+    const bool isContactAlone = area.holds == host::Holds::Counter &&
+                                direction == Direction::Write &&
+                                widthsOf(area, direction).has(DataBit) &&
+                                !widthsOf(area, direction).has(deviceWidth(area.holds));
+    return isContactAlone ? "only its contact can be written" : "it holds " + content(area);
+}
+
 /// verb  what can't be done, such as "read"
 Failure notServed(const TypedDevice& device, Direction direction, const std::string& verb)
 {
@@ -233,8 +243,8 @@ Failure notServed(const TypedDevice& device, Direction direction, const std::str
             ? area.letters + " can't be " + verb + " at all."
             : "Type " + name + ":" + types.front() + (types.size() == 1 ? "" : ", or another of ") +
                   listed({types.begin() + 1, types.end()}, types.size()) + ".";
-    return wrongUsage(name + " can't be " + verb + " as " + nameOf(device.type) + "; it holds " +
-                          content(area),
+    return wrongUsage(name + " can't be " + verb + " as " + nameOf(device.type) + "; " +
+                          reasonOf(area, direction),
                       advice + (area.note.empty() ? "" : " " + area.note));
 }
 
@@ -256,9 +266,9 @@ Failure unknownArea(const std::string& letters, const DriverDescription& descrip
     std::vector<std::string> areas;
     for (const DeviceArea& area : description.areas)
         areas.push_back(area.letters);
-    areas = nearestFirst(letters, areas);
     return wrongUsage("there is no area '" + letters + "'",
-                      "There are " + listed(areas, MaxAreasListed) + ".");
+                      didYouMean(letters, areas) + "There are " + listed(areas, MaxAreasListed) +
+                          ".");
 }
 
 /// What was typed, in its parts.

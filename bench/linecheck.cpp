@@ -211,7 +211,8 @@ LineVerdict judge(const LineRecord& record)
     verdict.worst = worstOf(record.summary);
     verdict.lostShare = lostShareOf(record.summary);
     verdict.trust = trustIn(record, verdict.lostShare);
-    verdict.advisedTimeout = timeoutFor(record);
+    verdict.advisedTimeout =
+        verdict.trust == Trust::Unusable ? milliseconds(0) : timeoutFor(record);
     verdict.text = inWords(record, verdict);
     verdict.advice = adviceOn(record, verdict);
     return verdict;

@@ -45,7 +45,8 @@ struct LineVerdict {
     /// replies.
     double lostShare;
 
-    /// Never shorter than one at which replies were missing; 0 when the latencies give none.
+    /// Never shorter than one at which replies were missing; 0 when the latencies give none and
+    /// for an unusable line, which no time-out cures.
     std::chrono::milliseconds advisedTimeout;
 
     std::string text;   ///< the verdict in words, without a full stop

@@ -52,9 +52,17 @@ std::string nearest(const std::string& meant, const std::vector<std::string>& wo
     if (words.empty())
         return std::string();
     const std::string best = nearestFirst(meant, words).front();
-    // More than a third of the letters wrong is another word.
-    const std::size_t most = std::max<std::size_t>(1, std::max(meant.size(), best.size()) / 3);
-    return typingErrors(meant, best) <= most ? best : std::string();
+    // More than a third of the letters wrong is another word, and so is one with all of them wrong.
+    const std::size_t longer = std::max(meant.size(), best.size());
+    const std::size_t most = std::max<std::size_t>(1, longer / 3);
+    const std::size_t errors = typingErrors(meant, best);
+    return errors <= most && errors < longer ? best : std::string();
+}
+
+std::string didYouMean(const std::string& meant, const std::vector<std::string>& words)
+{
+    const std::string word = nearest(meant, words);
+    return word.empty() ? word : "Did you mean " + word + "? ";
 }
 
 std::string listed(const std::vector<std::string>& words, std::size_t most)

@@ -1,5 +1,6 @@
 #include "bench/recipe.h"
 
+#include "bench/internal/text.h"
 #include "bench/nearest.h"
 
 #include <algorithm>
@@ -11,15 +12,10 @@ namespace bench
 namespace
 {
 
-const char* const Blanks = " \t\r";
+/// Enough for factors and values as people write them.
+constexpr int NumberDigits = 10;
 
-std::string trimmed(const std::string& text)
-{
-    const std::size_t begin = text.find_first_not_of(Blanks);
-    return begin == std::string::npos
-               ? std::string()
-               : text.substr(begin, text.find_last_not_of(Blanks) + 1 - begin);
-}
+const char* const Blanks = " \t";
 
 /// Where a comment begins, or the text ends: at a # at the beginning or after a blank.
 std::size_t commentAt(const std::string& text)
@@ -60,13 +56,18 @@ Pair pairIn(const std::string& line)
     const std::string text = trimmed(line);
     if (text.empty() || text.front() == '#')
         return {};
-    const std::size_t end = std::min(text.find_first_of(" \t="), text.size());
+    const std::size_t end = std::min(text.find_first_of(std::string(Blanks) + "="), text.size());
     const std::string name = text.substr(0, end);
     std::string value = trimmed(text.substr(end));
     if (!value.empty() && value.front() == '=')
         value = trimmed(value.substr(1));
     const bool isQuoted = !value.empty() && value.front() == '"';
     value = isQuoted ? quotedValue(value) : trimmed(value.substr(0, commentAt(value)));
+    if (value.empty() && name.find_first_of(";,") != std::string::npos)
+        throw wrongUsage("separate device and value with a blank, not as in " + name);
+    if (!isQuoted && value.find_first_of(Blanks) != std::string::npos)
+        throw wrongUsage("a line has one device and one value",
+                         "Write a text with blanks in quotes.");
     if (value.empty() && !isQuoted)
         throw wrongUsage("there is no value after " + name,
                          "Write a device and a value, such as DM100 12.");
@@ -80,6 +81,13 @@ void addLine(Recipe& recipe, const std::string& text, int number, const Names& k
         return;
     const Point point = resolveToWrite(pair.name, 1, known).front();
     recipe.entries.push_back({point, valueToWrite(point, pair.value), pair.value, number});
+}
+
+/// A value with all its digits, whatever number of decimals its point is shown with.
+std::string fullText(const Point& point, const Value& value)
+{
+    return point.scale.isPlain() ? textOf(value, point.device.type)
+                                 : shortText(*scaledNumber(point, value), NumberDigits);
 }
 
 std::string lineText(const Recipe& recipe, std::size_t entry)
@@ -126,7 +134,7 @@ Recipe recipeFromText(const std::string& name, const std::string& text, const Na
 {
     Recipe recipe;
     recipe.name = name;
-    std::istringstream lines(text);
+    std::istringstream lines(withoutByteOrderMark(text));
     int number = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;
@@ -158,7 +166,7 @@ std::vector<std::string> roundings(const Recipe& recipe)
     for (const Recipe::Entry& entry : recipe.entries)
         if (isRounded(entry.point, entry.typed, entry.value))
             texts.push_back(entry.point.name + ": " + entry.typed + " is rounded to " +
-                            textOf(entry.point, entry.value));
+                            fullText(entry.point, entry.value));
     return texts;
 }
 
@@ -190,8 +198,8 @@ void verify(Session& session, const Recipe& recipe)
         const Type& type = point.device.type;
         if (dataOf(*readings[i].value, type) != dataOf(written, type))
             throw Failure(FailureKind::Different,
-                          point.name + ": wrote " + textOf(point, written) + ", read back " +
-                              textOf(point, *readings[i].value),
+                          point.name + ": wrote " + fullText(point, written) + ", read back " +
+                              fullText(point, *readings[i].value),
                           "The controller took the value and changed it, or its program did.");
     }
 }

@@ -6,7 +6,7 @@
 //   boiler.setpoint 21.5
 //   DM30:string8 "A # in quotes"
 //
-// In quotes a quote is written twice.
+// A text with blanks is in quotes, and a quote in it is written twice.
 #ifndef BENCH_RECIPE_H
 #define BENCH_RECIPE_H
 

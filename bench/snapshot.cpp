@@ -249,16 +249,16 @@ private:
 std::vector<Reading> withWholeDevices(const std::vector<Point>& points,
                                       std::vector<Reading> readings)
 {
-    const auto hangTogether = [&](std::size_t i, std::size_t j) {
+    const auto shareDevice = [&](std::size_t i, std::size_t j) {
         const TypedDevice& device = points[i].device;
         return (!device.isDescribed() || isPacked(device.type)) &&
                continuesLine(points[i], points[j]);
     };
     for (std::size_t i = 1; i < points.size(); ++i)
-        if (readings[i - 1].failure && hangTogether(i - 1, i))
+        if (readings[i - 1].failure && shareDevice(i - 1, i))
             readings[i] = {std::nullopt, readings[i - 1].failure};
     for (std::size_t i = points.size(); i-- > 1;)
-        if (readings[i].failure && hangTogether(i - 1, i))
+        if (readings[i].failure && shareDevice(i - 1, i))
             readings[i - 1] = {std::nullopt, readings[i].failure};
     return readings;
 }
@@ -483,7 +483,7 @@ std::string snapshotLines(const std::vector<Point>& points, const std::vector<Re
 Snapshot parseSnapshot(const std::string& content, const Devices& devices)
 {
     Snapshot snapshot;
-    std::istringstream lines(content);
+    std::istringstream lines(withoutByteOrderMark(content));
     int number = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;
@@ -504,21 +504,22 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices)
 
 Snapshot loadSnapshot(const std::string& path, const Driver& driver)
 {
-    const std::string content = contentOf(path);
+    const std::string content = withoutByteOrderMark(contentOf(path));
     // The same letters may be other devices, so this comes before they are understood.
     const std::string writer = driverIn(content);
     if (!writer.empty() && writer != driver.name())
         throw wrongUsage(path + " is a dump of the driver " + writer + ", and this one is " +
                              driver.name(),
                          "Name the plug-in of that driver with --driver.");
+    Snapshot snapshot;
     try {
-        Snapshot snapshot = parseSnapshot(content, driver.devices());
-        if (snapshot.values.empty())
-            throw wrongUsage("there are no values");
-        return snapshot;
+        snapshot = parseSnapshot(content, driver.devices());
     } catch (const Failure& failure) {
         throw Failure(failure.kind(), path + ", " + failure.what(), failure.advice());
     }
+    if (snapshot.values.empty())
+        throw wrongUsage(path + ": it has no values");
+    return snapshot;
 }
 
 std::vector<TypedDevice> devicesOf(const std::vector<SnapshotValue>& values)

@@ -46,6 +46,9 @@ const std::set<std::string> noWords = {"no",  "n",      "-",    "0",     "false"
 /// Words that neither a person nor resolve() could tell from a device, a pattern or a type.
 const char* const NotInNames = " \t\r\n*?:";
 
+const char* const Marks = ".,";
+const char* const Digits = "0123456789";
+
 std::string sentence(const Failure& failure)
 {
     return failure.advice().empty() ? failure.what() : failure.what() + (". " + failure.advice());
@@ -59,6 +62,24 @@ int decimalsIn(const std::string& number)
     const auto after = static_cast<int>(exponentAt - pointAt);
     const int exponent = exponentAt < number.size() ? std::atoi(&number[exponentAt + 1]) : 0;
     return std::clamp((after > 0 ? after - 1 : 0) - exponent, 0, MaxDecimals);
+}
+
+/// Whether a mark with three digits after it may be one of thousands, as in "1,000".
+bool mayBeThousands(const std::string& number, std::size_t mark)
+{
+    constexpr std::size_t Group = 3;
+    const std::size_t begin = number.find_first_not_of("+-");
+    const bool areDigits = number.find_first_not_of(Digits, mark + 1) == std::string::npos &&
+                           number.find_first_not_of(Digits, begin) == mark;
+    return areDigits && number.size() - mark - 1 == Group && mark > begin &&
+           mark - begin <= Group && number[begin] != '0';
+}
+
+/// The decimal mark that goes with a separator: the comma is free for it only beside another one.
+/// Nothing where both are usual.
+char markFor(char separator)
+{
+    return separator == ',' ? '.' : separator == ';' ? ',' : '\0';
 }
 
 class TagReader
@@ -76,6 +97,7 @@ public:
     TagFile read()
     {
         if (m_file.problems.empty() && readHeader()) {
+            findDecimalMark();
             for (std::size_t row = 1; row < m_table.rows.size(); ++row)
                 readRow(m_table.rows[row]);
         }
@@ -108,9 +130,10 @@ private:
         if (name.empty())
             return;
         if (known == ColumnNames.end()) {
-            const auto names = nearestFirst(name, {ColumnNames.begin(), ColumnNames.end()});
+            const std::vector<std::string> names(ColumnNames.begin(), ColumnNames.end());
             m_file.problems.push_back({cell.place, std::string(),
-                                       "there is no column '" + name + "'; the columns are " +
+                                       "there is no column '" + name + "'. " +
+                                           didYouMean(name, names) + "The columns are " +
                                            listed(names, names.size())});
             return;
         }
@@ -257,8 +280,8 @@ private:
         m_numberTexts[column].clear();
         if (digits.empty())
             return std::nullopt;
-        const std::size_t mark = digits.find_first_of(".,");
-        if (mark != std::string::npos && !isOwnMark(column, digits[mark]))
+        const std::size_t mark = digits.find_first_of(Marks);
+        if (mark != std::string::npos && !isDecimalMark(column, digits, mark))
             return std::nullopt;
         if (mark != std::string::npos)
             digits[mark] = '.';
@@ -269,16 +292,54 @@ private:
         return number;
     }
 
-    /// A file with both marks has one that marks thousands, and which one can't be known.
-    bool isOwnMark(Column column, char mark)
+    /// The mark of the first number that would be none if its mark were one of thousands.
+    void findDecimalMark()
     {
-        if (m_decimalMark == '\0')
-            m_decimalMark = mark;
+        for (std::size_t row = 1; row < m_table.rows.size() && m_decimalMark == '\0'; ++row) {
+            m_row = &m_table.rows[row];
+            for (const Column column : {FactorColumn, OffsetColumn, MinColumn, MaxColumn})
+                if (m_decimalMark == '\0')
+                    m_decimalMark = certainMarkIn(text(column));
+        }
+    }
+
+    static char certainMarkIn(std::string number)
+    {
+        const std::size_t at = number.find_first_of(Marks);
+        if (at == std::string::npos || mayBeThousands(number, at))
+            return '\0';
+        const char mark = number[at];
+        number[at] = '.';
+        return numberFrom(number) ? mark : '\0';
+    }
+
+    /// A file with both marks has one that marks thousands, and which one can't be known.
+    bool isDecimalMark(Column column, const std::string& number, std::size_t at)
+    {
+        const char mark = number[at];
         if (m_decimalMark == mark)
             return true;
-        problem(column, "'" + text(column) + "' has the decimal mark '" + mark +
-                            "', but other numbers in the file have '" + m_decimalMark + "'");
+        if (m_decimalMark != '\0')
+            problem(column, "'" + number + "' has the decimal mark '" + mark +
+                                "', but other numbers in the file have '" + m_decimalMark + "'");
+        else if (mark != markFor(m_table.separator) && mayBeThousands(number, at))
+            problem(column, ambiguous(number, at));
+        else
+            return true;
         return false;
+    }
+
+    /// Both meanings are given in a form that is understood.
+    std::string ambiguous(const std::string& number, std::size_t at) const
+    {
+        const char usual = markFor(m_table.separator);
+        const std::string whole = number.substr(0, at), decimals = number.substr(at + 1);
+        const std::size_t last = decimals.find_last_not_of('0');
+        const std::string kept = last == std::string::npos ? "0" : decimals.substr(0, last + 1);
+        const bool isStillAmbiguous = usual == '\0' && kept.size() == decimals.size();
+        return "'" + number + "' may mark decimals or thousands; write " + whole +
+               (usual == '\0' ? number[at] : usual) + kept + (isStillAmbiguous ? "0" : "") +
+               " or " + whole + decimals;
     }
 
     /// The trimmed text of a cell, empty where there is none.
@@ -303,7 +364,7 @@ private:
     std::array<int, ColumnCount> m_columns; ///< the index of each column's cells, -1 for none
     const CsvRow* m_row = nullptr;
     std::array<std::string, ColumnCount> m_numberTexts; ///< of this row, with a decimal point
-    char m_decimalMark = '\0';                          ///< of the first number that had one
+    char m_decimalMark = '\0';                          ///< that a number proves; else none
     std::set<std::string> m_names;
     TagFile m_file;
 };

@@ -16,6 +16,8 @@
 //
 // Only name and device are required. Cells are separated by commas, semicolons or tabs. Numbers
 // have a decimal point or a decimal comma, the same in the whole file; thousands are not marked.
+// A mark that may be one of thousands, as in 1,000, is refused unless it is the usual one beside
+// the separator (a point beside commas, a comma beside semicolons) or another number proves it.
 #ifndef BENCH_TAGS_H
 #define BENCH_TAGS_H
 

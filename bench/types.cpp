@@ -94,21 +94,22 @@ Failure notANumber(const std::string& text, const char* examples)
     return wrongUsage("'" + text + "' is not a number; write " + examples);
 }
 
+/// How far below zero a typed number may go; two's complement counts for types without a sign.
+std::int64_t deepestTyped(const Type& type)
+{
+    return std::int64_t(1) << (bitsOf(type) - 1);
+}
+
 Failure doesNotFit(const std::string& text, const Type& type)
 {
     return wrongUsage("'" + text + "' does not fit " + nameOf(type) + ": " +
-                      std::to_string(leastOf(type)) + " to " + std::to_string(greatestOf(type)));
+                      std::to_string(-deepestTyped(type)) + " to " +
+                      std::to_string(greatestOf(type)));
 }
 
 bool startsWithHexPrefix(const std::string& text)
 {
     return text.size() > 1 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-}
-
-/// How far below zero a typed number may go; two's complement counts for types without a sign.
-std::uint64_t deepestTyped(const Type& type)
-{
-    return std::uint64_t(1) << (bitsOf(type) - 1);
 }
 
 Value parseWhole(const std::string& text, const Type& type)
@@ -125,7 +126,8 @@ Value parseWhole(const std::string& text, const Type& type)
         throw notANumber(text, "12, -5 or 0x1F");
     const std::uint64_t largest =
         hexadecimal ? maskOf(type) : static_cast<std::uint64_t>(greatestOf(type));
-    if (error != std::errc() || magnitude > (negative ? deepestTyped(type) : largest))
+    const auto deepest = static_cast<std::uint64_t>(deepestTyped(type));
+    if (error != std::errc() || magnitude > (negative ? deepest : largest))
         throw doesNotFit(text, type);
     return fromPattern((negative ? 0 - magnitude : magnitude) & maskOf(type), type);
 }
@@ -140,12 +142,21 @@ Value parseBool(const std::string& text)
     throw wrongUsage("'" + text + "' is not a bool; write 0 or 1");
 }
 
+/// Whether a number that is out of range is too near to 0.
+bool isTiny(const std::string& text)
+{
+    const auto number = numberFrom(text);
+    return number ? std::fabs(*number) < 1 : lower(text).find("e-") != std::string::npos;
+}
+
 Value parseReal(const std::string& text)
 {
     float number = 0;
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (stop != text.data() + text.size() || error == std::errc::invalid_argument)
         throw notANumber(text, "21.5, -5 or 1e6");
+    if (error != std::errc() && isTiny(text))
+        throw wrongUsage("'" + text + "' is too small for real");
     if (error != std::errc() || !std::isfinite(number))
         throw wrongUsage("'" + text + "' does not fit real: up to about 3.4e38");
     return number;
@@ -236,8 +247,9 @@ Type typeNamed(const std::string& text)
         return *type;
     if (lower(text) == "string")
         throw wrongUsage("a string needs its number of bytes, as in string8");
-    const auto names = nearestFirst(text, typeNames());
-    throw wrongUsage("there is no type '" + text + "'", "Types are " + listed(names, names.size()) +
+    const auto names = typeNames();
+    throw wrongUsage("there is no type '" + text + "'", didYouMean(text, names) + "Types are " +
+                                                            listed(names, names.size()) +
                                                             "; a string has its number of bytes.");
 }
 

@@ -157,7 +157,7 @@ TEST(WritePlan, MergesInOrderOrRefuses)
          "fills its last device, such as string4."},
         {"DM1:dint DM2", "1 2", "DM2 would be written twice"},
         {"CTC1", "5",
-         "CTC1 can't be written as udint; it holds 32 bits. Type CTC1:bool. Its set "
+         "CTC1 can't be written as udint; only its contact can be written. Type CTC1:bool. Its set "
          "value is PCTC."},
         {"DM1:string10", "AB", "DM1 as string10 is longer than the driver takes in one request"},
     };

@@ -103,7 +103,10 @@ TEST(Points, AreReachedByNames)
         {"DM1", 2, "DM1 DM2 "},
         {"p*x", 1, "no tag matches 'p*x'. There are pump, "},
         {"boiler.tmep", 1, "there is no tag 'boiler.tmep'. Did you mean boiler.temp?"},
-        {"XM5", 1, "there is no area 'XM', and there is no tag 'XM5'. There are DM, "},
+        {"XM5", 1,
+         "there is no area 'XM', and there is no tag 'XM5'. Did you mean DM? There are DM, "},
+        {"boiler.temp:int", 1,
+         "'boiler.temp' is a tag and has a type of its own. Type boiler.temp."},
         {"pump", 2, "'pump' is a tag and takes no count"},
     };
     for (const auto& row : rows) {

@@ -1,5 +1,4 @@
-// Recipes: pairs of devices and values as a person writes them down, and what of a long write is
-// said to have been written when it fails.
+// Recipes: pairs of devices and values as a person writes them down.
 #include "tests/bench/areas.h"
 
 #include "bench/recipe.h"
@@ -23,6 +22,11 @@ TEST(Recipe, IsTakenFromText)
         {"DM1:string4 \"abc", "f, line 1: the closing quote is missing"},
         {"DM1:string4 \"a\" b", "f, line 1: something follows the closing quote"},
         {"DM1 5\nDM2 =\n", "f, line 2: there is no value after DM2"},
+        {"\xEF\xBB\xBF"
+         "DM1 5\n",
+         "DM1 5 1; "},
+        {"DM1 5 6\n", "f, line 1: a line has one device and one value. Write a text with blanks"},
+        {"DM1;5\n", "f, line 1: separate device and value with a blank"},
         {"DM1 5\nMR1 2\n", "f, line 2: '2' is not a bool"},
         {"DM1..DM2 5\n", "f, line 1: DM1..DM2 takes 2 values, but 1 was given"},
         {"#\n", "there is nothing to write in f"},
@@ -37,6 +41,19 @@ TEST(Recipe, IsTakenFromText)
         });
         EXPECT_EQ(outcome.substr(0, std::string(row.outcome).size()), row.outcome) << row.text;
     }
+}
+
+TEST(Recipe, TellsWhatIsWrittenInsteadWithAllDigits)
+{
+    const Devices devices(tests::areas());
+    Point tag = pointOf(devices.parse("DM1:int"));
+    tag.name = "a";
+    tag.scale.factor = 0.1;
+    tag.decimals = 0;
+    const std::vector<Point> tags = {tag};
+    EXPECT_EQ(roundings(recipeOf("a", {"1.26"}, {tags, devices})),
+              std::vector<std::string>{"a: 1.26 is rounded to 1.3"});
+    EXPECT_TRUE(roundings(recipeOf("a", {"1.3"}, {tags, devices})).empty());
 }
 
 } // namespace

@@ -33,7 +33,8 @@ TEST(Types, HaveNames)
         EXPECT_EQ(type ? nameOf(*type) : "", row.name) << row.text;
     }
     const std::string refusal = tests::refusal([] { typeNamed("rael"); });
-    EXPECT_EQ(refusal.find("there is no type 'rael'. Types are real, "), 0u) << refusal;
+    EXPECT_EQ(refusal.find("there is no type 'rael'. Did you mean real? Types are bool, "), 0u)
+        << refusal;
 }
 
 TEST(Values, AreTypedSentAndShown)
@@ -48,24 +49,26 @@ TEST(Values, AreTypedSentAndShown)
         {"bool", "TRUE", "01", "1", "1"},
         {"bool", "2", "", "'2' is not a bool; write 0 or 1. ", ""},
         {"byte", "0xab", "ab", "171", "0xAB"},
-        {"byte", "256", "", "'256' does not fit byte: 0 to 255. ", ""},
+        {"byte", "256", "", "'256' does not fit byte: -128 to 255. ", ""},
         {"int", "-2", "feff", "-2", "0xFFFE"},
         {"int", "0xFFFE", "feff", "-2", "0xFFFE"},
         {"int", "32768", "", "'32768' does not fit int: -32768 to 32767. ", ""},
         {"uint", "4660", "3412", "4660", "0x1234"},
         {"uint", "-1", "ffff", "65535", "0xFFFF"},
-        {"uint", "-32769", "", "'-32769' does not fit uint: 0 to 65535. ", ""},
+        {"uint", "-32769", "", "'-32769' does not fit uint: -32768 to 65535. ", ""},
         {"word", "12a", "", "'12a' is not a number; write 12, -5 or 0x1F. ", ""},
         {"word", "", "", "'' is not a number; write 12, -5 or 0x1F. ", ""},
         {"dint", "-2147483648", "00000080", "-2147483648", "0x80000000"},
         {"udint", "305419896", "78563412", "305419896", "0x12345678"},
         {"udint", "99999999999999999999", "",
-         "'99999999999999999999' does not fit udint: 0 to 4294967295. ", ""},
+         "'99999999999999999999' does not fit udint: -2147483648 to 4294967295. ", ""},
         {"dword", "0xFFFFFFFF", "ffffffff", "4294967295", "0xFFFFFFFF"},
         {"real", "1.5", "0000c03f", "1.5", "1.5"},
         {"real", "0.1", "cdcccc3d", "0.1", "0.1"},
         {"real", "1,5", "", "'1,5' is not a number; write 21.5, -5 or 1e6. ", ""},
         {"real", "1e39", "", "'1e39' does not fit real: up to about 3.4e38. ", ""},
+        {"real", "-1e-50", "", "'-1e-50' is too small for real. ", ""},
+        {"real", "1e-400", "", "'1e-400' is too small for real. ", ""},
         {"string4", "AB", "41420000", "AB", "AB"},
         {"string4", "\xC3\x80\x1F\x7F", "c3801f7f", "\xC3\x80\\x1F\\x7F", "\xC3\x80\\x1F\\x7F"},
         {"string2", "\xB0", "b000", "\\xB0", "\\xB0"},

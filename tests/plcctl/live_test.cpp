@@ -61,7 +61,7 @@ TEST_F(LiveWatch, WritesThroughThePromptToTheMarkedLine)
     terminal.press({"j", "Down", "k", "w"});
     ASSERT_TRUE(terminal.shows("write DM8 (uint):")) << terminal.screen();
     terminal.type("70000");
-    EXPECT_TRUE(terminal.shows("0 to 65535")) << terminal.screen();
+    EXPECT_TRUE(terminal.shows("-32768 to 65535")) << terminal.screen();
     terminal.press({"BSpace", "BSpace", "Enter"});
     EXPECT_TRUE(terminal.shows("DM8 = 700 written")) << terminal.screen();
     EXPECT_TRUE(terminal.shows("DM8       700")) << terminal.screen();

@@ -185,8 +185,11 @@ TEST(Restore, RefusesBeforeAnythingIsSent)
         {"DM0 1\nHR5 1\n", "a.txt, line 2: there is no area 'HR'"},
         {"DM0 x\n", "a.txt, line 1: 'x' is not a number"},
         {"DM0:byte 1\n", "the rest of DM0 would be cleared"},
-        {"# driver: Modbus RTU\nC0:bool 1 0 1 1\n", "a dump of the driver Modbus RTU"},
-        {"# DM0:uint..DM9:uint not read: no reply\n", "there are no values"},
+        {"\xEF\xBB\xBF"
+         "DM0 x\n",
+         "a.txt, line 1: 'x' is not a number"},
+        {"\xEF\xBB\xBF# driver: Modbus RTU\nC0:bool 1 0 1 1\n", "a dump of the driver Modbus RTU"},
+        {"# DM0:uint..DM9:uint not read: no reply\n", "it has no values"},
         {"CTC0 1\n", "nothing in "},
     };
     for (const auto& row : rows) {
