@@ -1,4 +1,4 @@
-// plcctl explain: what a read or a write would put on a line, counted without one.
+// plcctl explain: the commands, bytes and time of a read or a write, without a controller.
 #include "bench.h"
 #include "commands.h"
 #include "help.h"
@@ -211,7 +211,7 @@ int explain(const ExplainOptions& options)
 void addExplainCommand(CLI::App& app, int& status)
 {
     CLI::App* const command =
-        app.add_subcommand("explain", "Count what a request puts on the line, without one");
+        app.add_subcommand("explain", "Show a request's commands, bytes and time, offline");
     const auto options = std::make_shared<ExplainOptions>();
     command->add_option("ACTION", options->action, "read or write")
         ->required()

@@ -50,17 +50,17 @@ std::string parityText(int code)
 
 std::string portKinds(int flags)
 {
-    std::string text;
+    std::vector<std::string> unnamed;
     for (int bit = 0; bit < 31; ++bit) {
         const int kind = 1 << bit;
-        if (!(flags & kind))
-            continue;
-        text += text.empty() ? "" : ", ";
-        text += kind == int(SerialPortDevice)
-                    ? "serial line"
-                    : "kind 0x" + QString::number(kind, 16).toUpper().toStdString();
+        if ((flags & kind) && kind != int(SerialPortDevice))
+            unnamed.push_back("0x" + QString::number(kind, 16).toUpper().toStdString());
     }
-    return text.empty() ? "none" : text;
+    const std::string serial = flags & int(SerialPortDevice) ? "serial line" : "";
+    if (unnamed.empty())
+        return serial.empty() ? "none" : serial;
+    return serial + (serial.empty() ? "" : ", and ") + counted(unnamed.size(), "unnamed kind") +
+           " (" + bench::listed(unnamed, unnamed.size()) + ")";
 }
 
 std::string textOf(const DeviceSetting& setting)

@@ -103,7 +103,7 @@ void eraseLast(std::string& text)
         text.pop_back();
 }
 
-/// A value that is refused stays in the prompt to be put right.
+/// A value that is refused stays in the prompt to be corrected.
 void orderWrite(LiveView& view, WatchThread& watch)
 {
     try {

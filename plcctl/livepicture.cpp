@@ -77,7 +77,7 @@ std::string messageFor(const LiveView& view, const bench::Watched& marked)
     if (!view.message.empty())
         return escaped(view.message);
     if (view.prompt)
-        return "Enter writes the value, Esc leaves it";
+        return "Enter writes the value, Esc cancels";
     if (marked.failure)
         return escaped(marked.point.name + ": " + inOneLine(*marked.failure));
     return marked.point.comment.empty() ? "" : marked.point.name + ": " + marked.point.comment;

@@ -25,7 +25,7 @@ private:
         int width = 0; ///< 0 leaves it out
         int at = 0;    ///< the column of the screen that it begins in
 
-        /// Never narrower than before, so that the columns do not tremble.
+        /// Never narrower than before, so that the columns do not jitter.
         void widenFor(const std::string& text);
     };
 

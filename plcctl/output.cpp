@@ -1,6 +1,8 @@
 // The three formats.
 #include "output.h"
 
+#include "bench/csv.h"
+
 #include <QDateTime>
 
 #include <algorithm>
@@ -16,23 +18,9 @@ namespace
 
 using Line = std::vector<std::string>;
 
-/// Enough for factors and limits as people write them.
-constexpr int NumberDigits = 10;
-
 void printLine(const std::string& line)
 {
     std::printf("%s\n", line.c_str());
-}
-
-/// A cell of a CSV line: in quotes where it would not be one cell otherwise.
-std::string csvCell(const std::string& text)
-{
-    if (text.find_first_of(",\"\r\n") == std::string::npos)
-        return text;
-    std::string quoted = "\"";
-    for (const char c : text)
-        quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
-    return quoted + '"';
 }
 
 /// Characters, not bytes: units such as °C are UTF-8.
@@ -70,7 +58,7 @@ std::string textOf(const Field& field)
     if (const int* number = std::get_if<int>(&field))
         return std::to_string(*number);
     if (const double* number = std::get_if<double>(&field))
-        return QString::number(*number, 'g', NumberDigits).toStdString();
+        return numberText(*number);
     const std::string* text = std::get_if<std::string>(&field);
     return text != nullptr ? *text : std::string();
 }
@@ -146,6 +134,13 @@ QDateTime now()
 
 } // namespace
 
+std::string numberText(double number)
+{
+    // Enough for factors and limits as people write them.
+    constexpr int Digits = 10;
+    return QString::number(number, 'g', Digits).toStdString();
+}
+
 void printJson(const Json& json, int indent)
 {
     printLine(json.dump(indent, ' ', false, Json::error_handler_t::replace));
@@ -167,7 +162,7 @@ void printCsv(const std::vector<std::string>& cells)
     std::string line;
     const char* separator = "";
     for (const std::string& cell : cells) {
-        line += separator + csvCell(cell);
+        line += separator + bench::csvCell(cell);
         separator = ",";
     }
     printLine(line);

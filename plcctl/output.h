@@ -59,6 +59,9 @@ void printJson(const Json& json, int indent = -1);
 /// A line of CSV: cells in quotes where they would not be one cell otherwise.
 void printCsv(const std::vector<std::string>& cells);
 
+/// A number with as many digits as it needs, up to ten.
+std::string numberText(double number);
+
 /// The local time of day, for a person to read.
 std::string clockTime();
 

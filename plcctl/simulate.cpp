@@ -116,7 +116,7 @@ void addLineOptions(CLI::App& command, SimulateOptions& options)
     command
         .add_option("--tcp", options.tcp,
                     "Serve TCP on this port, 0 for any free one; on loopback unless an address "
-                    "stands before it")
+                    "is given")
         ->type_name("[ADDRESS:]PORT");
     command
         .add_option("--baud", options.controller.baud,

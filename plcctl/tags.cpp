@@ -22,11 +22,6 @@ struct TagsOptions {
     Format format = Format::Table;
 };
 
-std::string numberText(double number)
-{
-    return QString::number(number, 'g', 10).toStdString();
-}
-
 std::string scaleText(const bench::Scale& scale)
 {
     if (scale.isPlain())
@@ -93,7 +88,8 @@ int checkTags(const TagsOptions& options)
     const bench::TagFile file = bench::parseTags(bench::contentOf(options.file), driver.devices());
     for (const bench::TagProblem& problem : file.problems)
         note(options.file + ": " + bench::textOf(problem));
-    print(file.tags, options.format);
+    if (!file.tags.empty() || file.problems.empty() || options.format == Format::Json)
+        print(file.tags, options.format);
     return file.problems.empty() ? Success : bench::exitStatus(bench::FailureKind::WrongUsage);
 }
 

@@ -26,7 +26,9 @@ struct WriteOptions {
 void checkArguments(const WriteOptions& options)
 {
     const bool isFromFile = !options.from.empty();
-    if (isFromFile ? !options.device.empty() : options.values.empty())
+    if (isFromFile && !options.device.empty())
+        throw bench::wrongUsage("give either a device with values or --from FILE, not both");
+    if (!isFromFile && options.values.empty())
         throw bench::wrongUsage("write needs a device and values, or --from FILE",
                                 "Try 'plcctl write --help'.");
 }

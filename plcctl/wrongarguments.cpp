@@ -55,7 +55,9 @@ bench::Failure unexpected(const CLI::App& command, const std::vector<std::string
     if (option == words.end())
         return bench::wrongUsage("one argument too many: " + words.front(), helpOf(command));
     const std::string name = option->substr(0, option->find('='));
-    const std::string meant = bench::nearest(name, optionsToType(command));
+    // One letter differs from every other one by one error.
+    const bool isWord = name.compare(0, 2, "--") == 0;
+    const std::string meant = isWord ? bench::nearest(name, optionsToType(command)) : "";
     return bench::wrongUsage(command.get_name() + " has no option " + name,
                              meant.empty() ? helpOf(command) : "Did you mean " + meant + "?");
 }

@@ -146,6 +146,10 @@ TEST(Outcome, OfMisuse)
         {"FaultOfARealLine", "read DM7 -p /nowhere/tty --fault silent", 2, "", "--port"},
         {"TooLarge", "write DM7 1 65536 -p /nowhere/tty", 2, "", "does not fit uint"},
         {"ToACounterComparator", "write CTC1 5 -p /nowhere/tty", 2, "", "The set value of CTC"},
+        {"TwoSourcesOfValues", "write DM7 1 --from /nowhere/f", 2, "", "not both\n"},
+        {"NoShortOption", "read DM7 -q -p /nowhere/tty", 2, "", "Try 'plcctl read --help'."},
+        {"TagWithoutAFile", "read boiler.temp -p /nowhere/tty", 2, "",
+         "Names need a tag file: --tags FILE."},
         {"NothingToWrite", "write DM7 -p /nowhere/tty", 2, "",
          "needs a device and values, or --from"},
         {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: port \"nine\""},
@@ -247,6 +251,7 @@ TEST(Tags, AreReadAndWrittenByTheirNames)
          "80.5 is above its maximum, 80 °C"},
         {"RefusedByItsName", Tags, "write boiler.setpoint 9 --tags FILE --fault error=0@WRS", 1, "",
          "boiler.setpoint: Response"},
+        {"NoGoodRow", "name,device\na,DN7\n", "tags FILE", 2, "", "line 2, column 2"},
         {"WrongFile", "name,device\na,DM7\nb,DN7\n", "read a --tags FILE", 2, "",
          "line 3, column 2"},
     });
