@@ -1,4 +1,4 @@
-// plcctl read: everything that was asked for, once, in as few requests as can be.
+// plcctl read: everything that was asked for, once, in as few requests as possible.
 #include "bench.h"
 #include "commands.h"
 #include "report.h"

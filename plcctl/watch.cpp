@@ -125,7 +125,7 @@ private:
 
 void tellRound(const bench::Round& round, milliseconds interval)
 {
-    if (!round.isNews || interval == milliseconds::zero()) // at 0 as fast as can be
+    if (!round.isNews || interval == milliseconds::zero()) // at 0 as fast as possible
         return;
     const std::string wanted = "the interval of " + bench::durationText(interval);
     note(round.overran ? wanted + " cannot be held: a round took " + bench::durationText(round.took)
