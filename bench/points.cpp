@@ -49,11 +49,26 @@ void checkLimits(const Point& point, double number, double tolerance, const std:
                          limitText(point, *point.min));
 }
 
+void requireWritable(const Point& point)
+{
+    if (!isServed(point.device, Direction::Write))
+        throw notServed(point.device, Direction::Write);
+    if (!point.writable)
+        throw wrongUsage(point.name + " is not writable", "Its tag does not allow it.");
+}
+
 /// How far a number may be off because the device holds only steps: far less than a step.
 double toleranceOf(const Point& point, double number)
 {
     return point.device.type.kind == TypeKind::Real ? std::fabs(number) * 1e-6
                                                     : std::fabs(point.scale.factor) * 1e-3;
+}
+
+/// Fails where the number of a value that the device can hold is outside the limits.
+void checkHeldValue(const Point& point, const Value& value, const std::string& text)
+{
+    if (const auto number = scaledNumber(point, value))
+        checkLimits(point, *number, toleranceOf(point, *number), text);
 }
 
 Value unscaled(const Point& point, double number, const std::string& text)
@@ -165,23 +180,23 @@ nlohmann::json jsonOf(const Point& point, const Value& value, Notation notation)
 
 Value valueToWrite(const Point& point, const std::string& text)
 {
-    if (!isServed(point.device, Direction::Write))
-        throw notServed(point.device, Direction::Write);
-    if (!point.writable)
-        throw wrongUsage(point.name + " is not writable", "Its tag does not allow it.");
+    requireWritable(point);
     if (point.scale.isPlain()) {
         const Value value = parseValue(text, point.device.type);
-        if (const auto number = scaledNumber(point, value))
-            checkLimits(point, *number, toleranceOf(point, *number), text);
+        checkHeldValue(point, value, text);
         return value;
     }
     const double number = parseNumber(text);
     checkLimits(point, number, 0, text);
     const Value value = unscaled(point, number, text);
-    const double rounded = *scaledNumber(point, value);
-    checkLimits(point, rounded, toleranceOf(point, rounded),
-                text + " (rounded to " + textOf(point, value) + ")");
+    checkHeldValue(point, value, text + " (rounded to " + textOf(point, value) + ")");
     return value;
+}
+
+void requireAllowed(const Point& point, const Value& value)
+{
+    requireWritable(point);
+    checkHeldValue(point, value, textOf(point, value));
 }
 
 bool isRounded(const Point& point, const std::string& text, const Value& value)

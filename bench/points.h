@@ -62,6 +62,10 @@ nlohmann::json jsonOf(const Point& point, const Value& value,
 /// it is rounded to is outside the limits.
 Value valueToWrite(const Point& point, const std::string& text);
 
+/// Throws a Failure (WrongUsage) when the point can't be written, or when what the value stands for
+/// is outside the limits.
+void requireAllowed(const Point& point, const Value& value);
+
 /// Whether such a value stands for another number than the text, because of the scale's steps.
 bool isRounded(const Point& point, const std::string& text, const Value& value);
 

@@ -67,6 +67,25 @@ std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values)
     return skipped;
 }
 
+void requireAllowed(const std::vector<SnapshotValue>& values, const std::vector<Point>& tags)
+{
+    std::multimap<std::string, const Point*> tagsOf;
+    for (const Point& tag : tags)
+        tagsOf.emplace(snapshotName(tag.device), &tag);
+    for (const SnapshotValue& value : values) {
+        const auto [first, last] = tagsOf.equal_range(snapshotName(value.point.device));
+        for (auto tag = first; tag != last; ++tag) {
+            try {
+                requireAllowed(*tag->second, value.value);
+            } catch (const Failure& failure) {
+                throw Failure(failure.kind(),
+                              "line " + std::to_string(value.line) + ": " + failure.what(),
+                              failure.advice());
+            }
+        }
+    }
+}
+
 void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,
                    const std::function<void(std::size_t written)>& onProgress)
 {

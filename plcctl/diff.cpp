@@ -117,7 +117,7 @@ void addDiffCommand(CLI::App& app, int& status)
         ->expected(1, 2)
         ->type_name("");
     addFormatOption(*command, options->format);
-    addBenchOptions(*command, options->bench);
+    addRequestOptions(*command, options->bench);
     command->footer(
         R"(Left is the first file, right the second one or the controller. The exit status
 is 0 when they hold the same, 6 when they differ.

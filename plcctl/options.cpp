@@ -152,6 +152,11 @@ void addPortOptions(CLI::App& command, BenchOptions& options)
 void addBenchOptions(CLI::App& command, BenchOptions& options)
 {
     addNamingOptions(command, options);
+    addRequestOptions(command, options);
+}
+
+void addRequestOptions(CLI::App& command, BenchOptions& options)
+{
     addDriverOption(command, options.driverFile);
     addPortOptions(command, options);
     addProjectOptions(command, options);

@@ -59,7 +59,11 @@ void addPortOptions(CLI::App& command, BenchOptions& options);
 /// --fault, --seed, --set and --move.
 void addControllerOptions(CLI::App& command, bench::ControllerOptions& options);
 
-/// All of the above that a subcommand needs which sends requests.
+/// What a subcommand needs that sends requests: --driver, --project and --port-name, and the
+/// options of the port and of the simulated controller.
+void addRequestOptions(CLI::App& command, BenchOptions& options);
+
+/// The same for one that takes devices as the person names them.
 void addBenchOptions(CLI::App& command, BenchOptions& options);
 
 /// --format.

@@ -1,5 +1,5 @@
-// plcctl restore: writes the values of a snapshot, as far as the controller holds others, and reads
-// them back.
+// plcctl restore: writes the values of a snapshot that differ from the controller's, and reads them
+// back.
 #include "bench.h"
 #include "commands.h"
 #include "progress.h"
@@ -22,6 +22,7 @@ namespace plcctl
 namespace
 {
 
+using bench::Failure;
 using bench::FailureKind;
 using Values = std::vector<bench::SnapshotValue>;
 
@@ -33,7 +34,16 @@ struct RestoreOptions {
     bool yes = false;
 };
 
-/// The values of the file that can be written. What is left out is reported.
+void requireAllowedByTags(const Values& values, const std::vector<bench::Point>& tags,
+                          const std::string& file)
+try {
+    bench::requireAllowed(values, tags);
+} catch (const Failure& failure) {
+    throw Failure(failure.kind(), file + ", " + failure.what(), failure.advice());
+}
+
+/// The values of the file that can be written and that the tags allow. What is left out is
+/// reported.
 Values loadValues(const Bench& bench, const std::string& file)
 {
     bench::Snapshot snapshot = bench::loadSnapshot(file, bench.driver());
@@ -42,6 +52,7 @@ Values loadValues(const Bench& bench, const std::string& file)
         note(counted(skipped.count, "value") + " skipped: the driver cannot write " + skipped.what);
     if (snapshot.values.empty())
         throw bench::wrongUsage("nothing in " + file + " can be written");
+    requireAllowedByTags(snapshot.values, bench.tags(), file);
     return snapshot.values;
 }
 
@@ -100,7 +111,7 @@ bool writeAndReadBack(Bench& bench, const Values& values, const RestoreOptions& 
     return true;
 }
 
-/// Writes what the controller holds otherwise.
+/// Writes the values that differ.
 int restoreChanges(Bench& bench, const Values& values, const RestoreOptions& options)
 {
     const Current current = readCurrent(bench, values);
@@ -152,11 +163,17 @@ void addRestoreCommand(CLI::App& app, int& status)
                       "Write nothing; show what would change as device, old -> new");
     command->add_flag("--all", options->all, "Also write the values that are already the same");
     command->add_flag("-y,--yes", options->yes, "Write without asking");
-    addBenchOptions(*command, options->bench);
+    command
+        ->add_option(
+            "--tags", options->bench.tagFile,
+            "Tag file, a CSV table: a value that one of its tags does not allow is refused")
+        ->type_name("FILE");
+    addRequestOptions(*command, options->bench);
     command->footer(
         R"(Only values that differ are written, after a confirmation. Then they are read
 back; the exit status is 6 when one differs. The dump of another driver is
-refused.
+refused; so is, with --tags, a dump with a value for a tag that is not writable
+or that is outside its limits.
 
 Examples:
   plcctl restore line3.txt --dry-run -p /dev/ttyUSB0

@@ -191,14 +191,22 @@ TEST(Restore, RefusesBeforeAnythingIsSent)
         {"\xEF\xBB\xBF# driver: Modbus RTU\nC0:bool 1 0 1 1\n", "a dump of the driver Modbus RTU"},
         {"# DM0:uint..DM9:uint not read: no reply\n", "it has no values"},
         {"CTC0 1\n", "nothing in "},
+        {"DM9 1\nDM10:int 5\n", "a.txt, line 2: temp is not writable"},
+        {"DM11:int 801 @setpoint\n", "a.txt, line 1: setpoint: 80.1 is above its maximum, 80 bar"},
     };
+    const std::string tags =
+        " --tags " + folder.write("plant.csv", "name,device,type,factor,unit,writable,max\n"
+                                               "temp,DM10,int,,,no,\n"
+                                               "setpoint,DM11,int,0.1,bar,yes,80\n");
     for (const auto& row : rows) {
         const std::string file = folder.write("a.txt", row.text);
-        const Result run = plcctl("restore --yes --trace " + file);
+        const Result run = plcctl("restore --yes --trace " + file + tags);
         EXPECT_EQ(run.status, 2) << run.err;
         EXPECT_NE(run.err.find(row.error), std::string::npos) << run.err;
         EXPECT_EQ(run.err.find("WRS"), std::string::npos) << run.err;
     }
+    const std::string allowed = folder.write("a.txt", "DM10:uint 5\nDM11:int 800\n");
+    EXPECT_EQ(plcctl("restore --yes " + allowed + tags).status, 0);
     EXPECT_EQ(plcctl("restore --yes " + folder.path("none.txt")).status, 3);
 }
 
