@@ -111,7 +111,7 @@ void Dump::takePart(const PartFile& file, const Devices& devices)
     if (part.header.devices != m_header.devices || part.header.driver != m_header.driver)
         throw wrongUsage(file.part() + " belongs to another dump: " + part.header.devices +
                              " read by " + part.header.driver,
-                         "Name the same devices, or omit --resume to begin again.");
+                         "Name the same devices, or delete it to begin again.");
     std::unordered_map<std::string, const Value*> known;
     for (const SnapshotValue& value : part.values)
         known[snapshotName(value.point.device)] = &value.value;

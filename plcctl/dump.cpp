@@ -39,6 +39,19 @@ bench::SnapshotHeader headerOf(const DumpOptions& options, const bench::Driver& 
     return header;
 }
 
+/// The file to write. Throws a Failure (WrongUsage) rather than replacing a part that a dump that
+/// was stopped has left.
+std::unique_ptr<bench::PartFile> fileFor(const DumpOptions& options)
+{
+    if (options.file.empty())
+        return nullptr;
+    auto file = std::make_unique<bench::PartFile>(options.file);
+    if (!options.resume && file->hasPart())
+        throw bench::wrongUsage(file->part() + " holds the values of a dump that was stopped",
+                                "Add --resume to continue it, or delete it.");
+    return file;
+}
+
 void takePart(bench::Dump& dump, const bench::PartFile& file, const bench::Driver& driver)
 {
     if (!file.hasPart())
@@ -116,9 +129,7 @@ int dump(const DumpOptions& options)
     bench::Dump dump(headerOf(options, bench.driver()), points);
     // What can't be read is refused before the port is opened.
     bench::planReads(devicesOf(points), bench.driver().blocks());
-    std::unique_ptr<bench::PartFile> file;
-    if (!options.file.empty())
-        file = std::make_unique<bench::PartFile>(options.file);
+    const std::unique_ptr<bench::PartFile> file = fileFor(options);
     if (options.resume)
         takePart(dump, *file, bench.driver());
     return runDump(dump, bench.session(), options, file.get());

@@ -146,6 +146,7 @@ TEST(Dump, GoesOnWhereItWasStopped)
     }
     EXPECT_FALSE(folder.has("a.txt"));
     EXPECT_EQ(plcctl("dump DM0 --resume -o " + folder.path("a.txt")).status, 2);
+    EXPECT_EQ(plcctl(command).status, 2);
 
     // Another controller: what was read before does not come from it, and a torn line does.
     QFile part(QString::fromStdString(folder.path("a.txt.part")));
