@@ -7,6 +7,8 @@
 
 #include <QVariant>
 
+#include <algorithm>
+
 namespace bench
 {
 
@@ -115,10 +117,11 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
     AttemptsPort port(m_port, [&] { countAttempt(first, direction, record); });
     const Clock::time_point begin = Clock::now();
     const bool served = request(port);
-    // What was cut short says nothing about the line.
-    if (isStopped && isStopped() && m_driver.object().hasError())
-        return stopped();
     record.took = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
+    if (isStopped && isStopped() && m_driver.object().hasError()) {
+        reportCutShort(record);
+        return stopped();
+    }
 
     std::optional<Failure> failure;
     if (m_driver.object().hasError() && beforeFailure)
@@ -137,10 +140,21 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
     return failure;
 }
 
+/// The attempt that was cut short says nothing about the line; those that failed before it do.
+void Session::reportCutShort(RequestRecord& record) const
+{
+    const FailureCounts& failed = record.failedAttempts;
+    if (sumOf(failed) == 0 || !onRequest)
+        return;
+    const auto mostFrequent = std::max_element(failed.begin(), failed.end());
+    record.failure = FailureKind(mostFrequent - failed.begin());
+    onRequest(record);
+}
+
 void Session::countAttempt(const TypedDevice& first, Direction direction,
                            RequestRecord& record) const
 {
-    if (portReport().isOwnFailure)
+    if ((isStopped && isStopped()) || portReport().isOwnFailure)
         return;
     const FailureKind kind = failureOf(first, direction).kind();
     ++record.failedAttempts[std::size_t(kind)];

@@ -47,8 +47,9 @@ public:
     Session(Driver& driver, AbstractDeviceInterface& port,
             std::function<PortReport()> portReport = {});
 
-    /// Called after every request, in the thread that makes it; not after one that was cut short
-    /// because isStopped says true.
+    /// Called after every request, in the thread that makes it. One that was cut short because
+    /// isStopped says true counts as failed when attempts of it had failed before, and else not at
+    /// all.
     std::function<void(const RequestRecord&)> onRequest;
 
     /// Called after every attempt that the line or the controller made fail, before the next
@@ -85,6 +86,7 @@ private:
                                QByteArray* answer);
     template <typename Request>
     std::optional<Failure> perform(const TypedDevice& first, Direction direction, Request request);
+    void reportCutShort(RequestRecord& record) const;
     void countAttempt(const TypedDevice& first, Direction direction, RequestRecord& record) const;
     Failure failureOf(const TypedDevice& first, Direction direction) const;
     PortReport portReport() const { return m_portReport ? m_portReport() : PortReport(); }

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <csignal>
+
 namespace
 {
 
@@ -41,6 +43,19 @@ TEST(Check, EndsWithTheVerdict)
     EXPECT_NE(plcctl("check DM7 --for 50ms").out.find("a time-out of "), std::string::npos);
     for (const char* misuse : {"DM7..DM9", "MR0:int -n 2", "DM7 -f csv"})
         EXPECT_EQ(plcctl(std::string("check ") + misuse).status, 2) << misuse;
+}
+
+TEST(Check, JudgesTheAttemptsBeforeASignal)
+{
+    SimulatedController controller("-v --fault silent");
+    Background check("check DM7 --for 60s -o 200 --retry 100 -p " + controller.tcp());
+    // The first attempt has failed when the second begins.
+    for (const char* line : {" > CR", " <   (silent)", " > CR"})
+        EXPECT_NE(controller.process().nextLine(QProcess::StandardError).find(line),
+                  std::string::npos);
+    EXPECT_EQ(check.endWith(SIGINT), 128 + SIGINT);
+    EXPECT_EQ(check.nextLine().find("1 request, 1 failed (1 no reply)"), 0U);
+    EXPECT_EQ(check.nextLine(), "not usable: 100 % of all attempts lost");
 }
 
 } // namespace
