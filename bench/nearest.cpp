@@ -82,4 +82,9 @@ std::string counted(std::uint64_t count, const std::string& thing)
     return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
+std::string firstAndMore(const std::string& first, std::size_t count)
+{
+    return first + (count > 1 ? " and " + std::to_string(count - 1) + " more" : "");
+}
+
 } // namespace bench

@@ -2,6 +2,7 @@
 #ifndef BENCH_NEAREST_H
 #define BENCH_NEAREST_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -24,6 +25,9 @@ std::string listed(const std::vector<std::string>& words, std::size_t most);
 
 /// "1 value", "2 values".
 std::string counted(std::uint64_t count, const std::string& thing);
+
+/// "DM0", "DM0 and 9 more".
+std::string firstAndMore(const std::string& first, std::size_t count);
 
 } // namespace bench
 

@@ -61,28 +61,6 @@ void takePart(bench::Dump& dump, const bench::PartFile& file, const bench::Drive
          file.part());
 }
 
-/// Reports failures, once for neighbours that fail alike.
-class FailureReport
-{
-public:
-    void add(const Failure& failure, const bench::Point& point, Progress& progress)
-    {
-        if (m_status == Success)
-            m_status = bench::exitStatus(failure.kind());
-        if (failure.what() == m_last)
-            return;
-        m_last = failure.what();
-        progress.clear();
-        report(failure, point.name);
-    }
-
-    int status() const { return m_status; } ///< of the first
-
-private:
-    std::string m_last;
-    int m_status = Success;
-};
-
 void tellStop(const bench::Dump& dump, const bench::PartFile* file)
 {
     if (file == nullptr)
@@ -101,15 +79,16 @@ void tellResult(const bench::Dump& dump, const std::string& file)
 int runDump(bench::Dump& dump, bench::Session& session, const DumpOptions& options,
             bench::PartFile* file)
 {
-    FailureReport failures;
+    std::vector<FailedPoints> failed;
     Progress progress(dump.size(), dump.taken());
     dump.onProgress = [&](std::size_t done) { progress.show(done); };
     dump.onFailure = [&](const bench::Point& point, const Failure& failure) {
-        failures.add(failure, point, progress);
+        addFailed(failed, failure, point.name);
     };
     progress.show(dump.taken());
     const bool isComplete = dump.run(session, file);
     progress.clear();
+    const int status = report(failed);
     if (!isComplete) {
         tellStop(dump, file);
         return bench::exitStatus(FailureKind::NoReply);
@@ -117,7 +96,7 @@ int runDump(bench::Dump& dump, bench::Session& session, const DumpOptions& optio
     if (file == nullptr)
         std::fputs(dump.text().c_str(), stdout);
     tellResult(dump, options.file);
-    return failures.status();
+    return status;
 }
 
 int dump(const DumpOptions& options)

@@ -26,9 +26,7 @@ int reportFailures(const std::vector<bench::Point>& points,
     for (std::size_t i = 0; i < points.size(); ++i)
         if (readings[i].failure)
             addFailed(failed, *readings[i].failure, points[i].name);
-    for (const FailedPoints& some : failed)
-        report(some.failure, firstAndMore(some.first, some.count));
-    return failed.empty() ? Success : bench::exitStatus(failed.front().failure.kind());
+    return report(failed);
 }
 
 /// The values that came are printed also when others failed.

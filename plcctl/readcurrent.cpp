@@ -14,17 +14,11 @@ namespace
 int reportFailures(const std::vector<bench::SnapshotValue>& values,
                    const std::vector<bench::Reading>& readings)
 {
-    int status = Success;
-    std::string last;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const auto& failure = readings[i].failure;
-        if (!failure || failure->what() == last)
-            continue;
-        last = failure->what();
-        status = status == Success ? bench::exitStatus(failure->kind()) : status;
-        report(*failure, bench::snapshotName(values[i].point.device));
-    }
-    return status;
+    std::vector<FailedPoints> failed;
+    for (std::size_t i = 0; i < values.size(); ++i)
+        if (readings[i].failure)
+            addFailed(failed, *readings[i].failure, bench::snapshotName(values[i].point.device));
+    return report(failed);
 }
 
 } // namespace

@@ -65,9 +65,11 @@ void addFailed(std::vector<FailedPoints>& failed, const bench::Failure& failure,
         ++same->count;
 }
 
-std::string firstAndMore(const std::string& first, std::size_t count)
+int report(const std::vector<FailedPoints>& failed)
 {
-    return first + (count > 1 ? " and " + std::to_string(count - 1) + " more" : "");
+    for (const FailedPoints& some : failed)
+        report(some.failure, firstAndMore(some.first, some.count));
+    return failed.empty() ? Success : bench::exitStatus(failed.front().failure.kind());
 }
 
 // In a log a message stays a line.

@@ -31,8 +31,8 @@ struct FailedPoints {
 void addFailed(std::vector<FailedPoints>& failed, const bench::Failure& failure,
                const std::string& name);
 
-/// "DM0", "DM0 and 9 more".
-std::string firstAndMore(const std::string& first, std::size_t count);
+/// Prints them. Returns the exit status of the first; Success for none.
+int report(const std::vector<FailedPoints>& failed);
 
 /// Prints one line on standard error, with the program's name before it.
 void note(const std::string& text);
@@ -41,6 +41,7 @@ void note(const std::string& text);
 std::string escaped(const std::string& text);
 
 using bench::counted;
+using bench::firstAndMore;
 
 } // namespace plcctl
 
