@@ -174,16 +174,7 @@ void write(Session& session, const Recipe& recipe)
 try {
     session.write(recipe.devices(), recipe.values());
 } catch (const WriteFailure& failure) {
-    const std::string others =
-        failure.count > 1 ? " and " + std::to_string(failure.count - 1) + " more" : "";
-    const std::string before =
-        failure.index == 0
-            ? ""
-            : " (at least " + counted(failure.index, "value") + " written before it)";
-    throw Failure(failure.kind(),
-                  recipe.entries[failure.index].point.name + others + ": " + failure.what() +
-                      before,
-                  failure.advice());
+    throw failure.at(recipe.entries[failure.index].point.name);
 }
 
 void verify(Session& session, const Recipe& recipe)

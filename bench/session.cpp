@@ -1,6 +1,7 @@
 #include "bench/session.h"
 
 #include "bench/advice.h"
+#include "bench/nearest.h"
 
 #include "drivers/abstractdeviceinterface.h"
 #include "drivers/driverinterface.h"
@@ -47,6 +48,13 @@ Failure stopped()
 }
 
 } // namespace
+
+Failure WriteFailure::at(const std::string& first) const
+{
+    const std::string before =
+        index == 0 ? "" : " (at least " + counted(index, "value") + " written before it)";
+    return Failure(kind(), firstAndMore(first, count) + ": " + what() + before, advice());
+}
 
 Session::Session(Driver& driver, AbstractDeviceInterface& port,
                  std::function<PortReport()> portReport)

@@ -26,6 +26,11 @@ struct WriteFailure : Failure {
     {
     }
 
+    /// The failure with the points that it hit and how many values were written before it.
+    ///
+    /// first  name of the request's first point
+    Failure at(const std::string& first) const;
+
     std::size_t index; ///< the place of the request's first device in the list
     std::size_t count; ///< devices of the request; those before the one that failed may be written
 };

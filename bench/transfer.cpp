@@ -1,5 +1,7 @@
 #include "bench/transfer.h"
 
+#include "bench/comparison.h"
+
 #include <map>
 
 namespace bench
@@ -107,10 +109,9 @@ void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,
     try {
         session.write(devices, contents);
         session.onRequest = before;
-    } catch (const Failure& failure) {
+    } catch (const WriteFailure& failure) {
         session.onRequest = before;
-        throw failure.with(" (" + std::to_string(written) + " of " + std::to_string(values.size()) +
-                           " values were written before)");
+        throw failure.at(nameInSnapshot(values[failure.index].point));
     }
 }
 

@@ -42,8 +42,8 @@ std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values);
 /// device and type does not allow. Values without such a tag are not restricted.
 void requireAllowed(const std::vector<SnapshotValue>& values, const std::vector<Point>& tags);
 
-/// Writes the values in the order of the format. Throws the first Failure, which says how many were
-/// written before it.
+/// Writes the values in the order of the format. Throws the first Failure, which names the values
+/// of its request and says how many were written before it at least.
 ///
 /// onProgress  receives how many are written
 void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,

@@ -213,4 +213,16 @@ TEST(Restore, RefusesBeforeAnythingIsSent)
     EXPECT_EQ(plcctl("restore --yes " + folder.path("none.txt")).status, 3);
 }
 
+// The second of three commands of a request fails: what the first wrote counts for nothing.
+TEST(Restore, TellsHowFarItCame)
+{
+    const Folder folder;
+    const Result run = plcctl("restore --yes " + folder.write("a.txt", "DM0 1 2\nMR0 1 1 1\n") +
+                              " --fault silent@ST#2-2 --retry 0 -o 50");
+    EXPECT_EQ(run.status, 4);
+    EXPECT_NE(run.err.find("plcctl: MR0:bool and 2 more: packet loss"), std::string::npos);
+    EXPECT_NE(run.err.find(" (at least 2 values written before it)\n"), std::string::npos)
+        << run.err;
+}
+
 } // namespace
