@@ -17,7 +17,8 @@ std::vector<std::string> nearestFirst(const std::string& meant, std::vector<std:
 /// The word that `meant` most likely was, or an empty text when all are too different.
 std::string nearest(const std::string& meant, const std::vector<std::string>& words);
 
-/// "Did you mean DM? " with that word, a blank after it; empty where there is none.
+/// The question "Did you mean DM? " about that word, to put before a sentence; empty if there is no
+/// such word.
 std::string didYouMean(const std::string& meant, const std::vector<std::string>& words);
 
 /// The words as a list, such as "DM, EM, FM and 3 more".

@@ -64,7 +64,7 @@ void takePart(bench::Dump& dump, const bench::PartFile& file, const bench::Drive
 void tellStop(const bench::Dump& dump, const bench::PartFile* file)
 {
     if (file == nullptr)
-        return;
+        return note("stopped; nothing was written. With --output, the values read are kept.");
     note("stopped; " + std::to_string(dump.done()) + " of " + counted(dump.size(), "value") +
          " are in " + file->part() + ".");
     note("The same command with --resume reads the rest.");

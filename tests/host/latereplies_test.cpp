@@ -350,8 +350,10 @@ TEST_F(PortInVirtualTime, GivesUpOnALineThatIsNeverSilent)
     EXPECT_EQ(line.nowMs, PromptMs + 4 * TimeoutMs);
     EXPECT_FALSE(write("CR\r\n"));
     EXPECT_EQ(port->lastFailure(), "the line was not silent: late replies may still come");
-    port.reset();
+    port->settle();
     EXPECT_EQ(line.nowMs, PromptMs + 20 * TimeoutMs);
+    port.reset();
+    EXPECT_EQ(line.nowMs, PromptMs + 20 * TimeoutMs) << "it waits once";
 }
 
 TEST_F(PortInVirtualTime, ALineThatBreaksWhileItIsMadeQuietCanBeOpenedAgain)

@@ -67,6 +67,17 @@ TEST_P(Port, CarriesEveryByteBothWays)
     EXPECT_EQ(read(9), all);
 }
 
+TEST(SerialPort, EndsAWriteWhenInterrupted)
+{
+    SerialFarEnd end; // which takes no bytes
+    const auto transport = host::makeSerialTransport(end.address().place, host::LineSettings());
+    ASSERT_TRUE(transport->open(LongMs));
+    const QByteArray much(1 << 20, 'x');
+    transport->interrupt();
+    EXPECT_FALSE(transport->write(much.constData(), much.size(), LongMs));
+    EXPECT_EQ(transport->lastFailure(), "interrupted");
+}
+
 TEST_P(Port, BrokenLineEndsAReadAtOnce)
 {
     openLine(LongMs);
