@@ -1,5 +1,7 @@
-// The man pages and completion scripts that plcctl makes of its options, read by groff and bash.
+// The man pages and completion scripts that plcctl makes of its options, read by groff, bash and
+// zsh.
 #include "program.h"
+#include "terminal.h"
 
 #include <gtest/gtest.h>
 
@@ -102,6 +104,15 @@ TEST_F(ManPages, ShowExamplesAndRoffCharactersAsTheyAreTyped)
     EXPECT_EQ(plcctl("--generate man /dev/null/here").status, 3);
 }
 
+/// The path of a new file with this text.
+QString written(const QTemporaryDir& directory, const char* name, const std::string& text)
+{
+    QFile file(directory.filePath(name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text.c_str());
+    return file.fileName();
+}
+
 /// What bash has in COMPREPLY after a line, separated by blanks.
 std::string completed(const std::string& script, const std::string& line)
 {
@@ -116,16 +127,10 @@ std::string completed(const std::string& script, const std::string& line)
 TEST(BashCompletion, KnowsWhatCanStandThere)
 {
     QTemporaryDir directory;
-    const std::string script = directory.filePath("plcctl.bash").toStdString();
-    {
-        QFile file(QString::fromStdString(script));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(plcctl("--generate bash").out.c_str());
-        QFile tags(directory.filePath("tags.csv"));
-        ASSERT_TRUE(tags.open(QIODevice::WriteOnly));
-        tags.write("name,device\nboiler.temp,DM0\npump.on,MR0\n");
-    }
-    const std::string tagFile = directory.filePath("tags.csv").toStdString();
+    const std::string script =
+        written(directory, "plcctl.bash", plcctl("--generate bash").out).toStdString();
+    const std::string tagFile =
+        written(directory, "tags.csv", "name,device\nboiler.temp,DM0\npump.on,MR0\n").toStdString();
     const struct {
         const char* name;
         std::string arguments;
@@ -154,6 +159,38 @@ TEST(BashCompletion, KnowsWhatCanStandThere)
     for (const auto& row : rows)
         EXPECT_EQ(completed(script, std::string(PLCCTL " ") + row.arguments), row.replies)
             << row.name;
+}
+
+TEST(ZshCompletion, KnowsWhatCanStandThere)
+{
+    QTemporaryDir directory;
+    written(directory, "_plcctl", plcctl("--generate zsh").out);
+    written(directory, "tags.csv", "name,device\nboiler.temp,DM0\npump.on,MR0\n");
+    written(directory, ".zshrc",
+            "PS1='zsh> '; fpath=($PWD $fpath); path=(${${:-" PLCCTL "}:h} $path)\n"
+            "autoload -U compinit; compinit -u -D\n");
+    Terminal terminal(200, 50);
+    terminal.type("cd " + directory.path().toStdString() + "; ZDOTDIR=$PWD zsh");
+    ASSERT_TRUE(terminal.shows("zsh>")) << terminal.screen();
+    const struct {
+        const char* name;
+        const char* arguments;
+        const char* shown;
+    } rows[] = {
+        {"Subcommand", "wa", "zsh> plcctl watch"},
+        {"Option", "read --ti", "zsh> plcctl read --timeout="},
+        {"OptionsWithTheirHelp", "read --p", "or tcp:HOST[:PORT], the driver's usual port"},
+        {"FormatAfterEquals", "read --format=c", "zsh> plcctl read --format=csv"},
+        {"Port", "read -p si", "zsh> plcctl read -p sim"},
+        {"Area", "read D", "zsh> plcctl read DM"},
+        {"AreaOfAnotherDriver", "read --driver " MODBUS_DRIVER " H", " HR"},
+        {"TypeOfADevice", "read DM8:di", "zsh> plcctl read DM8:dint"},
+        {"Tag", "read --tags tags.csv bo", "boiler.temp"},
+    };
+    for (const auto& row : rows) {
+        terminal.press({"C-u", "C-l", "plcctl ", row.arguments, "Tab"});
+        EXPECT_TRUE(terminal.shows(row.shown)) << row.name << terminal.screen();
+    }
 }
 
 TEST(Generate, RefusesWhatItCannotMake)
