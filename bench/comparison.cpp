@@ -67,7 +67,7 @@ std::vector<SnapshotValue> valuesToWrite(const std::vector<SnapshotValue>& value
     const auto shareDevice = [&](std::size_t i, std::size_t j) {
         const Extent a = extentOf(values[i].point.device);
         const Extent b = extentOf(values[j].point.device);
-        const bool isCut = a.area && (a.end - 1) / a.deviceBytes != b.begin / b.deviceBytes;
+        const bool isCut = a.area && (a.end - 1) / a.unitBytes != b.begin / b.unitBytes;
         return a.group() == b.group() && !isCut;
     };
     for (std::size_t i = 1; i < values.size(); ++i)

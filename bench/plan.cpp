@@ -1,5 +1,7 @@
 #include "bench/plan.h"
 
+#include "bench/internal/extent.h"
+
 #include <algorithm>
 #include <tuple>
 
@@ -9,63 +11,18 @@ namespace bench
 namespace
 {
 
-/// Devices that one request can cover: those of an area, or the values of a run without areas.
-struct Group {
-    const host::DeviceArea* area;
-    int station; ///< -1 for the driver's own
-    std::string text;
-    DriverDataType width;
-    int unitBytes; ///< of one unit of a request in the driver's data
-
-    bool operator==(const Group& other) const
-    {
-        return std::tie(area, station, text, width) ==
-               std::tie(other.area, other.station, other.text, other.width);
-    }
-};
-
-/// The bytes that a value covers, counted from the first unit of its group.
+/// The bytes that a value covers.
 struct Span {
     std::size_t index; ///< in the list of devices
-    std::size_t group;
+    std::size_t group; ///< of devices that one request can cover
     std::int64_t begin;
     std::int64_t end;
 };
 
 struct Spans {
-    std::vector<Group> groups; ///< in the order in which they were first named
+    std::vector<Extent> groups; ///< of the device of each that was named first, in that order
     std::vector<Span> spans;
 };
-
-Group groupOf(const TypedDevice& device)
-{
-    const DriverDataType width = widthOf(device.type);
-    if (!device.isDescribed())
-        return {nullptr, -1, device.text, width, width == DataByte ? 1 : bytesOf(device.type)};
-    const host::DeviceArea& area = *device.place.area;
-    const int station = device.place.station.value_or(-1);
-    // A contact takes one byte, whatever the rest of its timer takes.
-    if (width == DataBit)
-        return {&area, station, "", DataBit, 1};
-    return {&area, station, "", deviceWidth(area.holds), bytesPerDevice(area)};
-}
-
-/// The bytes that a value takes in a request's data. A number narrower than its device has the
-/// whole device.
-int bytesIn(const Group& group, const TypedDevice& device)
-{
-    const int bytes = bytesOf(device.type);
-    const bool fillsDevice =
-        device.type.kind != TypeKind::Byte && device.type.kind != TypeKind::String;
-    return fillsDevice ? std::max(bytes, group.unitBytes) : bytes;
-}
-
-std::int64_t firstByte(const Group& group, const TypedDevice& device)
-{
-    if (!device.isDescribed())
-        return std::int64_t(device.index) * bytesOf(device.type);
-    return device.place.position * group.unitBytes + device.byteOffset;
-}
 
 std::int64_t roundedUp(std::int64_t bytes, int unitBytes)
 {
@@ -76,13 +33,15 @@ Spans spansOf(const std::vector<TypedDevice>& devices)
 {
     Spans found;
     for (std::size_t index = 0; index < devices.size(); ++index) {
-        const Group group = groupOf(devices[index]);
-        const auto known = std::find(found.groups.begin(), found.groups.end(), group);
+        const Extent extent = extentOf(devices[index]);
+        const auto known =
+            std::find_if(found.groups.begin(), found.groups.end(), [&](const Extent& group) {
+                return group.group() == extent.group() && group.width == extent.width;
+            });
         const auto place = static_cast<std::size_t>(known - found.groups.begin());
         if (known == found.groups.end())
-            found.groups.push_back(group);
-        const std::int64_t begin = firstByte(group, devices[index]);
-        found.spans.push_back({index, place, begin, begin + bytesIn(group, devices[index])});
+            found.groups.push_back(extent);
+        found.spans.push_back({index, place, extent.begin, extent.end});
     }
     return found;
 }
@@ -94,7 +53,7 @@ void sortByPlace(std::vector<Span>& spans)
     });
 }
 
-std::int64_t blockBytes(const Group& group, const BlockSizes& blocks)
+std::int64_t blockBytes(const Extent& group, const BlockSizes& blocks)
 {
     const std::int64_t units = group.width == DataBit ? blocks.bits : blocks.values;
     const auto areaLimit = group.area ? group.area->block : std::nullopt;
@@ -103,7 +62,7 @@ std::int64_t blockBytes(const Group& group, const BlockSizes& blocks)
 
 /// The command for the units from `begin` to `end`. Only the first unit of a run without areas has
 /// a device text.
-CommunicatorCommand commandFor(const Group& group, const TypedDevice& device, std::int64_t begin,
+CommunicatorCommand commandFor(const Extent& group, const TypedDevice& device, std::int64_t begin,
                                std::int64_t end)
 {
     CommunicatorCommand command;
@@ -133,7 +92,7 @@ Failure longerThanBlock(const TypedDevice& device)
 class ReadRun
 {
 public:
-    ReadRun(const Group& group, const BlockSizes& blocks, int mostUnits, const Span& first)
+    ReadRun(const Extent& group, const BlockSizes& blocks, int mostUnits, const Span& first)
         : m_group(group)
         , m_maxBytes(blockBytes(group, blocks))
         , m_sharedBytes(group.area ? std::min(m_maxBytes, std::int64_t(mostUnits) * group.unitBytes)
@@ -168,7 +127,7 @@ public:
     }
 
 private:
-    const Group& m_group;
+    const Extent& m_group;
     std::int64_t m_maxBytes;
     std::int64_t m_sharedBytes; ///< by several values
     std::int64_t m_begin;
@@ -192,7 +151,7 @@ Value wholeNumber(const QByteArray& data, const TypedDevice& device)
 
 Value valueIn(const QByteArray& answer, int offset, const TypedDevice& device)
 {
-    const int bytes = bytesIn(groupOf(device), device);
+    const int bytes = extentOf(device).bytes();
     const QByteArray data = answer.mid(offset, bytes);
     const bool isNarrow = bytes > bytesOf(device.type);
     return isNarrow && isNumber(device.type) ? wholeNumber(data, device)
@@ -200,12 +159,12 @@ Value valueIn(const QByteArray& answer, int offset, const TypedDevice& device)
 }
 
 /// The bytes of a value in a request: a number narrower than its device keeps its sign.
-QByteArray dataIn(const Group& group, const TypedDevice& device, const Value& value)
+QByteArray dataIn(const TypedDevice& device, const Value& value)
 {
     const QByteArray data = dataOf(value, device.type);
     const auto* number = std::get_if<std::int64_t>(&value);
     const char fill = number != nullptr && *number < 0 ? '\xFF' : '\0';
-    return data.leftJustified(bytesIn(group, device), fill);
+    return data.leftJustified(extentOf(device).bytes(), fill);
 }
 
 void refuseTwice(Spans written, const std::vector<TypedDevice>& devices)
@@ -225,7 +184,7 @@ void refuseTwice(Spans written, const std::vector<TypedDevice>& devices)
 class WriteRun
 {
 public:
-    WriteRun(const Group& group, const BlockSizes& blocks, const Span& first)
+    WriteRun(const Extent& group, const BlockSizes& blocks, const Span& first)
         : m_group(group)
         , m_maxBytes(blockBytes(group, blocks))
         , m_begin(first.begin)
@@ -241,7 +200,7 @@ public:
 
     void add(const Span& span, const TypedDevice& device, const Value& value)
     {
-        m_request.data += dataIn(m_group, device, value);
+        m_request.data += dataIn(device, value);
         m_request.indices.push_back(span.index);
         m_end = span.end;
     }
@@ -275,7 +234,7 @@ private:
         throw wrongUsage("the rest of " + name + " would be cleared", advice);
     }
 
-    const Group& m_group;
+    const Extent& m_group;
     std::int64_t m_maxBytes;
     std::int64_t m_begin;
     std::int64_t m_end;
@@ -376,7 +335,7 @@ std::vector<WriteRequest> planWrites(const std::vector<TypedDevice>& devices,
     const std::vector<Span>& spans = written.spans;
     for (std::size_t next = 0; next < spans.size();) {
         const Span& first = spans[next];
-        const Group& group = written.groups[first.group];
+        const Extent& group = written.groups[first.group];
         WriteRun run(group, blocks, first);
         // Without areas only the first value of a run has a device text.
         if (!run.takes(first) || (group.area == nullptr && first.begin != 0))

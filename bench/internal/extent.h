@@ -5,6 +5,8 @@
 
 #include "bench/devices.h"
 
+#include "drivers/communicatorcommand.h"
+
 #include <cstdint>
 #include <string>
 #include <tuple>
@@ -20,7 +22,10 @@ struct Extent {
     bool isBit;                   ///< the contact of a timer is apart from its value
     std::int64_t begin;
     std::int64_t end;
-    int deviceBytes;
+    int unitBytes;        ///< of a device; without areas of a unit of a request
+    DriverDataType width; ///< of a request for it
+
+    int bytes() const { return static_cast<int>(end - begin); }
 
     auto group() const { return std::tie(area, text, station, isBit); }
     auto place() const { return std::tie(area, text, station, isBit, begin); }
