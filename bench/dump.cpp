@@ -86,8 +86,10 @@ void PartFile::finish(const std::string& text)
 void PartFile::replace(const std::string& text)
 {
     QSaveFile file(QFile::decodeName(m_part.c_str()));
+    // commit() alone misses what fails while the last buffer is written.
     const bool isWritten = file.open(QIODevice::WriteOnly) &&
-                           file.write(text.data(), qint64(text.size())) >= 0 && file.commit();
+                           file.write(text.data(), qint64(text.size())) >= 0 && file.flush() &&
+                           file.commit();
     if (!isWritten)
         throw cannotWrite(m_part, file.errorString().toStdString());
 }
@@ -108,6 +110,9 @@ Dump::Dump(SnapshotHeader header, const std::vector<Point>& points)
 void Dump::takePart(const PartFile& file, const Devices& devices)
 {
     const Snapshot part = loadPart(file.part(), devices);
+    if (part.header.devices.empty())
+        throw wrongUsage(file.part() + " is not a dump that was stopped",
+                         "Delete it to begin again.");
     if (part.header.devices != m_header.devices || part.header.driver != m_header.driver)
         throw wrongUsage(file.part() + " belongs to another dump: " + part.header.devices +
                              " read by " + part.header.driver,

@@ -2,6 +2,14 @@
 #include "tests/bench/areas.h"
 
 #include "bench/comparison.h"
+#include "bench/dump.h"
+#include "bench/file.h"
+
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <fstream>
+#include <sys/resource.h>
 
 using namespace bench;
 
@@ -231,6 +239,44 @@ TEST(Snapshot, IsWrittenWhereItDiffersInWholeDevices)
             names += value.point.name + " ";
         EXPECT_EQ(names, row.written) << row.name;
     }
+}
+
+/// Lets no file grow, as on a full disk.
+class FullDisk
+{
+public:
+    FullDisk()
+    {
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit none = {0, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &none);
+    }
+    ~FullDisk()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, m_handler);
+    }
+
+private:
+    void (*const m_handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit m_before = {};
+};
+
+TEST(PartFile, ReplacesNothingOnAFullDisk)
+{
+    const QTemporaryDir folder;
+    const std::string path = folder.filePath("a.txt").toStdString();
+    std::ofstream(path) << "old";
+    PartFile file(path);
+    file.begin("part");
+    std::string refusal;
+    {
+        const FullDisk disk;
+        refusal = tests::refusal([&] { file.finish("new"); });
+    }
+    EXPECT_EQ(refusal.find("cannot write " + path + ".part"), 0U) << refusal;
+    EXPECT_EQ(contentOf(path), "old");
+    EXPECT_EQ(contentOf(path + ".part"), "part");
 }
 
 } // namespace
