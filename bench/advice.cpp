@@ -15,6 +15,7 @@ struct Meaning {
     const char* start;
     FailureKind kind;
     const char* advice;
+    std::vector<Topic> topics = {}; ///< of the advice
 };
 
 // The first row that fits counts; the last one fits every text.
@@ -22,12 +23,16 @@ const Meaning meanings[] = {
     {errortext::ErrorReply, FailureKind::ControllerRefused,
      "The line works, but the controller refused the command. Check that the device and the last "
      "one of the run exist in this controller."},
-    {errortext::PacketLoss, FailureKind::NoReply,
+    {errortext::PacketLoss,
+     FailureKind::NoReply,
      "No complete reply came in time. Check cable, power and the line's settings (speed, parity), "
-     "or allow a longer time-out."},
-    {errortext::InvalidResponse, FailureKind::InvalidReply,
+     "or allow a longer time-out.",
+     {Topic::Line, Topic::Timeout}},
+    {errortext::InvalidResponse,
+     FailureKind::InvalidReply,
      "Something answered, but not as this controller does. Check the port, the line's settings "
-     "(speed, parity), and that no other program uses the line."},
+     "(speed, parity), and that no other program uses the line.",
+     {Topic::Line}},
     {errortext::InvalidAddress, FailureKind::WrongUsage,
      "Nothing was sent. The driver knows no such device, or the run ends outside its area."},
     {errortext::CantReadWord, FailureKind::WrongUsage,
@@ -69,10 +74,8 @@ std::string replyMeaning(const std::string& errorText, const host::DriverDescrip
 
 Failure driverFailure(const std::string& errorText, const RequestContext& context)
 {
-    if (!isServed(context.device, context.direction)) {
-        const Failure refusal = notServed(context.device, context.direction);
-        return wrongUsage(errorText, std::string(refusal.what()) + ". " + refusal.advice());
-    }
+    if (!isServed(context.device, context.direction))
+        return wrongUsage(errorText, inOneLine(notServed(context.device, context.direction)));
     const Meaning& meaning = meaningOf(errorText);
     const std::string reply = replyMeaning(errorText, context.description);
     if (!reply.empty())
@@ -82,7 +85,8 @@ Failure driverFailure(const std::string& errorText, const RequestContext& contex
     const std::string range = isAddress && context.device.isDescribed()
                                   ? rangeOf(*context.device.place.area)
                                   : std::string();
-    return Failure(meaning.kind, errorText, meaning.advice + (range.empty() ? "" : " " + range));
+    return Failure(meaning.kind, errorText, meaning.advice + (range.empty() ? "" : " " + range),
+                   meaning.topics);
 }
 
 } // namespace bench

@@ -35,7 +35,7 @@ simulator::FaultPlan planOf(const ControllerOptions& options, const simulator::C
     std::string why;
     const auto plan = simulator::FaultPlan::parse(options.faults, options.seed, commands, why);
     if (!plan)
-        throw wrongUsage("--fault: " + why);
+        throw wrongUsage(why, "", {Topic::Faults});
     return *plan;
 }
 
@@ -88,11 +88,11 @@ SimulatedController::SimulatedController(const std::string& protocol,
     std::string why;
     for (const std::string& preset : options.presets) {
         if (!m_controller->preset(preset, why))
-            throw wrongUsage("--set: " + why);
+            throw wrongUsage(why, "", {Topic::Presets});
     }
     for (const std::string& movement : options.movements) {
         if (!m_controller->move(movement, why))
-            throw wrongUsage("--move: " + why);
+            throw wrongUsage(why, "", {Topic::Movements});
     }
 }
 

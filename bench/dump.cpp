@@ -44,7 +44,7 @@ Snapshot loadPart(const std::string& path, const Devices& devices)
     try {
         return parseSnapshot(content, devices);
     } catch (const Failure& failure) {
-        throw Failure(failure.kind(), path + ", " + failure.what(), failure.advice());
+        throw failure.prefixed(path + ", ");
     }
 }
 

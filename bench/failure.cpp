@@ -27,21 +27,34 @@ const char* nameOf(FailureKind kind)
     return "different value";
 }
 
-Failure::Failure(FailureKind kind, const std::string& text, const std::string& advice)
+Failure::Failure(FailureKind kind, const std::string& text, const std::string& advice,
+                 const std::vector<Topic>& topics)
     : std::runtime_error(text)
     , m_kind(kind)
     , m_advice(advice)
+    , m_topics(topics)
 {
 }
 
 Failure Failure::with(const std::string& detail) const
 {
-    return Failure(m_kind, what() + detail, m_advice);
+    return Failure(m_kind, what() + detail, m_advice, m_topics);
 }
 
-Failure wrongUsage(const std::string& text, const std::string& advice)
+Failure Failure::prefixed(const std::string& start) const
 {
-    return Failure(FailureKind::WrongUsage, text, advice);
+    return Failure(m_kind, start + what(), m_advice, m_topics);
+}
+
+std::string inOneLine(const Failure& failure)
+{
+    return failure.what() + (failure.advice().empty() ? "" : ". " + failure.advice());
+}
+
+Failure wrongUsage(const std::string& text, const std::string& advice,
+                   const std::vector<Topic>& topics)
+{
+    return Failure(FailureKind::WrongUsage, text, advice, topics);
 }
 
 } // namespace bench

@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace bench
 {
@@ -27,27 +28,51 @@ int exitStatus(FailureKind kind);
 /// The kind in words, such as "no reply".
 const char* nameOf(FailureKind kind);
 
+/// What a failure can be about. A program knows how each is typed or chosen, such as by an option.
+enum class Topic {
+    Port,
+    Line,
+    Timeout,
+    Driver,
+    Tags,
+    Faults,
+    Presets,
+    Movements,
+    Simulator, ///< as a program of its own
+};
+
 /// A failure on its way to a person.
 class Failure : public std::runtime_error
 {
 public:
     /// text    what happened, without a full stop
     /// advice  what to do about it, in a sentence or two; may be empty
-    Failure(FailureKind kind, const std::string& text, const std::string& advice = std::string());
+    /// topics  what the advice speaks of; without advice, whose text was refused; may be empty
+    Failure(FailureKind kind, const std::string& text, const std::string& advice = std::string(),
+            const std::vector<Topic>& topics = {});
 
     FailureKind kind() const { return m_kind; }
     const std::string& advice() const { return m_advice; }
+    const std::vector<Topic>& topics() const { return m_topics; }
 
     /// The same failure with more text after its own.
     Failure with(const std::string& detail) const;
 
+    /// The same failure with more text before its own, such as "plant.csv, ".
+    Failure prefixed(const std::string& start) const;
+
 private:
     FailureKind m_kind;
     std::string m_advice;
+    std::vector<Topic> m_topics;
 };
 
+/// "what. advice"
+std::string inOneLine(const Failure& failure);
+
 /// A failure of kind WrongUsage.
-Failure wrongUsage(const std::string& text, const std::string& advice = std::string());
+Failure wrongUsage(const std::string& text, const std::string& advice = std::string(),
+                   const std::vector<Topic>& topics = {});
 
 } // namespace bench
 

@@ -20,7 +20,7 @@ std::unique_ptr<SimulatedController> simulatedFor(const Driver& driver,
     const std::string& protocol = driver.description().protocol;
     if (!isSimulated(protocol))
         throw wrongUsage("there is no simulated controller for the driver " + driver.name(),
-                         "Name the port of a real one with --port.");
+                         "Name the port of a real one.", {Topic::Port});
     return std::make_unique<SimulatedController>(protocol, options);
 }
 
@@ -37,8 +37,9 @@ std::string serve(SimulatedController& controller)
 void refuseControllerOptions(const ControllerOptions& options)
 {
     if (!options.faults.empty() || !options.presets.empty() || !options.movements.empty())
-        throw wrongUsage("--fault, --set and --move are for the simulated controller only",
-                         "Omit --port, or use plcctl simulate.");
+        throw wrongUsage("faults, start values and movements need the simulated controller",
+                         "Omit the port, or simulate the controller in a program of its own.",
+                         {Topic::Port, Topic::Simulator});
 }
 
 } // namespace
@@ -50,7 +51,7 @@ host::LineSettings lineSettings(const PortOptions& options, const Driver& driver
     QString error;
     const auto settings = host::lineSettingsFromText(text, &error);
     if (!settings)
-        throw wrongUsage("--line: " + error.toStdString());
+        throw wrongUsage(error.toStdString(), "", {Topic::Line});
     return *settings;
 }
 
@@ -69,11 +70,11 @@ host::PortAddress portAddress(const std::string& port, const Driver& driver)
     QString error;
     auto address = host::portAddressFromText(QString::fromStdString(port), &error);
     if (!address)
-        throw wrongUsage("--port: " + error.toStdString());
+        throw wrongUsage(error.toStdString(), "", {Topic::Port});
     if (address->kind == host::PortAddress::Kind::Tcp && address->tcpPort == 0) {
         if (!driver.description().tcpPort)
-            throw wrongUsage("--port: " + port + " has no port number, and the driver names none",
-                             "Type " + port + ":PORT.");
+            throw wrongUsage(port + " has no port number, and the driver names none",
+                             "Type " + port + ":PORT.", {Topic::Port});
         address->tcpPort = *driver.description().tcpPort;
     }
     return *address;

@@ -46,7 +46,7 @@ struct PortOptions {
 };
 
 // The settings that the options and the driver's defaults come to. Each throws a Failure
-// (WrongUsage) that names the option that is wrong.
+// (WrongUsage) whose topic is the option that is wrong.
 
 host::LineSettings lineSettings(const PortOptions& options, const Driver& driver);
 host::ExchangeSettings exchangeSettings(const PortOptions& options, const Driver& driver);

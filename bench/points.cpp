@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <QChar>
+
 #include <algorithm>
 #include <cmath>
 
@@ -17,7 +19,7 @@ namespace
 /// A scaled real has no more digits that mean something.
 constexpr int RealDigits = 7;
 
-/// Enough for factors and limits as people write them.
+/// Enough for factors, limits and values as people write them.
 constexpr int NumberDigits = 10;
 
 constexpr std::size_t MaxTagsListed = 5;
@@ -111,6 +113,18 @@ Failure neitherTagNorDevice(const std::string& text, const std::vector<Point>& t
     return asDevice.with(", and there is no tag '" + text + "'");
 }
 
+/// Whether a text looks like a name rather than like a device, as "boiler.temp" does.
+bool mayBeTag(const std::string& text)
+{
+    return text.find_first_of("._") != std::string::npos && !Devices::isRange(text) &&
+           QChar::fromLatin1(text.front()).isLetter();
+}
+
+Failure withoutTags(const std::string& what)
+{
+    return wrongUsage(what, "There are no tags; names need a tag file.", {Topic::Tags});
+}
+
 std::vector<Point> matching(const std::string& pattern, const std::vector<Point>& tags)
 {
     std::vector<Point> found;
@@ -122,10 +136,11 @@ std::vector<Point> matching(const std::string& pattern, const std::vector<Point>
     }
     if (!found.empty())
         return found;
-    throw wrongUsage("no tag matches '" + pattern + "'",
-                     tags.empty() ? "There are no tags. --tags names a file of them."
-                                  : "There are " +
-                                        listed(nearestFirst(pattern, names), MaxTagsListed) + ".");
+    const std::string what = "no tag matches '" + pattern + "'";
+    if (tags.empty())
+        throw withoutTags(what);
+    throw wrongUsage(what,
+                     "There are " + listed(nearestFirst(pattern, names), MaxTagsListed) + ".");
 }
 
 } // namespace
@@ -164,6 +179,12 @@ std::string textOf(const Point& point, const Value& value, Notation notation)
     return point.decimals ? fixedText(*number, *point.decimals) : shortText(*number, RealDigits);
 }
 
+std::string fullText(const Point& point, const Value& value)
+{
+    return point.scale.isPlain() ? textOf(value, point.device.type)
+                                 : shortText(*scaledNumber(point, value), NumberDigits);
+}
+
 std::string unitOf(const Point& point, Notation notation)
 {
     const bool isRaw = notation == Notation::Hexadecimal && isWhole(point.device.type);
@@ -189,14 +210,14 @@ Value valueToWrite(const Point& point, const std::string& text)
     const double number = parseNumber(text);
     checkLimits(point, number, 0, text);
     const Value value = unscaled(point, number, text);
-    checkHeldValue(point, value, text + " (rounded to " + textOf(point, value) + ")");
+    checkHeldValue(point, value, text + " (rounded to " + fullText(point, value) + ")");
     return value;
 }
 
 void requireAllowed(const Point& point, const Value& value)
 {
     requireWritable(point);
-    checkHeldValue(point, value, textOf(point, value));
+    checkHeldValue(point, value, fullText(point, value));
 }
 
 bool isRounded(const Point& point, const std::string& text, const Value& value)
@@ -245,10 +266,21 @@ std::vector<Point> resolve(const std::string& text, const Names& names, int coun
             points.push_back(pointOf(device));
         return points;
     } catch (const Failure& failure) {
-        if (names.tags.empty())
-            throw;
-        throw neitherTagNorDevice(text, names.tags, failure);
+        if (!names.tags.empty())
+            throw neitherTagNorDevice(text, names.tags, failure);
+        if (mayBeTag(text))
+            throw withoutTags(failure.what());
+        throw;
     }
+}
+
+Point resolveOne(const std::string& text, const Names& names)
+{
+    const std::vector<Point> points = resolve(text, names);
+    if (points.size() != 1)
+        throw wrongUsage(text + " names " + counted(points.size(), "point"),
+                         "Name one device or tag.");
+    return points.front();
 }
 
 std::vector<Point> resolveToWrite(const std::string& text, std::size_t valueCount,

@@ -50,7 +50,10 @@ std::optional<double> scaledNumber(const Point& point, const Value& value);
 /// holds, without the scale.
 std::string textOf(const Point& point, const Value& value, Notation notation = Notation::Natural);
 
-/// The unit that belongs to such a text; empty where it shows a number without its scale.
+/// The same with all its digits, whatever number of decimals the point is shown with.
+std::string fullText(const Point& point, const Value& value);
+
+/// The unit that belongs to a text of textOf(); empty where it shows a number without its scale.
 std::string unitOf(const Point& point, Notation notation);
 
 /// The same as textOf() for JSON; what is a number in the text is a number here.
@@ -83,6 +86,9 @@ struct Names {
 /// from a device on.
 /// Throws a Failure (WrongUsage) that names the tags nearest to what was typed.
 std::vector<Point> resolve(const std::string& text, const Names& names, int count = 1);
+
+/// The only point that a text names. Throws a Failure (WrongUsage) for more than one.
+Point resolveOne(const std::string& text, const Names& names);
 
 /// The points that so many values go to, 1 or more: those of a tag, a pattern or a range, or as
 /// many as there are values from a device on. Throws a Failure (WrongUsage), also when a text names

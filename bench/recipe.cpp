@@ -12,9 +12,6 @@ namespace bench
 namespace
 {
 
-/// Enough for factors and values as people write them.
-constexpr int NumberDigits = 10;
-
 const char* const Blanks = " \t";
 
 /// Where a comment begins, or the text ends: at a # at the beginning or after a blank.
@@ -83,13 +80,6 @@ void addLine(Recipe& recipe, const std::string& text, int number, const Names& k
     recipe.entries.push_back({point, valueToWrite(point, pair.value), pair.value, number});
 }
 
-/// A value with all its digits, whatever number of decimals its point is shown with.
-std::string fullText(const Point& point, const Value& value)
-{
-    return point.scale.isPlain() ? textOf(value, point.device.type)
-                                 : shortText(*scaledNumber(point, value), NumberDigits);
-}
-
 std::string lineText(const Recipe& recipe, std::size_t entry)
 {
     return "line " + std::to_string(recipe.entries[entry].line);
@@ -97,9 +87,7 @@ std::string lineText(const Recipe& recipe, std::size_t entry)
 
 Failure inLine(const std::string& name, int number, const Failure& failure)
 {
-    return Failure(failure.kind(),
-                   name + ", line " + std::to_string(number) + ": " + failure.what(),
-                   failure.advice());
+    return failure.prefixed(name + ", line " + std::to_string(number) + ": ");
 }
 
 } // namespace
@@ -183,9 +171,7 @@ void verify(Session& session, const Recipe& recipe)
     for (std::size_t i = 0; i < readings.size(); ++i) {
         const auto& [point, written, typed, line] = recipe.entries[i];
         if (readings[i].failure)
-            throw Failure(readings[i].failure->kind(),
-                          point.name + ": " + readings[i].failure->what() + " (reading it back)",
-                          readings[i].failure->advice());
+            throw readings[i].failure->prefixed(point.name + ": ").with(" (reading it back)");
         const Type& type = point.device.type;
         if (dataOf(*readings[i].value, type) != dataOf(written, type))
             throw Failure(FailureKind::Different,

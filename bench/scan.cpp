@@ -172,10 +172,11 @@ void refuseOtherLines(const PortOptions& port, const Driver& driver)
 {
     if (port.isSimulated())
         throw wrongUsage("there is no line to find: the simulated controller is in this program",
-                         "Name the serial port of a real one with --port.");
+                         "Name the serial port of a real one.", {Topic::Port});
     if (portAddress(port.port, driver).kind == host::PortAddress::Kind::Tcp)
-        throw wrongUsage(port.port + " is a network address, which has no speed or parity to find",
-                         "If it does not answer, check address, port and cable with plcctl read.");
+        throw wrongUsage(
+            port.port + " is a network address, which has no speed or parity to find",
+            "If it does not answer, check address, port and cable, then read a device.");
 }
 
 /// Reads again at a setting that was found.

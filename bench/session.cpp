@@ -53,7 +53,7 @@ Failure WriteFailure::at(const std::string& first) const
 {
     const std::string before =
         index == 0 ? "" : " (at least " + counted(index, "value") + " written before it)";
-    return Failure(kind(), firstAndMore(first, count) + ": " + what() + before, advice());
+    return prefixed(firstAndMore(first, count) + ": ").with(before);
 }
 
 Session::Session(Driver& driver, AbstractDeviceInterface& port,

@@ -381,8 +381,7 @@ void addUnread(Snapshot& snapshot, const std::string& text)
 
 [[noreturn]] void throwAtLine(int line, const Failure& failure)
 {
-    throw Failure(failure.kind(), "line " + std::to_string(line) + ": " + failure.what(),
-                  failure.advice());
+    throw failure.prefixed("line " + std::to_string(line) + ": ");
 }
 
 /// Puts the values into the order of the format. Each device may appear once.
@@ -510,12 +509,12 @@ Snapshot loadSnapshot(const std::string& path, const Driver& driver)
     if (!writer.empty() && writer != driver.name())
         throw wrongUsage(path + " is a dump of the driver " + writer + ", and this one is " +
                              driver.name(),
-                         "Name the plug-in of that driver with --driver.");
+                         "Name the plug-in of that driver.", {Topic::Driver});
     Snapshot snapshot;
     try {
         snapshot = parseSnapshot(content, driver.devices());
     } catch (const Failure& failure) {
-        throw Failure(failure.kind(), path + ", " + failure.what(), failure.advice());
+        throw failure.prefixed(path + ", ");
     }
     if (snapshot.values.empty())
         throw wrongUsage(path + ": it has no values");

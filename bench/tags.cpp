@@ -49,11 +49,6 @@ const char* const NotInNames = " \t\r\n*?:";
 const char* const Marks = ".,";
 const char* const Digits = "0123456789";
 
-std::string sentence(const Failure& failure)
-{
-    return failure.advice().empty() ? failure.what() : failure.what() + (". " + failure.advice());
-}
-
 /// The decimals of a number as it was written: 1 for "0.1", 3 for "5e-3".
 int decimalsIn(const std::string& number)
 {
@@ -208,13 +203,13 @@ private:
             if (!typeText.empty())
                 type = typeNamed(typeText);
         } catch (const Failure& failure) {
-            problem(TypeColumn, sentence(failure));
+            problem(TypeColumn, inOneLine(failure));
             return;
         }
         try {
             tag.device = m_devices.parse(text(DeviceColumn), type);
         } catch (const Failure& failure) {
-            problem(DeviceColumn, sentence(failure));
+            problem(DeviceColumn, inOneLine(failure));
             return;
         }
         if (type && tag.device.type != *type)
@@ -232,7 +227,7 @@ private:
         if (!yes && noWords.count(word) == 0)
             problem(WritableColumn, "'" + word + "' is neither yes nor no");
         else if (yes && !tag.writable)
-            problem(WritableColumn, sentence(notServed(tag.device, Direction::Write)));
+            problem(WritableColumn, inOneLine(notServed(tag.device, Direction::Write)));
         tag.writable = yes;
     }
 

@@ -12,8 +12,6 @@
 #include <QDir>
 #include <QFileInfo>
 
-#include <cstdio>
-
 namespace plcctl
 {
 
@@ -54,18 +52,6 @@ LinkIdStationId linkInProject(const BenchOptions& options, const bench::Driver& 
     return project.linkOn(setting.string, address->place, address->tcpPort);
 }
 
-/// Whether a text looks like a name rather than like a device, as "boiler.temp" does.
-bool mayBeTag(const std::string& text)
-{
-    return text.find_first_of("._") != std::string::npos && !bench::Devices::isRange(text) &&
-           QChar::fromLatin1(text.front()).isLetter();
-}
-
-void printTrace(const std::string& line)
-{
-    std::fprintf(stderr, "%s\n", line.c_str());
-}
-
 } // namespace
 
 std::string driverFile(const std::string& name)
@@ -101,20 +87,10 @@ std::vector<bench::Point> Bench::points(const std::vector<std::string>& texts, i
     const bench::Names known = names();
     std::vector<bench::Point> points;
     for (const std::string& text : texts) {
-        const auto found = resolved(text, known, count);
+        const auto found = bench::resolve(text, known, count);
         points.insert(points.end(), found.begin(), found.end());
     }
     return points;
-}
-
-std::vector<bench::Point> Bench::resolved(const std::string& text, const bench::Names& known,
-                                          int count) const
-try {
-    return bench::resolve(text, known, count);
-} catch (const Failure& failure) {
-    if (!m_options.tagFile.empty() || !mayBeTag(text))
-        throw;
-    throw Failure(failure.kind(), failure.what(), "Names need a tag file: --tags FILE.");
 }
 
 bench::Names Bench::names() const

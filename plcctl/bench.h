@@ -62,8 +62,6 @@ public:
 
 private:
     void tellDriverOfProject();
-    std::vector<bench::Point> resolved(const std::string& text, const bench::Names& known,
-                                       int count) const;
 
     BenchOptions m_options;
     StopSignal m_stop;

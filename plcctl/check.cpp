@@ -43,18 +43,9 @@ std::string progressText(const CheckOptions& options, const bench::Summary& summ
            bench::durationText(summary.p50);
 }
 
-bench::TypedDevice deviceOf(const Bench& bench, const std::string& text)
-{
-    const std::vector<bench::Point> points = bench.points({text});
-    if (points.size() != 1)
-        throw bench::wrongUsage(text + " names " + counted(points.size(), "point"),
-                                "Name one device; it is read again and again.");
-    return points.front().device;
-}
-
 bench::LineRecord checkWithProgress(Bench& bench, const CheckOptions& options)
 {
-    const bench::TypedDevice device = deviceOf(bench, options.device);
+    const bench::TypedDevice device = bench::resolveOne(options.device, bench.names()).device;
     const milliseconds timeout(
         bench::exchangeSettings(options.bench.port, bench.driver()).timeoutMs);
     bench::Session& session = bench.session();

@@ -13,12 +13,6 @@
 namespace plcctl
 {
 
-/// "what. advice"
-inline std::string inOneLine(const bench::Failure& failure)
-{
-    return failure.what() + (failure.advice().empty() ? "" : ". " + failure.advice());
-}
-
 /// A value that is being typed for a point.
 struct Prompt {
     std::size_t index; ///< of the point

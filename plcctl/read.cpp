@@ -18,17 +18,6 @@ struct ReadOptions {
     Style style;
 };
 
-/// Reports each failure once. Returns the exit status of the first.
-int reportFailures(const std::vector<bench::Point>& points,
-                   const std::vector<bench::Reading>& readings)
-{
-    std::vector<FailedPoints> failed;
-    for (std::size_t i = 0; i < points.size(); ++i)
-        if (readings[i].failure)
-            addFailed(failed, *readings[i].failure, points[i].name);
-    return report(failed);
-}
-
 /// The values that came are printed also when others failed.
 int read(const ReadOptions& options)
 {
@@ -42,7 +31,7 @@ int read(const ReadOptions& options)
     for (std::size_t i = 0; i < points.size(); ++i)
         if (readings[i].value)
             values.push_back({&points[i], *readings[i].value});
-    const int status = reportFailures(points, readings);
+    const int status = report(readings, [&](std::size_t i) { return points[i].name; });
     printValues(values, options.style);
     return status;
 }

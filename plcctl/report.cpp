@@ -18,14 +18,39 @@ constexpr std::size_t TextWidth = 72;
 const char* const Program = "plcctl: ";
 const char* const AdviceIndent = "        ";
 
-/// The options that the advice speaks of, unless it names some itself.
-std::string optionsFor(const bench::Failure& failure)
+/// What a person types for a topic.
+const char* typed(bench::Topic topic)
 {
-    if (failure.advice().find("--") != std::string::npos)
-        return std::string();
-    if (failure.kind() == bench::FailureKind::NoReply)
-        return " See --line and --timeout.";
-    return failure.kind() == bench::FailureKind::InvalidReply ? " See --line." : "";
+    switch (topic) {
+    case bench::Topic::Port:
+        return "--port";
+    case bench::Topic::Line:
+        return "--line";
+    case bench::Topic::Timeout:
+        return "--timeout";
+    case bench::Topic::Driver:
+        return "--driver";
+    case bench::Topic::Tags:
+        return "--tags";
+    case bench::Topic::Faults:
+        return "--fault";
+    case bench::Topic::Presets:
+        return "--set";
+    case bench::Topic::Movements:
+        return "--move";
+    case bench::Topic::Simulator:
+        break;
+    }
+    return "plcctl simulate";
+}
+
+/// As in "--line and --timeout".
+std::string typed(const std::vector<bench::Topic>& topics)
+{
+    std::string text;
+    for (const bench::Topic topic : topics)
+        text += (text.empty() ? "" : " and ") + std::string(typed(topic));
+    return text;
 }
 
 /// Prints a text in lines that fit, the first one after `start` and the others below it.
@@ -47,10 +72,13 @@ bool isSame(const bench::Failure& a, const bench::Failure& b)
 
 void report(const bench::Failure& failure, const std::string& subject)
 {
-    note((subject.empty() ? "" : subject + ": ") + failure.what());
-    if (failure.advice().empty())
-        return;
-    printWrapped(AdviceIndent, failure.advice() + optionsFor(failure));
+    const std::string options = typed(failure.topics());
+    const bool isRefusedText = failure.advice().empty() && !options.empty();
+    const std::string& start = isRefusedText ? options : subject;
+    note((start.empty() ? "" : start + ": ") + failure.what());
+    if (!failure.advice().empty())
+        printWrapped(AdviceIndent,
+                     failure.advice() + (options.empty() ? "" : " See " + options + "."));
 }
 
 void addFailed(std::vector<FailedPoints>& failed, const bench::Failure& failure,
@@ -72,6 +100,16 @@ int report(const std::vector<FailedPoints>& failed)
     return failed.empty() ? Success : bench::exitStatus(failed.front().failure.kind());
 }
 
+int report(const std::vector<bench::Reading>& readings,
+           const std::function<std::string(std::size_t)>& nameOf)
+{
+    std::vector<FailedPoints> failed;
+    for (std::size_t i = 0; i < readings.size(); ++i)
+        if (readings[i].failure)
+            addFailed(failed, *readings[i].failure, nameOf(i));
+    return report(failed);
+}
+
 // In a log a message stays a line.
 void note(const std::string& text)
 {
@@ -79,6 +117,11 @@ void note(const std::string& text)
         printWrapped(Program, escaped(text));
     else
         std::fprintf(stderr, "%s%s\n", Program, escaped(text).c_str());
+}
+
+void printTrace(const std::string& line)
+{
+    std::fprintf(stderr, "%s\n", line.c_str());
 }
 
 std::string escaped(const std::string& text)

@@ -4,8 +4,10 @@
 
 #include "bench/failure.h"
 #include "bench/nearest.h"
+#include "bench/plan.h"
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,8 +36,17 @@ void addFailed(std::vector<FailedPoints>& failed, const bench::Failure& failure,
 /// Prints them. Returns the exit status of the first; Success for none.
 int report(const std::vector<FailedPoints>& failed);
 
+/// The same for the failures among readings.
+///
+/// nameOf  names the point of a reading
+int report(const std::vector<bench::Reading>& readings,
+           const std::function<std::string(std::size_t)>& nameOf);
+
 /// Prints one line on standard error, with the program's name before it.
 void note(const std::string& text);
+
+/// Prints a line of a trace, which stands as it is, on standard error.
+void printTrace(const std::string& line);
 
 /// The text with control characters written as \r, \n or \x1F, so that a terminal shows them.
 std::string escaped(const std::string& text);

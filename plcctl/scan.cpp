@@ -91,11 +91,7 @@ bench::TypedDevice deviceOf(const ScanOptions& options, const bench::Devices& de
     std::vector<bench::Point> tags;
     if (!options.tagFile.empty())
         tags = bench::loadTags(options.tagFile, devices);
-    const std::vector<bench::Point> points = bench::resolve(options.device, {tags, devices});
-    if (points.size() != 1)
-        throw bench::wrongUsage(options.device + " names " + counted(points.size(), "point") +
-                                ", and scan reads one");
-    return points.front().device;
+    return bench::resolveOne(options.device, {tags, devices}).device;
 }
 
 bench::Failure nothingFound()
@@ -115,7 +111,7 @@ std::vector<bench::FoundLine> findLines(const ScanOptions& options)
     const bench::TypedDevice device = deviceOf(options, driver.devices());
     bench::PortOptions port = options.port;
     if (options.trace)
-        port.trace = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
+        port.trace = printTrace;
     const bench::Probe probe =
         bench::probeOf(driver, device, port, [&](bench::OpenPort* open) { stop.interrupts(open); });
 

@@ -77,17 +77,12 @@ std::string openLines(simulator::Server& server, const SimulateOptions& options)
     return places;
 }
 
-void printTraffic(const std::string& line)
-{
-    std::fprintf(stderr, "%s\n", line.c_str());
-}
-
 int simulate(const SimulateOptions& options)
 {
     // The link must be gone in the end.
     const StopSignal stop(StopSignal::Second::IsIgnored);
     bench::SimulatedController controller(options.protocol, options.controller,
-                                          options.verbose ? printTraffic : simulator::TrafficLog());
+                                          options.verbose ? printTrace : simulator::TrafficLog());
     if (!options.line.empty())
         controller.server().requireLineForm(parseLine(options.line));
     const std::string places = openLines(controller.server(), options);

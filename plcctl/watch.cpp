@@ -114,9 +114,8 @@ private:
     {
         const Failure& failure = some.failure;
         const int before = m_reported[std::size_t(failure.kind())]++;
-        const std::string times =
-            before == 0 ? "" : ", " + std::to_string(before + 1) + " times so far";
-        report(Failure(failure.kind(), failure.what() + times, before == 0 ? failure.advice() : ""),
+        const std::string times = ", " + std::to_string(before + 1) + " times so far";
+        report(before == 0 ? failure : Failure(failure.kind(), failure.what() + times),
                subject(some.first, some.count));
     }
 

@@ -114,7 +114,7 @@ TEST(Outcome, OfFailures)
         {"LateRepliesAreMeasured", "read DM7 -o 100 --retry 0 --fault late=300ms@RDS", 4, "",
          "a time-out of "},
         {"WatchThatFailsToTheEnd", "watch DM7 -n 2 -i 0 -o 20 --retry 0 --fault silent@RDS", 4, "",
-         "packet loss"},
+         "longer time-out. See --line and\n        --timeout.\n"},
         {"NoSerialPort", "read DM7 -p /dev/null", 3, "", "it is not a serial port\n        "},
         {"NobodyListens", "read DM7 -p tcp:127.0.0.1:1", 3, "", "listens on TCP port 1. 'ping"},
         {"NoSuchLine", "read DM7 -p /nowhere/tty", 3, "", "can't open /nowhere/tty"},
@@ -143,13 +143,14 @@ TEST(Outcome, OfMisuse)
         {"UnknownTcpPort", "read DM7 -p tcp:localhost:70000", 2, "", "--port: "},
         {"BareAddress", "read DM7 -p 192.0.2.1", 2, "", "type tcp:192.0.2.1 for"},
         {"HostName", "read DM7 -p localhost:8501", 2, "", "type tcp:localhost:8501 for"},
-        {"FaultOfARealLine", "read DM7 -p /nowhere/tty --fault silent", 2, "", "--port"},
+        {"FaultOfARealLine", "read DM7 -p /nowhere/tty --fault silent", 2, "",
+         "--port and plcctl simulate.\n"},
         {"TooLarge", "write DM7 1 65536 -p /nowhere/tty", 2, "", "does not fit uint"},
         {"ToACounterComparator", "write CTC1 5 -p /nowhere/tty", 2, "", "The set value of CTC"},
         {"TwoSourcesOfValues", "write DM7 1 --from /nowhere/f", 2, "", "not both\n"},
         {"NoShortOption", "read DM7 -q -p /nowhere/tty", 2, "", "Try 'plcctl read --help'."},
-        {"TagWithoutAFile", "read boiler.temp -p /nowhere/tty", 2, "",
-         "Names need a tag file: --tags FILE."},
+        {"TagWithoutAFile", "write boiler.temp 5 -p /nowhere/tty", 2, "",
+         "names need a tag file. See --tags.\n"},
         {"NothingToWrite", "write DM7 -p /nowhere/tty", 2, "",
          "needs a device and values, or --from"},
         {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: port \"nine\""},
@@ -168,7 +169,7 @@ TEST(BuiltInController, IsTheOneThatTheDriverSpeaksToAndSaysSo)
     EXPECT_NE(modbus.err.find("controller (modbusrtu)"), std::string::npos);
     const Result none = plcctl("read D5 --driver " MINIMAL_DRIVER);
     EXPECT_EQ(none.status, 2);
-    EXPECT_NE(none.err.find("real one with --port"), std::string::npos) << none.err;
+    EXPECT_NE(none.err.find("real one. See --port."), std::string::npos) << none.err;
 }
 
 TEST(Requests, AreAsFewAsCanBe)
@@ -341,13 +342,17 @@ TEST(Write, TellsWhenAnotherValueIsReadBack)
 {
     TcpFarEnd controller;
     const std::string port = host::textOf(controller.address()).toStdString();
-    Background write("write D5 36 --verify --driver " MINIMAL_DRIVER " -p " + port);
+    const QTemporaryDir directory;
+    const std::string tags = directory.filePath("tags.csv").toStdString();
+    std::ofstream(tags) << "name,device,type,factor,unit,decimals\nlevel,D5,int,0.5,m,0\n";
+    Background write("write level 18 --verify --driver " MINIMAL_DRIVER " -p " + port + " --tags " +
+                     tags);
     controller.meet();
     EXPECT_EQ(controller.receive(7), "S 5 36\n");
     controller.send("ok\n");
     EXPECT_EQ(controller.receive(4), "G 5\n");
     controller.send("35\n");
-    EXPECT_EQ(write.nextLine(QProcess::StandardError), "plcctl: D5: wrote 36, read back 35");
+    EXPECT_EQ(write.nextLine(QProcess::StandardError), "plcctl: level: wrote 18, read back 17.5");
     EXPECT_EQ(write.end(), 6);
 }
 
