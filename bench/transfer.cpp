@@ -1,6 +1,7 @@
 #include "bench/transfer.h"
 
 #include "bench/comparison.h"
+#include "bench/internal/extent.h"
 
 #include <map>
 
@@ -13,6 +14,18 @@ namespace
 // A driver takes more in one request, but reports nothing before its end: at 9600 baud that is some
 // 1.8 s for 256 words. A stop loses that much, and a progress bar moves that often.
 constexpr int MostUnitsPerRead = 256;
+
+/// For a tag that shares devices with the value.
+void requireAllowed(const SnapshotValue& value, const Point& tag, bool isSamePlace)
+{
+    if (tag.writable && !(isSamePlace && tag.device.type == value.point.device.type))
+        return;
+    try {
+        requireAllowed(tag, value.value);
+    } catch (const Failure& failure) {
+        throw failure.prefixed("line " + std::to_string(value.line) + ": ");
+    }
+}
 
 } // namespace
 
@@ -71,20 +84,14 @@ std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values)
 
 void requireAllowed(const std::vector<SnapshotValue>& values, const std::vector<Point>& tags)
 {
-    std::multimap<std::string, const Point*> tagsOf;
+    std::vector<Extent> restricted;
     for (const Point& tag : tags)
-        tagsOf.emplace(snapshotName(tag.device), &tag);
+        restricted.push_back(extentOf(tag.device));
     for (const SnapshotValue& value : values) {
-        const auto [first, last] = tagsOf.equal_range(snapshotName(value.point.device));
-        for (auto tag = first; tag != last; ++tag) {
-            try {
-                requireAllowed(*tag->second, value.value);
-            } catch (const Failure& failure) {
-                throw Failure(failure.kind(),
-                              "line " + std::to_string(value.line) + ": " + failure.what(),
-                              failure.advice());
-            }
-        }
+        const Extent extent = extentOf(value.point.device);
+        for (std::size_t i = 0; i < tags.size(); ++i)
+            if (extent.overlaps(restricted[i]))
+                requireAllowed(value, tags[i], extent.begin == restricted[i].begin);
     }
 }
 

@@ -38,8 +38,9 @@ struct SkippedValues {
 /// Takes out what the driver can't write. Returns what that was.
 std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values);
 
-/// Throws a Failure (WrongUsage) that names the line of the first value that a tag of the same
-/// device and type does not allow. Values without such a tag are not restricted.
+/// Throws a Failure (WrongUsage) that names the line of the first value that a tag does not allow.
+/// What a tag makes read-only is so in any type; its limits are for values of its own device and
+/// type.
 void requireAllowed(const std::vector<SnapshotValue>& values, const std::vector<Point>& tags);
 
 /// Writes the values in the order of the format. Throws the first Failure, which names the values

@@ -34,16 +34,14 @@ struct RestoreOptions {
     bool yes = false;
 };
 
-void requireAllowedByTags(const Values& values, const std::vector<bench::Point>& tags,
-                          const std::string& file)
+void requireAllowedByTags(const Bench& bench, const Values& written, const std::string& file)
 try {
-    bench::requireAllowed(values, tags);
+    bench::requireAllowed(written, bench.tags());
 } catch (const Failure& failure) {
-    throw Failure(failure.kind(), file + ", " + failure.what(), failure.advice());
+    throw failure.prefixed(file + ", ");
 }
 
-/// The values of the file that can be written and that the tags allow. What is left out is
-/// reported.
+/// The values of the file that can be written. What is left out is reported.
 Values loadValues(const Bench& bench, const std::string& file)
 {
     bench::Snapshot snapshot = bench::loadSnapshot(file, bench.driver());
@@ -52,7 +50,6 @@ Values loadValues(const Bench& bench, const std::string& file)
         note(counted(skipped.count, "value") + " skipped: the driver cannot write " + skipped.what);
     if (snapshot.values.empty())
         throw bench::wrongUsage("nothing in " + file + " can be written");
-    requireAllowedByTags(snapshot.values, bench.tags(), file);
     return snapshot.values;
 }
 
@@ -67,8 +64,6 @@ void printChanges(const std::vector<bench::Difference>& changes)
                     bench::snapshotText(*change.right, type).c_str(),
                     bench::snapshotText(*change.left, type).c_str());
     }
-    if (changes.empty())
-        note("nothing would change");
 }
 
 bool canAsk()
@@ -115,19 +110,19 @@ bool writeAndReadBack(Bench& bench, const Values& values, const RestoreOptions& 
 int restoreChanges(Bench& bench, const Values& values, const RestoreOptions& options)
 {
     const Current current = readCurrent(bench, values);
-    if (options.dryRun) {
+    if (options.dryRun)
         printChanges(bench::differences(values, current.readings));
-        return current.status;
-    }
     if (current.status != Success) {
-        note("nothing was written");
+        if (!options.dryRun)
+            note("nothing was written");
         return current.status;
     }
     const Values changed = bench::valuesToWrite(values, current.readings);
-    if (changed.empty()) {
-        note("nothing to write: the controller holds all " + counted(values.size(), "value"));
+    requireAllowedByTags(bench, changed, options.file);
+    if (changed.empty())
+        note("nothing to write: " + counted(values.size(), "value") + " already the same");
+    if (changed.empty() || options.dryRun)
         return Success;
-    }
     if (!writeAndReadBack(bench, changed, options))
         return bench::exitStatus(FailureKind::WrongUsage);
     if (changed.size() < values.size())
@@ -145,6 +140,7 @@ int restore(const RestoreOptions& options)
     const Values values = loadValues(bench, options.file);
     if (!options.all || options.dryRun)
         return restoreChanges(bench, values, options);
+    requireAllowedByTags(bench, values, options.file);
     return writeAndReadBack(bench, values, options) ? Success
                                                     : bench::exitStatus(FailureKind::WrongUsage);
 }
@@ -166,14 +162,14 @@ void addRestoreCommand(CLI::App& app, int& status)
     command
         ->add_option(
             "--tags", options->bench.tagFile,
-            "Tag file, a CSV table: a value that one of its tags does not allow is refused")
+            "Tag file, a CSV table: a change that one of its tags does not allow is refused")
         ->type_name("FILE");
     addRequestOptions(*command, options->bench);
     command->footer(
         R"(Only values that differ are written, after a confirmation. Then they are read
 back; the exit status is 6 when one differs. The dump of another driver is
-refused; so is, with --tags, a dump with a value for a tag that is not writable
-or that is outside its limits.
+refused. With --tags, so is a change of a tag that is not writable, or one to a
+value outside its limits; then nothing is written.
 
 Examples:
   plcctl restore line3.txt --dry-run -p /dev/ttyUSB0

@@ -81,7 +81,7 @@ TEST(Snapshot, OfAControllerIsRestoredToIt)
          ""},
         {"Restored", "restore --yes", 0, "",
          "2 values written and read back\nplcctl: 5 already the same\n"},
-        {"NothingToChange", "restore --dry-run", 0, "", "nothing would change"},
+        {"NothingToChange", "restore --dry-run", 0, "", "nothing to write"},
         {"Same", "diff", 0, "", ""},
         {"NothingLeft", "restore --yes", 0, "", "nothing to write"},
         {"All", "restore --yes --all", 0, "", "7 values written"},
@@ -178,7 +178,7 @@ TEST(Dump, ReplacesNothingButFiles)
     EXPECT_FALSE(QFileInfo(QString::fromStdString(folder.path("pipe"))).isFile());
 }
 
-TEST(Restore, RefusesBeforeAnythingIsSent)
+TEST(Restore, RefusesBeforeAnythingIsWritten)
 {
     const Folder folder;
     const struct {
@@ -195,12 +195,13 @@ TEST(Restore, RefusesBeforeAnythingIsSent)
         {"# DM0:uint..DM9:uint not read: no reply\n", "it has no values"},
         {"CTC0 1\n", "nothing in "},
         {"DM9 1\nDM10:int 5\n", "a.txt, line 2: temp is not writable"},
+        {"DM10 5\n", "a.txt, line 1: temp is not writable"},
         {"DM11:int 801 @setpoint\n", "a.txt, line 1: setpoint: 80.1 is above its maximum, 80 bar"},
     };
     const std::string tags =
         " --tags " + folder.write("plant.csv", "name,device,type,factor,unit,writable,max\n"
                                                "temp,DM10,int,,,no,\n"
-                                               "setpoint,DM11,int,0.1,bar,yes,80\n");
+                                               "setpoint,DM0011,int,0.1,bar,yes,80\n");
     for (const auto& row : rows) {
         const std::string file = folder.write("a.txt", row.text);
         const Result run = plcctl("restore --yes --trace " + file + tags);
@@ -208,8 +209,8 @@ TEST(Restore, RefusesBeforeAnythingIsSent)
         EXPECT_NE(run.err.find(row.error), std::string::npos) << run.err;
         EXPECT_EQ(run.err.find("WRS"), std::string::npos) << run.err;
     }
-    const std::string allowed = folder.write("a.txt", "DM10:uint 5\nDM11:int 800\n");
-    EXPECT_EQ(plcctl("restore --yes " + allowed + tags).status, 0);
+    const std::string allowed = folder.write("a.txt", "DM10:int 5\nDM11:int 800\n");
+    EXPECT_EQ(plcctl("restore --yes --set DM10=5 " + allowed + tags).status, 0);
     EXPECT_EQ(plcctl("restore --yes " + folder.path("none.txt")).status, 3);
 }
 
