@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -58,11 +59,10 @@ bool DescriptorTransport::write(const char* data, int length, int timeoutMs)
         }
         if (!isForNow(errno))
             return fail(QStringLiteral("can't write to %1: %2").arg(name(), textOf(errno)));
-        const qint64 leftMs = deadlineMs - nowMs();
-        if (leftMs <= 0)
-            return fail(QStringLiteral("can't write to %1: it takes no bytes").arg(name()));
-        if (waitFor(POLLOUT, static_cast<int>(leftMs)) == Wait::Interrupted)
+        if (waitUntil(m_descriptor, POLLOUT, deadlineMs) == Wait::Interrupted)
             return fail(QStringLiteral("interrupted"));
+        if (nowMs() >= deadlineMs)
+            return fail(QStringLiteral("can't write to %1: it takes no bytes").arg(name()));
     }
     return true;
 }
@@ -73,7 +73,7 @@ int DescriptorTransport::read(char* buffer, int maxLength, int waitMs)
         return takeReceived(buffer, maxLength);
     if (!isOpen())
         return Failed;
-    if (waitMs > 0 && waitFor(POLLIN, waitMs) != Wait::Ready)
+    if (waitMs > 0 && waitUntil(m_descriptor, POLLIN, nowMs() + waitMs) != Wait::Ready)
         return 0;
     const ssize_t count = ::read(m_descriptor, m_received, sizeof m_received);
     if (count > 0) {
@@ -102,11 +102,17 @@ void DescriptorTransport::interrupt()
     [[maybe_unused]] const ssize_t written = ::write(m_wakeUp, &one, sizeof one);
 }
 
-DescriptorTransport::Wait DescriptorTransport::waitFor(short events, int waitMs) const
+DescriptorTransport::Wait DescriptorTransport::waitUntil(int descriptor, short events,
+                                                         qint64 deadlineMs) const
 {
-    pollfd wanted[] = {{m_descriptor, events, 0}, {m_wakeUp, POLLIN, 0}};
-    if (::poll(wanted, 2, waitMs) <= 0)
-        return Wait::Nothing;
+    pollfd wanted[] = {{descriptor, events, 0}, {m_wakeUp, POLLIN, 0}};
+    int count = 0;
+    do {
+        const qint64 leftMs = qBound<qint64>(0, deadlineMs - nowMs(), INT_MAX);
+        count = ::poll(wanted, 2, static_cast<int>(leftMs));
+    } while (count < 0 && errno == EINTR);
+    if (count <= 0)
+        return Wait::TimedOut;
     return wanted[0].revents != 0 ? Wait::Ready : Wait::Interrupted;
 }
 

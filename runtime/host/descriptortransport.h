@@ -28,6 +28,11 @@ public:
 protected:
     static constexpr int NoDescriptor = -1;
 
+    enum class Wait { Ready, TimedOut, Interrupted };
+
+    /// Waits for these events of poll(), through signals that do not interrupt the transport.
+    Wait waitUntil(int descriptor, short events, qint64 deadlineMs) const;
+
     /// Returns a non-blocking descriptor, or NoDescriptor with the reason in `error`.
     virtual int openDescriptor(int timeoutMs, QString* error) = 0;
 
@@ -38,10 +43,6 @@ protected:
     virtual QString name() const = 0;
 
 private:
-    /// Nothing: not in time, or a signal came first.
-    enum class Wait { Ready, Nothing, Interrupted };
-
-    Wait waitFor(short events, int waitMs) const;
     int takeReceived(char* buffer, int maxLength);
     bool fail(const QString& reason);
     void close();

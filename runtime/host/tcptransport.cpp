@@ -1,13 +1,16 @@
-// TCP connections. Qt's socket looks up the host, which takes as long as the resolver does, and
-// connects within the time-out. The bytes then go over a duplicate of its descriptor, where no
-// event loop can take them away.
+// TCP connections: the addresses of the host, one after the other, until one accepts.
 #include "host/descriptortransport.h"
+#include "host/hostlookup.h"
 
-#include <QNetworkProxy>
-#include <QTcpSocket>
-
-#include <fcntl.h>
+#include <cerrno>
+#include <cstring>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
 
 namespace host
 {
@@ -15,12 +18,27 @@ namespace host
 namespace
 {
 
+constexpr int Interrupted = ECANCELED;
+
+QString reasonOf(int error, int timeoutMs)
+{
+    switch (error) {
+    case Interrupted:
+        return QStringLiteral("interrupted");
+    case ETIMEDOUT:
+        return QStringLiteral("no answer within %1 ms").arg(timeoutMs);
+    default:
+        return QString::fromLocal8Bit(std::strerror(error));
+    }
+}
+
 class TcpTransport : public DescriptorTransport
 {
 public:
-    TcpTransport(const QString& host, quint16 port)
+    TcpTransport(const QString& host, quint16 port, const Resolver& resolver)
         : m_host(host)
         , m_port(port)
+        , m_resolver(resolver)
     {
     }
 
@@ -30,20 +48,22 @@ public:
 protected:
     int openDescriptor(int timeoutMs, QString* error) override
     {
-        QTcpSocket socket;
-        // A controller is on the plant's own network, never on the far side of a web proxy.
-        socket.setProxy(QNetworkProxy::NoProxy);
-        socket.connectToHost(m_host, m_port);
-        if (!socket.waitForConnected(timeoutMs)) {
-            *error = QStringLiteral("can't connect to %1: %2").arg(name(), socket.errorString());
-            return NoDescriptor;
+        const qint64 deadlineMs = nowMs() + timeoutMs;
+        HostAddresses host = addresses(timeoutMs);
+        qint64 left = static_cast<qint64>(host.addresses.size());
+        for (const SocketAddress& address : host.addresses) {
+            // An address that does not answer leaves time for those after it.
+            const qint64 shareMs = (deadlineMs - nowMs()) / left--;
+            int descriptor = NoDescriptor;
+            const int failure = connectTo(address, nowMs() + shareMs, descriptor);
+            if (failure == 0)
+                return descriptor;
+            if (descriptor != NoDescriptor)
+                ::close(descriptor);
+            host.failure = reasonOf(failure, timeoutMs);
         }
-        socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        const int descriptor =
-            ::fcntl(static_cast<int>(socket.socketDescriptor()), F_DUPFD_CLOEXEC, 0);
-        if (descriptor == NoDescriptor)
-            *error = QStringLiteral("can't connect to %1: %2").arg(name(), qt_error_string(errno));
-        return descriptor;
+        *error = QStringLiteral("can't connect to %1: %2").arg(name(), host.failure);
+        return NoDescriptor;
     }
 
     ssize_t writeSome(int descriptor, const char* data, size_t length) override
@@ -60,15 +80,72 @@ protected:
     }
 
 private:
+    HostAddresses addresses(int timeoutMs)
+    {
+        const HostAddresses numeric = numericHost(m_host, m_port);
+        return numeric.addresses.empty() ? lookUp(timeoutMs) : numeric;
+    }
+
+    /// A lookup that takes longer goes on, and the next attempt to connect waits for it.
+    HostAddresses lookUp(int timeoutMs)
+    try {
+        if (!m_lookup)
+            m_lookup = HostLookup::start(m_resolver, m_host, m_port);
+        switch (waitUntil(m_lookup->descriptor(), POLLIN, nowMs() + timeoutMs)) {
+        case Wait::Ready:
+            break;
+        case Wait::TimedOut:
+            return {{}, QStringLiteral("name not resolved within %1 ms").arg(timeoutMs)};
+        case Wait::Interrupted:
+            return {{}, reasonOf(Interrupted, timeoutMs)};
+        }
+        return std::exchange(m_lookup, nullptr)->take();
+    } catch (const std::system_error& error) {
+        return {{}, QString::fromLocal8Bit(error.what())};
+    }
+
+    /// Returns 0, or an error number; a descriptor that was opened stays open either way.
+    int connectTo(const SocketAddress& address, qint64 deadlineMs, int& descriptor) const
+    {
+        descriptor =
+            ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+        const auto* const place = reinterpret_cast<const sockaddr*>(&address.storage);
+        if (descriptor == NoDescriptor)
+            return errno;
+        if (::connect(descriptor, place, address.length) != 0) {
+            const int failure = errno == EINPROGRESS ? handshake(descriptor, deadlineMs) : errno;
+            if (failure != 0)
+                return failure;
+        }
+        // A command is one small packet, which must not wait for the one before to be confirmed.
+        const int on = 1;
+        return ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) == 0 ? 0 : errno;
+    }
+
+    /// Waits until the far end has answered. Returns 0, or an error number.
+    int handshake(int descriptor, qint64 deadlineMs) const
+    {
+        const Wait wait = waitUntil(descriptor, POLLOUT, deadlineMs);
+        if (wait != Wait::Ready)
+            return wait == Wait::Interrupted ? Interrupted : ETIMEDOUT;
+        int failure = 0;
+        socklen_t size = sizeof failure;
+        return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &failure, &size) == 0 ? failure
+                                                                                    : errno;
+    }
+
     QString m_host;
     quint16 m_port;
+    Resolver m_resolver;
+    std::shared_ptr<HostLookup> m_lookup; ///< one that has not ended in time
 };
 
 } // namespace
 
-std::unique_ptr<Transport> makeTcpTransport(const QString& host, quint16 port)
+std::unique_ptr<Transport> makeTcpTransport(const QString& host, quint16 port,
+                                            const Resolver& resolver)
 {
-    return std::make_unique<TcpTransport>(host, port);
+    return std::make_unique<TcpTransport>(host, port, resolver);
 }
 
 } // namespace host

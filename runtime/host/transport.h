@@ -3,6 +3,8 @@
 #ifndef HOST_TRANSPORT_H
 #define HOST_TRANSPORT_H
 
+#include "host/hostlookup.h"
+
 #include <QString>
 
 #include <memory>
@@ -21,7 +23,8 @@ public:
 
     virtual ~Transport() = default;
 
-    /// Opens the transport; one that is open is closed first. Returns whether it is open now.
+    /// Opens the transport within `timeoutMs`; one that is open is closed first. Returns whether it
+    /// is open now.
     virtual bool open(int timeoutMs) = 0;
     virtual bool isOpen() const = 0;
 
@@ -42,7 +45,8 @@ public:
     /// A monotonic time in milliseconds.
     virtual qint64 nowMs() const = 0;
 
-    /// Lets a wait in read() or write() end at once, and every later one. Safe in a signal handler.
+    /// Lets a wait in open(), read() or write() end at once, and every later one. Safe in a signal
+    /// handler.
     virtual void interrupt() {}
 
     /// The last failure as a sentence for a person; empty when there was none.
@@ -54,7 +58,8 @@ public:
 std::unique_ptr<Transport> makeSerialTransport(const QString& device, const LineSettings& settings);
 
 /// A TCP connection to `host`, closed.
-std::unique_ptr<Transport> makeTcpTransport(const QString& host, quint16 port);
+std::unique_ptr<Transport> makeTcpTransport(const QString& host, quint16 port,
+                                            const Resolver& resolver = resolveHost);
 
 } // namespace host
 

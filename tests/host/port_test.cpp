@@ -1,17 +1,21 @@
 // Ports over real lines: a pseudo-terminal and a loopback socket, the same stories for both.
 #include "drivers/portoptions.h"
+#include "host/hostlookup.h"
 #include "host/makeport.h"
 #include "host/serialsettings.h"
 #include "host/transport.h"
 #include "support/farend.h"
 
-#include <QNetworkProxy>
 #include <QVariant>
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <future>
 #include <sys/ioctl.h>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -222,31 +226,138 @@ TEST(SerialPort, GivesUpWhenTheLineTakesNoBytes)
         << qPrintable(port->lastFailure());
 }
 
-class ProxyFactory : public QNetworkProxyFactory
+/// A socket on a free port of this address, which listens and never accepts, or refuses all.
+class Listener
 {
 public:
-    explicit ProxyFactory(bool& asked)
-        : m_asked(asked)
+    static constexpr int Refuses = -1;
+
+    explicit Listener(const char* address, int backlog = 4)
     {
+        host::SocketAddress place = host::numericHost(address, 0).addresses.at(0);
+        auto* const any = reinterpret_cast<sockaddr*>(&place.storage);
+        m_socket.reset(::socket(place.storage.ss_family, SOCK_STREAM, 0));
+        require(::bind(m_socket.get(), any, place.length) == 0 &&
+                    (backlog == Refuses || ::listen(m_socket.get(), backlog) == 0) &&
+                    ::getsockname(m_socket.get(), any, &place.length) == 0,
+                "listen");
+        m_port = ntohs(reinterpret_cast<sockaddr_in*>(any)->sin_port); // in both families
     }
-    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery&) override
-    {
-        m_asked = true;
-        return {QNetworkProxy::NoProxy};
-    }
+
+    quint16 port() const { return m_port; }
 
 private:
-    bool& m_asked;
+    Descriptor m_socket;
+    quint16 m_port = 0;
 };
 
-TEST(TcpPort, LeavesTheDesktopsProxyAlone)
+/// Answers nothing: its queue is full. Later attempts to connect wait.
+struct BusyListener : Listener {
+    BusyListener()
+        : Listener("127.0.0.1", 0)
+        , first(host::makeTcpTransport("127.0.0.1", port()))
+    {
+        require(first->open(LongMs), "connect");
+    }
+
+    std::unique_ptr<host::Transport> first;
+};
+
+TEST(TcpPort, SaysWhyItCannotConnect)
 {
-    bool asked = false;
-    QNetworkProxyFactory::setApplicationProxyFactory(new ProxyFactory(asked));
-    // An address that is never assigned; Qt asks for no proxy on the way to this machine itself.
-    host::makePort({host::PortAddress::Kind::Tcp, "192.0.2.1", 1}, {}, {1, 0, 0})->open();
-    QNetworkProxyFactory::setApplicationProxyFactory(nullptr);
-    EXPECT_FALSE(asked);
+    const Listener closed("127.0.0.1", Listener::Refuses);
+    const BusyListener busy;
+    std::promise<void> testEnds;
+    const auto end = testEnds.get_future().share();
+    const host::Resolver stuck = [end](const QString&, quint16) {
+        end.wait();
+        return host::HostAddresses();
+    };
+    enum Interrupted : bool { No, Yes };
+    const struct {
+        const char* host;
+        quint16 port;
+        const char* reason;
+        int timeoutMs = LongMs;
+        host::Resolver resolver = host::resolveHost;
+        Interrupted interrupted = No;
+    } rows[] = {
+        {"127.0.0.1", closed.port(), "Connection refused"},
+        {"no such host", 1, "unknown host"},
+        {"127.0.0.1", busy.port(), "no answer within 30 ms", ShortMs},
+        {"127.0.0.1", busy.port(), "interrupted", LongMs, {}, Yes},
+        {"slow", 1, "name not resolved within 30 ms", ShortMs, stuck},
+        {"slow", 1, "interrupted", LongMs, stuck, Yes},
+    };
+    for (const auto& row : rows) {
+        const auto transport = host::makeTcpTransport(row.host, row.port, row.resolver);
+        if (row.interrupted)
+            transport->interrupt();
+        EXPECT_FALSE(transport->open(row.timeoutMs));
+        EXPECT_EQ(transport->lastFailure(), QStringLiteral("can't connect to %1:%2: %3")
+                                                .arg(row.host)
+                                                .arg(row.port)
+                                                .arg(row.reason));
+    }
+    testEnds.set_value();
+}
+
+/// "::1", or another address where a machine has no IPv6.
+const char* otherLoopback()
+try {
+    Listener("::1");
+    return "::1";
+} catch (const std::runtime_error&) {
+    return "127.0.0.2";
+}
+
+TEST(TcpPort, TriesEveryAddressOfAHost)
+{
+    const char* const v4 = "127.0.0.1";
+    const char* const v6 = otherLoopback();
+    const Listener plcV4(v4), plcV6(v6);
+    const Listener closedV4(v4, Listener::Refuses), closedV6(v6, Listener::Refuses);
+    const BusyListener busy;
+    using Places = std::vector<std::pair<const char*, quint16>>;
+    const struct {
+        const char* name;
+        Places places;
+    } rows[] = {
+        {"only IPv4 listens", {{v6, closedV6.port()}, {v4, plcV4.port()}}},
+        {"only IPv6 listens", {{v4, closedV4.port()}, {v6, plcV6.port()}}},
+        {"the first is silent", {{v4, busy.port()}, {v4, plcV4.port()}}},
+    };
+    for (const auto& row : rows) {
+        const host::Resolver resolver = [&](const QString&, quint16) {
+            host::HostAddresses found;
+            for (const auto& [address, port] : row.places)
+                found.addresses.push_back(host::numericHost(address, port).addresses.at(0));
+            return found;
+        };
+        const auto transport = host::makeTcpTransport("plc", 1, resolver);
+        EXPECT_TRUE(transport->open(10 * ShortMs))
+            << row.name << ": " << qPrintable(transport->lastFailure());
+    }
+    EXPECT_TRUE(host::makeTcpTransport("localhost", plcV4.port())->open(LongMs));
+}
+
+TEST(TcpPort, LaterAttemptUsesALookupThatWasTooSlow)
+{
+    const Listener plc("127.0.0.1");
+    std::promise<void> nameServerAnswers;
+    const auto answer = nameServerAnswers.get_future().share();
+    std::atomic<int> lookups{0};
+    const host::Resolver slow = [&, answer](const QString&, quint16) {
+        ++lookups;
+        answer.wait();
+        return host::numericHost("127.0.0.1", plc.port());
+    };
+    const auto transport = host::makeTcpTransport("plc", 1, slow);
+    EXPECT_FALSE(transport->open(ShortMs));
+    EXPECT_FALSE(transport->open(ShortMs));
+    nameServerAnswers.set_value();
+    EXPECT_TRUE(transport->open(LongMs)) << qPrintable(transport->lastFailure());
+    EXPECT_EQ(lookups, 1);
 }
 
 TEST(TcpPort, LateReplyNeverReachesTheNextConnection)

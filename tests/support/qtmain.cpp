@@ -1,4 +1,4 @@
-// Runs tests with the application object that Qt's sockets, processes and SQL drivers want, though
+// Runs tests with the application object that Qt's processes and SQL drivers want, though
 // no event loop runs.
 #include <QCoreApplication>
 
