@@ -26,6 +26,7 @@ namespace
 
 constexpr size_t MaxLines = 64;
 constexpr size_t BytesPerRead = 4096;
+constexpr TimeMs AcceptPause = 100; ///< after a host that could not be accepted
 
 TimeMs currentTime()
 {
@@ -185,10 +186,11 @@ bool Server::wait(std::vector<pollfd>& events) const
     if (!m_wakeUp.valid())
         return false;
     const bool isFull = m_lines.size() >= MaxLines;
+    const bool isPaused = currentTime() < m_acceptAfter;
     events = {{m_wakeUp.get(), POLLIN, 0},
-              {isFull ? -1 : m_listener.get(), POLLIN, 0},
+              {isFull || isPaused ? -1 : m_listener.get(), POLLIN, 0},
               {m_pty.eventDescriptor(), POLLIN, 0}};
-    TimeMs nextDue = std::numeric_limits<TimeMs>::max();
+    TimeMs nextDue = isPaused ? m_acceptAfter : std::numeric_limits<TimeMs>::max();
     for (const Line& line : m_lines) {
         // A line that is busy is not read: what the host sends meanwhile waits in the system.
         const bool isIdle = line.channel.idle();
@@ -208,8 +210,12 @@ void Server::accept()
     socklen_t length = sizeof address;
     OwnedFd fd(accept4(m_listener.get(), reinterpret_cast<sockaddr*>(&address), &length,
                        SOCK_NONBLOCK | SOCK_CLOEXEC));
-    if (!fd.valid())
-        return; // the host has gone again
+    if (!fd.valid()) {
+        // The host has gone again, or no descriptor is left: then it would be found waiting anew
+        // as fast as the loop turns.
+        m_acceptAfter = currentTime() + AcceptPause;
+        return;
+    }
     // Bytes that dribble must not be gathered into one packet.
     const int on = 1;
     setsockopt(fd.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);

@@ -105,6 +105,7 @@ private:
     PseudoTerminal m_pty;
     std::optional<LineForm> m_lineForm; ///< that the pseudo-terminal understands; nothing for all
     OwnedFd m_listener;
+    TimeMs m_acceptAfter = 0; ///< hosts that connect wait until then
     std::list<Line> m_lines;
     uint16_t m_tcpPort = 0;
     std::thread m_thread;

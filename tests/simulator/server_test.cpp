@@ -9,16 +9,19 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -201,6 +204,26 @@ TEST_F(ServerTest, GivesEveryHostASessionOfItsOwnAndAllOneMemory)
     const uint16_t port = server->tcpPort();
     server.reset();
     EXPECT_TRUE(Server(plc).listenTcp("127.0.0.1", port, why)) << "no restart: " << why;
+}
+
+TEST_F(ServerTest, LetsHostsWaitWhileNoDescriptorIsLeft)
+{
+    rlimit before;
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit few = {64, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+    const auto server = serve();
+    std::vector<OwnedFd> all;
+    for (int fd = dup(STDIN_FILENO); fd >= 0; fd = dup(STDIN_FILENO))
+        all.emplace_back(fd);
+    all.pop_back();
+    Host host(server->tcpPort());
+    const std::clock_t start = std::clock();
+    poll(nullptr, 0, 300);
+    EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC / 10) << "of the processor, while it waited";
+    all.clear();
+    host.ask("CR\r\n", "CC\r\n");
+    setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST_F(ServerTest, SendsFaultyRepliesAndOutlivesAHostThatHangsUp)
