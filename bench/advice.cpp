@@ -1,5 +1,7 @@
 #include "bench/advice.h"
 
+#include "bench/portadvice.h"
+
 #include "drivers/errortexts.h"
 
 #include <algorithm>
@@ -44,15 +46,51 @@ const Meaning meanings[] = {
     {"", FailureKind::ControllerRefused, "The request failed; the driver says no more than this."},
 };
 
+// They come first over TCP, which has neither speed nor parity.
+const Meaning meaningsOverTcp[] = {
+    {errortext::PacketLoss,
+     FailureKind::NoReply,
+     "No complete reply came in time. Check that the controller and any gateway in between are "
+     "running, or allow a longer time-out.",
+     {Topic::Timeout}},
+    {errortext::InvalidResponse,
+     FailureKind::InvalidReply,
+     "Something answered, but not as this controller does. Check the address, and the settings of "
+     "any gateway in between.",
+     {Topic::Port}},
+};
+
+bool isTcp(const PortReport& port)
+{
+    return port.address.kind == host::PortAddress::Kind::Tcp;
+}
+
 bool startsWith(const std::string& text, const std::string& start)
 {
     return text.compare(0, start.size(), start) == 0;
 }
 
-const Meaning& meaningOf(const std::string& errorText)
+const Meaning& meaningOf(const std::string& errorText, const PortReport& port)
 {
-    return *std::find_if(std::begin(meanings), std::end(meanings),
-                         [&](const Meaning& row) { return startsWith(errorText, row.start); });
+    const auto fits = [&](const Meaning& row) { return startsWith(errorText, row.start); };
+    if (isTcp(port)) {
+        const auto end = std::end(meaningsOverTcp);
+        const auto row = std::find_if(std::begin(meaningsOverTcp), end, fits);
+        if (row != end)
+            return *row;
+    }
+    return *std::find_if(std::begin(meanings), std::end(meanings), fits);
+}
+
+/// Of a port that broke in use, or could not be opened again.
+Failure brokenPort(const std::string& errorText, const PortReport& port)
+{
+    const std::string state = portAdvice(port.address);
+    const std::string advice =
+        isTcp(port) ? "The controller or a gateway closed the connection, or the network failed. "
+                    : "The port failed or is gone. ";
+    return Failure(FailureKind::NoReply, errorText,
+                   advice + (state.empty() ? "Is the adapter still plugged in?" : state));
 }
 
 /// The meaning of the first number in an error reply, where the driver describes it.
@@ -72,11 +110,19 @@ std::string replyMeaning(const std::string& errorText, const host::DriverDescrip
 
 } // namespace
 
+FailureKind driverFailureKind(const std::string& errorText, const RequestContext& context)
+{
+    return isServed(context.device, context.direction) ? meaningOf(errorText, context.port).kind
+                                                       : FailureKind::WrongUsage;
+}
+
 Failure driverFailure(const std::string& errorText, const RequestContext& context)
 {
     if (!isServed(context.device, context.direction))
         return wrongUsage(errorText, inOneLine(notServed(context.device, context.direction)));
-    const Meaning& meaning = meaningOf(errorText);
+    const Meaning& meaning = meaningOf(errorText, context.port);
+    if (meaning.kind == FailureKind::NoReply && context.port.isBroken)
+        return brokenPort(errorText, context.port);
     const std::string reply = replyMeaning(errorText, context.description);
     if (!reply.empty())
         return Failure(meaning.kind, errorText,

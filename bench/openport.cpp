@@ -90,10 +90,10 @@ OpenPort::OpenPort(const PortOptions& options, const Driver& driver)
     } else {
         refuseControllerOptions(options.controller);
     }
-    const host::PortAddress address = portAddress(place, driver);
-    m_port = host::makePort(address, line, exchangeSettings(options, driver));
+    m_address = portAddress(place, driver);
+    m_port = host::makePort(m_address, line, exchangeSettings(options, driver));
     if (!m_port->open())
-        throw Failure(FailureKind::CannotOpen, lastFailure().text, portAdvice(address));
+        throw Failure(FailureKind::CannotOpen, lastFailure().text, portAdvice(m_address));
     if (options.trace)
         m_trace = std::make_unique<host::TracingPort>(
             *m_port, [trace = options.trace](const QString& text) { trace(text.toStdString()); });
@@ -110,7 +110,8 @@ AbstractDeviceInterface& OpenPort::port() const
 
 PortReport OpenPort::lastFailure() const
 {
-    return {m_port->lastFailure().toStdString(), m_port->isOwnFailure()};
+    return {m_port->lastFailure().toStdString(), m_port->isOwnFailure(), m_port->isBroken(),
+            m_address};
 }
 
 std::chrono::milliseconds OpenPort::settle()

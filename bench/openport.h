@@ -81,6 +81,7 @@ public:
 private:
     // The last to be created goes first: nothing is used after it has gone.
     std::unique_ptr<SimulatedController> m_controller;
+    host::PortAddress m_address;
     std::unique_ptr<host::Port> m_port;
     std::unique_ptr<host::TracingPort> m_trace;
 };

@@ -1,6 +1,5 @@
 #include "bench/session.h"
 
-#include "bench/advice.h"
 #include "bench/nearest.h"
 
 #include "drivers/abstractdeviceinterface.h"
@@ -162,9 +161,10 @@ void Session::reportCutShort(RequestRecord& record) const
 void Session::countAttempt(const TypedDevice& first, Direction direction,
                            RequestRecord& record) const
 {
-    if ((isStopped && isStopped()) || portReport().isOwnFailure)
+    const RequestContext context = contextOf(first, direction);
+    if ((isStopped && isStopped()) || context.port.isOwnFailure)
         return;
-    const FailureKind kind = failureOf(first, direction).kind();
+    const FailureKind kind = driverFailureKind(errorText(), context);
     ++record.failedAttempts[std::size_t(kind)];
     if (onFailedAttempt)
         onFailedAttempt(kind);
@@ -172,10 +172,19 @@ void Session::countAttempt(const TypedDevice& first, Direction direction,
 
 Failure Session::failureOf(const TypedDevice& first, Direction direction) const
 {
-    const Failure failure = driverFailure(m_driver.object().getLastError().toStdString(),
-                                          {m_driver.description(), first, direction});
-    const std::string detail = portReport().text;
-    return detail.empty() ? failure : failure.with(" (" + detail + ")");
+    const RequestContext context = contextOf(first, direction);
+    const Failure failure = driverFailure(errorText(), context);
+    return context.port.text.empty() ? failure : failure.with(" (" + context.port.text + ")");
+}
+
+RequestContext Session::contextOf(const TypedDevice& first, Direction direction) const
+{
+    return {m_driver.description(), first, direction, m_portReport ? m_portReport() : PortReport()};
+}
+
+std::string Session::errorText() const
+{
+    return m_driver.object().getLastError().toStdString();
 }
 
 } // namespace bench

@@ -2,6 +2,7 @@
 #ifndef BENCH_SESSION_H
 #define BENCH_SESSION_H
 
+#include "bench/advice.h"
 #include "bench/driver.h"
 #include "bench/plan.h"
 #include "bench/statistics.h"
@@ -33,15 +34,6 @@ struct WriteFailure : Failure {
 
     std::size_t index; ///< the place of the request's first device in the list
     std::size_t count; ///< devices of the request; those before the one that failed may be written
-};
-
-/// What a port says of its last failure.
-struct PortReport {
-    std::string text; ///< for a person; empty after a good reply
-
-    /// It dropped a reply or refused a command to be safe: the controller may have done nothing
-    /// wrong.
-    bool isOwnFailure = false;
 };
 
 class Session
@@ -94,7 +86,8 @@ private:
     void reportCutShort(RequestRecord& record) const;
     void countAttempt(const TypedDevice& first, Direction direction, RequestRecord& record) const;
     Failure failureOf(const TypedDevice& first, Direction direction) const;
-    PortReport portReport() const { return m_portReport ? m_portReport() : PortReport(); }
+    RequestContext contextOf(const TypedDevice& first, Direction direction) const;
+    std::string errorText() const;
 
     Driver& m_driver;
     AbstractDeviceInterface& m_port;

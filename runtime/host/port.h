@@ -48,6 +48,9 @@ public:
     /// controller may have done nothing wrong.
     bool isOwnFailure() const;
 
+    /// Whether it went wrong because the transport could not be opened, or broke.
+    bool isBroken() const { return m_failure == Failure::Transport; }
+
     /// How long after their command replies came that were too late, the longest since the last
     /// good reply; 0 when none was heard. Only a port that waits hears them: see settle().
     qint64 latenessMs() const { return m_guard.latenessMs(); }

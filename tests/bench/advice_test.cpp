@@ -16,18 +16,34 @@ using namespace bench;
 namespace
 {
 
-TEST(Advice, FitsTextAndRequest)
+PortReport portAt(host::PortAddress::Kind kind, bool isBroken)
 {
+    PortReport report;
+    report.isBroken = isBroken;
+    report.address = {kind, "/nowhere", 8501};
+    return report;
+}
+
+TEST(Advice, FitsTextRequestAndPort)
+{
+    const PortReport tcp = portAt(host::PortAddress::Kind::Tcp, false);
+    const PortReport brokenSerial = portAt(host::PortAddress::Kind::Serial, true);
+    const PortReport brokenTcp = portAt(host::PortAddress::Kind::Tcp, true);
     const struct {
         const char* text;
         const char* device;
         Direction direction;
         FailureKind kind;
         const char* advice; ///< a part of it
+        PortReport port = PortReport();
     } rows[] = {
         {"packet loss", "DM1", Direction::Read, FailureKind::NoReply, "allow a longer time-out"},
+        {"packet loss", "DM1", Direction::Read, FailureKind::NoReply, "running, or allow", tcp},
+        {"packet loss", "DM1", Direction::Read, FailureKind::NoReply, "closed the con", brokenTcp},
+        {"packet loss", "DM1", Direction::Read, FailureKind::NoReply, "is gone", brokenSerial},
         {"packet loss: 0 of 5 bytes", "DM1", Direction::Read, FailureKind::NoReply, "cable"},
         {"invalid response2", "MR1", Direction::Read, FailureKind::InvalidReply, "parity"},
+        {"invalid response2", "DM1", Direction::Read, FailureKind::InvalidReply, "gateway", tcp},
         {"invalid response2", "DM1:bool", Direction::Read, FailureKind::WrongUsage,
          "DM1 can't be read as bool; it holds 16 bits. Type DM1:uint"},
         {"Response During an Error:E1\r\n", "CTC1", Direction::Write, FailureKind::WrongUsage,
@@ -50,7 +66,7 @@ TEST(Advice, FitsTextAndRequest)
             std::string(row.device).substr(0, std::string(row.device).find(':')));
         if (std::string(row.device).find(":bool") != std::string::npos)
             device.type = typeNamed("bool");
-        const Failure failure = driverFailure(row.text, {areas, device, row.direction});
+        const Failure failure = driverFailure(row.text, {areas, device, row.direction, row.port});
         EXPECT_STREQ(failure.what(), row.text);
         EXPECT_EQ(failure.kind(), row.kind);
         EXPECT_NE(failure.advice().find(row.advice), std::string::npos) << failure.advice();

@@ -259,6 +259,7 @@ TEST_F(PortInVirtualTime, OneDeadlineHoldsForAllBytes)
     EXPECT_EQ(read(4), "CC");
     EXPECT_EQ(line.nowMs, TimeoutMs);
     EXPECT_EQ(port->lastFailure(), "2 of 4 bytes within 100 ms");
+    EXPECT_FALSE(port->isBroken());
 }
 
 TEST_F(PortInVirtualTime, TheTimeoutBeginsWhenTheBytesAreThrough)

@@ -91,6 +91,7 @@ TEST_P(Port, BrokenLineEndsAReadAtOnce)
     });
     EXPECT_LE(read(4).size(), 2); // a hang-up may swallow what was under way
     sender.join();
+    EXPECT_TRUE(port->isBroken());
     EXPECT_NE(port->lastFailure(), "");
 }
 
@@ -101,6 +102,7 @@ TEST_P(Port, NextRequestOpensABrokenLineAgain)
     discardInput();
     EXPECT_FALSE(write("CR\r\n"));
     EXPECT_EQ(read(4), "");
+    EXPECT_TRUE(port->isBroken());
     plc->comeBack();
     discardInput();
     EXPECT_TRUE(write("CR\r\n")) << qPrintable(port->lastFailure());

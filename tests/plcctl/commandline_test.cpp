@@ -437,6 +437,21 @@ TEST(Signal, EndsACommandOnASilentLine)
     }
 }
 
+TEST(Port, ThatBreaksIsNoMatterOfTheLine)
+{
+    TcpFarEnd controller;
+    const std::string port = host::textOf(controller.address()).toStdString();
+    Background read("read D5 --retry 0 -o 60000 --driver " MINIMAL_DRIVER " -p " + port);
+    controller.meet();
+    EXPECT_EQ(controller.receive(4), "G 5\n");
+    controller.hangUp();
+    EXPECT_EQ(read.nextLine(QProcess::StandardError),
+              "plcctl: D5: packet loss (" + port.substr(4) + ": closed by the far end)");
+    const std::string advice = read.nextLine(QProcess::StandardError);
+    EXPECT_EQ(advice.find("The controller or a gateway closed the connection"), 0U) << advice;
+    EXPECT_EQ(read.end(), 4);
+}
+
 TEST(Port, InUseIsToldWithItsUser)
 {
     SimulatedController controller;
