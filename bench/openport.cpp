@@ -80,7 +80,8 @@ host::PortAddress portAddress(const std::string& port, const Driver& driver)
     return *address;
 }
 
-OpenPort::OpenPort(const PortOptions& options, const Driver& driver)
+OpenPort::OpenPort(const PortOptions& options, const Driver& driver,
+                   const std::function<void(OpenPort*)>& opening)
 {
     const host::LineSettings line = lineSettings(options, driver);
     std::string place = options.port;
@@ -92,8 +93,13 @@ OpenPort::OpenPort(const PortOptions& options, const Driver& driver)
     }
     m_address = portAddress(place, driver);
     m_port = host::makePort(m_address, line, exchangeSettings(options, driver));
-    if (!m_port->open())
+    if (opening)
+        opening(this);
+    if (!m_port->open()) {
+        if (opening)
+            opening(nullptr);
         throw Failure(FailureKind::CannotOpen, lastFailure().text, portAdvice(m_address));
+    }
     if (options.trace)
         m_trace = std::make_unique<host::TracingPort>(
             *m_port, [trace = options.trace](const QString& text) { trace(text.toStdString()); });

@@ -57,7 +57,11 @@ class OpenPort
 public:
     /// Throws a Failure: WrongUsage for options that are wrong and for a driver whose protocol no
     /// simulated controller speaks, CannotOpen when the port can't be opened.
-    OpenPort(const PortOptions& options, const Driver& driver);
+    ///
+    /// opening  called with this object, which can be interrupted from then on, before the port is
+    ///          opened, and with null when that failed
+    OpenPort(const PortOptions& options, const Driver& driver,
+             const std::function<void(OpenPort*)>& opening = {});
     ~OpenPort();
 
     OpenPort(const OpenPort&) = delete;

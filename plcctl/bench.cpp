@@ -105,8 +105,8 @@ bench::Session& Bench::session()
 {
     if (m_session)
         return *m_session;
-    m_port = std::make_unique<bench::OpenPort>(m_options.port, m_driver);
-    m_stop.interrupts(m_port.get());
+    m_port = std::make_unique<bench::OpenPort>(
+        m_options.port, m_driver, [this](bench::OpenPort* port) { m_stop.interrupts(port); });
     if (m_options.port.port.empty())
         note("without --port: the built-in simulated controller (" +
              m_driver.description().protocol + ") answers");

@@ -63,6 +63,8 @@ StopSignal::~StopSignal()
 void StopSignal::interrupts(bench::OpenPort* port)
 {
     interruptedPort = port;
+    if (port && caughtSignal != 0)
+        port->interrupt();
 }
 
 bool StopSignal::waitFor(int ms) const

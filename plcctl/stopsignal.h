@@ -26,7 +26,8 @@ public:
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
 
-    /// A signal interrupts this port, so that a request under way ends soon. Null for none.
+    /// A signal, now or earlier, interrupts this port, so that what it does ends soon. Null for
+    /// none.
     void interrupts(bench::OpenPort* port);
 
     /// Waits up to `ms`, or Forever. Returns whether a signal has come, now or earlier.

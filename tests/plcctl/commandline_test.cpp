@@ -2,6 +2,7 @@
 #include "program.h"
 
 #include "host/portaddress.h"
+#include "host/transport.h"
 #include "support/farend.h"
 
 #include <gtest/gtest.h>
@@ -435,6 +436,31 @@ TEST(Signal, EndsACommandOnASilentLine)
         EXPECT_EQ(command.endWith(row.signal), row.status);
         EXPECT_EQ(command.nextLine(QProcess::StandardError), row.error);
     }
+}
+
+/// Whether somebody waits for a connection to this port of 127.0.0.1.
+bool isAwaited(quint16 port)
+{
+    constexpr char SynSent[] = " 02 ";
+    QFile connections("/proc/net/tcp");
+    EXPECT_TRUE(connections.open(QIODevice::ReadOnly));
+    const QByteArray place = "0100007F:" + QByteArray::number(port, 16).rightJustified(4, '0');
+    return connections.readAll().toUpper().contains(place.toUpper() + SynSent);
+}
+
+TEST(Signal, EndsAnAttemptToConnect)
+{
+    constexpr int PatienceMs = 20000;
+    TcpFarEnd controller(0);
+    const host::PortAddress address = controller.address();
+    const auto first = host::makeTcpTransport(address.place, address.tcpPort);
+    ASSERT_TRUE(first->open(PatienceMs));
+    Background read("read DM7 -o 600000 -p " + host::textOf(address).toStdString());
+    for (int ms = 0; ms < PatienceMs && !isAwaited(address.tcpPort); ++ms)
+        ::usleep(1000);
+    EXPECT_EQ(read.endWith(SIGINT), 130);
+    const std::string error = read.nextLine(QProcess::StandardError);
+    EXPECT_NE(error.find(": interrupted"), std::string::npos) << error;
 }
 
 TEST(Port, ThatBreaksIsNoMatterOfTheLine)

@@ -87,7 +87,12 @@ private:
 class TcpFarEnd : public FarEnd
 {
 public:
-    TcpFarEnd() { listen(0); }
+    /// backlog  how many connections, less one, wait for meet(); later attempts get no answer
+    explicit TcpFarEnd(int backlog = 4)
+        : m_backlog(backlog)
+    {
+        listen(0);
+    }
 
     host::PortAddress address() const override
     {
@@ -122,12 +127,14 @@ private:
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         address.sin_port = htons(port);
         sockaddr* const any = reinterpret_cast<sockaddr*>(&address);
-        require(::bind(m_listener.get(), any, size) == 0 && ::listen(m_listener.get(), 4) == 0 &&
+        require(::bind(m_listener.get(), any, size) == 0 &&
+                    ::listen(m_listener.get(), m_backlog) == 0 &&
                     ::getsockname(m_listener.get(), any, &size) == 0,
                 "listen");
         m_port = ntohs(address.sin_port);
     }
 
+    int m_backlog;
     Descriptor m_listener;
     quint16 m_port = 0;
 };
