@@ -110,14 +110,19 @@ std::string adviceOnLosses(const LineRecord& record, const LineVerdict& verdict)
         return record.hearsLateReplies
                    ? "Some replies took more than half of the time-out; what is lost may only be "
                      "late. Check again with a longer one."
-                   : "What is lost may only be late. Check again with a longer time-out.";
+                   : "What is lost may only be late. Check again with a longer time-out, and that "
+                     "the controller and any gateway in between are running.";
+    const bool isSerial = record.hearsLateReplies;
     if (verdict.worst == FailureKind::InvalidReply)
-        return "Replies are garbled. Check the line's settings (speed, parity), shield and ground, "
-               "and that no other program uses the line.";
+        return isSerial ? "Replies are garbled. Check the line's settings (speed, parity), shield "
+                          "and ground, and that no other program uses the line."
+                        : "Replies are garbled. Check the address, and the settings of any gateway "
+                          "in between.";
     if (!record.longestPrompt)
         return "Check cable, power, the port and the line's settings (speed, parity), or allow a "
                "longer time-out.";
-    return "Check plugs, shield and ground, and the length of the cable for this speed.";
+    return isSerial ? "Check plugs, shield and ground, and the length of the cable for this speed."
+                    : "Check plugs and cables, and any gateway in between.";
 }
 
 std::string adviceOn(const LineRecord& record, const LineVerdict& verdict)

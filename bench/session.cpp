@@ -174,7 +174,10 @@ Failure Session::failureOf(const TypedDevice& first, Direction direction) const
 {
     const RequestContext context = contextOf(first, direction);
     const Failure failure = driverFailure(errorText(), context);
-    return context.port.text.empty() ? failure : failure.with(" (" + context.port.text + ")");
+    // When nothing was sent, the port last spoke of an earlier request.
+    if (failure.kind() == FailureKind::WrongUsage || context.port.text.empty())
+        return failure;
+    return failure.with(" (" + context.port.text + ")");
 }
 
 RequestContext Session::contextOf(const TypedDevice& first, Direction direction) const

@@ -19,11 +19,6 @@ bool isForNow(int error)
     return error == EAGAIN || error == EINTR;
 }
 
-QString textOf(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
-
 } // namespace
 
 DescriptorTransport::DescriptorTransport()
@@ -58,7 +53,8 @@ bool DescriptorTransport::write(const char* data, int length, int timeoutMs)
             continue;
         }
         if (!isForNow(errno))
-            return fail(QStringLiteral("can't write to %1: %2").arg(name(), textOf(errno)));
+            return fail(
+                QStringLiteral("can't write to %1: %2").arg(name(), qt_error_string(errno)));
         if (waitUntil(m_descriptor, POLLOUT, deadlineMs) == Wait::Interrupted)
             return fail(QStringLiteral("interrupted"));
         if (nowMs() >= deadlineMs)
@@ -84,7 +80,7 @@ int DescriptorTransport::read(char* buffer, int maxLength, int waitMs)
     if (count < 0 && isForNow(errno))
         return 0;
     fail(QStringLiteral("%1: %2").arg(name(), count == 0 ? QStringLiteral("closed by the far end")
-                                                         : textOf(errno)));
+                                                         : qt_error_string(errno)));
     return Failed;
 }
 

@@ -22,7 +22,7 @@ QString reasonOf(int failure)
     case EAI_NONAME:
         return QStringLiteral("unknown host");
     case EAI_SYSTEM:
-        return QString::fromLocal8Bit(std::strerror(errno));
+        return qt_error_string(errno);
     default:
         return QString::fromLocal8Bit(::gai_strerror(failure));
     }

@@ -8,7 +8,6 @@
 #include <QFile>
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -31,7 +30,7 @@ QString reasonOf(int error)
     case ENOTTY:
         return QStringLiteral("it is not a serial port");
     default:
-        return QString::fromLocal8Bit(std::strerror(error));
+        return qt_error_string(error);
     }
 }
 

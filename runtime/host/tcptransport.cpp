@@ -3,7 +3,6 @@
 #include "host/hostlookup.h"
 
 #include <cerrno>
-#include <cstring>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -28,7 +27,7 @@ QString reasonOf(int error, int timeoutMs)
     case ETIMEDOUT:
         return QStringLiteral("no answer within %1 ms").arg(timeoutMs);
     default:
-        return QString::fromLocal8Bit(std::strerror(error));
+        return qt_error_string(error);
     }
 }
 

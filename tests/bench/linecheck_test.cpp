@@ -88,6 +88,8 @@ TEST(LineCheck, JudgesALine)
          Occasional + "5.0 %" + Lost + ")", "Check plugs"},
         {"BeyondIt", {94, 8, 0, 6}, unusable, Garbled, 0,
          "not usable: 6.0 %" + std::string(Lost), "garbled"},
+        {"GarbledOnAConnection", {0, 0, 0, 5, 0, 0, 0, 0, 0, false}, unusable, Garbled, 0,
+         "not usable: 100 %" + std::string(Lost), "Check the address"},
         {"Silent", {0, 0, 2, 0, 0, 6}, unusable, NoReply, 0,
          "not usable: 100 %" + std::string(Lost), "Check cable"},
         {"Refused", {0, 0, 0, 0, 200, 0, 600}, good, Refused, 0,
