@@ -48,6 +48,16 @@ Snapshot loadPart(const std::string& path, const Devices& devices)
     }
 }
 
+/// Whether another attempt may have another outcome: the controller said nothing of the point.
+bool isLost(const Reading& reading)
+{
+    if (!reading.failure)
+        return false;
+    const FailureKind kind = reading.failure->kind();
+    return kind == FailureKind::NoReply || kind == FailureKind::InvalidReply ||
+           kind == FailureKind::CannotOpen;
+}
+
 } // namespace
 
 PartFile::PartFile(const std::string& file)
@@ -81,6 +91,12 @@ void PartFile::finish(const std::string& text)
     m_stream.close();
     replace(text);
     require(std::rename(m_part.c_str(), m_file.c_str()) == 0);
+}
+
+void PartFile::discard()
+{
+    m_stream.close();
+    require(std::remove(m_part.c_str()) == 0);
 }
 
 void PartFile::replace(const std::string& text)
@@ -129,15 +145,19 @@ void Dump::takePart(const PartFile& file, const Devices& devices)
     }
 }
 
-bool Dump::run(Session& session, PartFile* file)
+DumpEnd Dump::run(Session& session, PartFile* file)
 {
     if (file != nullptr)
         file->begin(text());
-    if (!readMissing(session, file))
-        return false;
-    if (file != nullptr)
+    const bool isStopped = !readMissing(session, file);
+    const DumpEnd end = isStopped                ? DumpEnd::Stopped
+                        : firstLost() != nullptr ? DumpEnd::Incomplete
+                                                 : DumpEnd::Complete;
+    if (file != nullptr && end == DumpEnd::Complete)
         file->finish(text());
-    return true;
+    else if (file != nullptr && failed() == size())
+        file->discard();
+    return end;
 }
 
 bool Dump::readMissing(Session& session, PartFile* file)
@@ -177,6 +197,12 @@ std::size_t Dump::failed() const
 {
     return std::size_t(std::count_if(m_readings.begin(), m_readings.end(),
                                      [](const Reading& reading) { return !reading.value; }));
+}
+
+const Failure* Dump::firstLost() const
+{
+    const auto lost = std::find_if(m_readings.begin(), m_readings.end(), isLost);
+    return lost == m_readings.end() ? nullptr : &*lost->failure;
 }
 
 } // namespace bench

@@ -1,5 +1,6 @@
 // A dump: points read request by request into a snapshot. Its file grows under the name FILE.part,
-// can be continued later, and gets its own name when it is complete.
+// can be continued later, and gets its own name when it is complete: when the controller has
+// answered for every point, be it with a refusal.
 #ifndef BENCH_DUMP_H
 #define BENCH_DUMP_H
 
@@ -35,6 +36,9 @@ public:
     /// The whole text of FILE; FILE.part is gone.
     void finish(const std::string& text);
 
+    /// FILE.part is gone; FILE stays as it is.
+    void discard();
+
 private:
     void replace(const std::string& text);
     void require(bool isGood) const;
@@ -42,6 +46,12 @@ private:
     std::string m_file;
     std::string m_part;
     std::ofstream m_stream;
+};
+
+enum class DumpEnd {
+    Complete,   ///< every point was read, or can't be read
+    Incomplete, ///< for some, no valid reply came
+    Stopped,    ///< by the session
 };
 
 class Dump
@@ -58,10 +68,11 @@ public:
     /// when it can't be read, or has other points or another driver.
     void takePart(const PartFile& file, const Devices& devices);
 
-    /// Reads what is missing. Returns false when the session was stopped before all were read.
+    /// Reads what is missing.
     ///
-    /// file  grows while it reads, and is finished at the end; null for none
-    bool run(Session& session, PartFile* file);
+    /// file  grows while it reads, and is finished when the dump is complete; it is discarded when
+    ///       no value was read. Null for none
+    DumpEnd run(Session& session, PartFile* file);
 
     std::string text() const;
 
@@ -69,6 +80,9 @@ public:
     std::size_t taken() const { return m_taken; }
     std::size_t done() const { return m_done; } ///< taken, read or failed
     std::size_t failed() const;                 ///< or not yet read
+
+    /// The first failure that says nothing of its point, such as a missing reply; null for none.
+    const Failure* firstLost() const;
 
 private:
     bool readMissing(Session& session, PartFile* file);

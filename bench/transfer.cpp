@@ -3,6 +3,7 @@
 #include "bench/comparison.h"
 #include "bench/internal/extent.h"
 
+#include <algorithm>
 #include <map>
 
 namespace bench
@@ -14,6 +15,24 @@ namespace
 // A driver takes more in one request, but reports nothing before its end: at 9600 baud that is some
 // 1.8 s for 256 words. A stop loses that much, and a progress bar moves that often.
 constexpr int MostUnitsPerRead = 256;
+
+// One lost reply says little of a line that loses some; a dead one would cost the time-outs of all
+// requests.
+constexpr int MostUnanswered = 3;
+
+bool isUnanswered(const Reading& reading)
+{
+    return reading.failure && (reading.failure->kind() == FailureKind::NoReply ||
+                               reading.failure->kind() == FailureKind::CannotOpen);
+}
+
+std::vector<Reading> notAsked(std::size_t count)
+{
+    const Failure failure(FailureKind::NoReply, "not asked for after " +
+                                                    std::to_string(MostUnanswered) +
+                                                    " requests in a row without a reply");
+    return std::vector<Reading>(count, {std::nullopt, failure});
+}
 
 /// For a tag that shares devices with the value.
 void requireAllowed(const SnapshotValue& value, const Point& tag, bool isSamePlace)
@@ -32,6 +51,7 @@ void requireAllowed(const SnapshotValue& value, const Point& tag, bool isSamePla
 bool readBlocks(Session& session, const std::vector<TypedDevice>& devices,
                 const BlockHandler& handler)
 {
+    int unanswered = 0;
     for (ReadRequest request : planReads(devices, session.driver().blocks(), MostUnitsPerRead)) {
         std::vector<std::size_t> indices;
         std::vector<TypedDevice> block;
@@ -40,10 +60,13 @@ bool readBlocks(Session& session, const std::vector<TypedDevice>& devices,
             block.push_back(devices[part.index]);
             part.index = block.size() - 1;
         }
-        const std::vector<Reading> readings = session.read({request}, block);
+        const std::vector<Reading> readings =
+            unanswered < MostUnanswered ? session.read({request}, block) : notAsked(block.size());
         if (session.isStopped && session.isStopped())
             return false;
         handler(indices, readings);
+        const bool isLost = std::all_of(readings.begin(), readings.end(), isUnanswered);
+        unanswered = isLost ? unanswered + 1 : 0;
     }
     return true;
 }

@@ -18,7 +18,8 @@ using BlockHandler =
     std::function<void(const std::vector<std::size_t>& indices, const std::vector<Reading>&)>;
 
 /// Reads devices request by request until all are read or the session is stopped. A request that
-/// the stop has cut short is not reported. Returns whether all were read.
+/// the stop has cut short is not reported. After a few requests in a row without a reply the line
+/// counts as dead: the rest fails (NoReply) without being sent. Returns whether it was not stopped.
 bool readBlocks(Session& session, const std::vector<TypedDevice>& devices,
                 const BlockHandler& handler);
 

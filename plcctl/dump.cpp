@@ -61,12 +61,15 @@ void takePart(bench::Dump& dump, const bench::PartFile& file, const bench::Drive
          file.part());
 }
 
-void tellStop(const bench::Dump& dump, const bench::PartFile* file)
+/// What became of the values read, when they are not all.
+void tellPart(const bench::Dump& dump, const std::string& file, const bench::PartFile& part,
+              const std::string& start)
 {
-    if (file == nullptr)
-        return note("stopped; nothing was written. With --output, the values read are kept.");
-    note("stopped; " + std::to_string(dump.done()) + " of " + counted(dump.size(), "value") +
-         " are in " + file->part() + ".");
+    const std::size_t kept = dump.size() - dump.failed();
+    if (kept == 0)
+        return note(start + "no value was read; " + file + " was not written");
+    note(start + std::to_string(kept) + " of " + counted(dump.size(), "value") + " are in " +
+         part.part() + "; " + file + " was not written.");
     note("The same command with --resume reads the rest.");
 }
 
@@ -74,6 +77,19 @@ void tellResult(const bench::Dump& dump, const std::string& file)
 {
     note(counted(dump.size() - dump.failed(), "value") + (file.empty() ? "" : " in " + file) +
          (dump.failed() == 0 ? "" : ", " + std::to_string(dump.failed()) + " could not be read"));
+}
+
+void tellEnd(bench::DumpEnd end, const bench::Dump& dump, const std::string& file,
+             const bench::PartFile* part)
+{
+    const bool isStopped = end == bench::DumpEnd::Stopped;
+    if (part != nullptr && end != bench::DumpEnd::Complete)
+        return tellPart(dump, file, *part, isStopped ? "stopped; " : "");
+    if (isStopped)
+        return note("stopped; nothing was written. With --output, the values read are kept.");
+    if (part == nullptr)
+        std::fputs(dump.text().c_str(), stdout);
+    tellResult(dump, file);
 }
 
 int runDump(bench::Dump& dump, bench::Session& session, const DumpOptions& options,
@@ -86,17 +102,13 @@ int runDump(bench::Dump& dump, bench::Session& session, const DumpOptions& optio
         addFailed(failed, failure, point.name);
     };
     progress.show(dump.taken());
-    const bool isComplete = dump.run(session, file);
+    const bench::DumpEnd end = dump.run(session, file);
     progress.clear();
     const int status = report(failed);
-    if (!isComplete) {
-        tellStop(dump, file);
+    tellEnd(end, dump, options.file, file);
+    if (end == bench::DumpEnd::Stopped)
         return bench::exitStatus(FailureKind::NoReply);
-    }
-    if (file == nullptr)
-        std::fputs(dump.text().c_str(), stdout);
-    tellResult(dump, options.file);
-    return status;
+    return dump.firstLost() != nullptr ? bench::exitStatus(dump.firstLost()->kind()) : status;
 }
 
 int dump(const DumpOptions& options)
@@ -133,8 +145,12 @@ void addDumpCommand(CLI::App& app, int& status)
                       "Write date and time into the file. Without them two dumps of the same "
                       "values are the same");
     addBenchOptions(*command, options->bench);
-    command->footer(R"(Devices that can't be read are reported and become comments in the file; the
-exit status is that of the first. After Ctrl-C, --resume reads the rest.
+    command->footer(R"(Devices that the controller refuses are reported and become comments in the
+file. When valid replies are missing, FILE stays as it is and FILE.part keeps
+what was read; --resume reads the rest, as it does after Ctrl-C. After three
+requests in a row without a reply no more are sent. On standard output, what is
+missing becomes comments too. The exit status is that of the first missing
+reply, else that of the first refusal.
 
 Examples:
   plcctl dump DM0..DM4999 MR0..MR99915 -o line3.txt -p /dev/ttyUSB0

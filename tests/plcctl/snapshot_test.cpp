@@ -114,21 +114,57 @@ TEST(Snapshot, KeepsTagsApartFromTheirScale)
               "device,left,right,tag\nDM10:int,-5,6,temp\n");
 }
 
-TEST(Dump, GoesOnAfterAFailure)
+TEST(Dump, KeepsAnOlderFileUntilTheControllerHasAnsweredForAll)
 {
     const Folder folder;
-    const std::string file = folder.path("a.txt");
-    const Result run = plcctl("dump DM1020..DM1300 -o " + file +
-                              " --timeout 50 --retry 0 --fault silent@RDS#1 --set DM1276=5");
-    EXPECT_EQ(run.status, 4);
-    EXPECT_NE(run.err.find("plcctl: DM1020 and 255 more: packet loss"), std::string::npos)
-        << run.err;
-    const std::string text = folder.text("a.txt");
-    EXPECT_NE(text.find("\n# DM1020:uint..DM1275:uint not read: packet loss"), std::string::npos)
-        << text;
-    EXPECT_NE(text.find("\nDM1276:uint       5     0     0     0\nDM1280"), std::string::npos);
-    EXPECT_NE(plcctl("diff " + file).err.find("no value of DM1020:uint..DM1275:uint"),
+    const std::string file = folder.write("a.txt", "DM0 1\n");
+    const std::string command = "dump DM0..DM1300 -o " + file + " --timeout 50 --retry 0";
+    const std::string values = " --set DM0=1 --set DM255=2 --set DM256=3 --set DM1300=4";
+    const struct {
+        const char* name;
+        const char* options;
+        int status;
+        int requests;      ///< that were sent
+        const char* error; ///< a part of standard error
+        bool hasPart;
+    } rows[] = {
+        {"DeadLine", " --fault silent@RDS", 4, 3, "no value was read; FILE was not written", false},
+        {"ALostReply", " --fault silent@RDS#2-2", 4, 6,
+         "1045 of 1301 values are in FILE.part; FILE was not written.", true},
+        {"DiesAgain", " --resume --fault silent@RDS", 4, 1, "1045 of 1301 values are in", true},
+        {"Garbled", " --resume --fault garble@RDS", 5, 1, "1045 of 1301 values are in", true},
+    };
+    for (const auto& row : rows) {
+        const Result run = plcctl(command + values + row.options + " --trace");
+        SCOPED_TRACE(row.name + (": " + run.err));
+        EXPECT_EQ(run.status, row.status);
+        EXPECT_EQ(QString::fromStdString(run.err).count("\"RDS "), row.requests);
+        QString error = row.error;
+        error.replace("FILE", QString::fromStdString(file));
+        EXPECT_NE(run.err.find(error.toStdString()), std::string::npos);
+        EXPECT_EQ(folder.text("a.txt"), "DM0 1\n");
+        EXPECT_EQ(folder.has("a.txt.part"), row.hasPart);
+    }
+    EXPECT_EQ(plcctl(command + " --resume" + values).status, 0);
+    EXPECT_EQ(folder.text("a.txt"), plcctl("dump DM0..DM1300" + values).out);
+    EXPECT_FALSE(folder.has("a.txt.part"));
+}
+
+TEST(Dump, HasCommentsForWhatCouldNotBeRead)
+{
+    const Folder folder;
+    const Result lost = plcctl("dump DM1020..DM1300 --timeout 50 --retry 0 --fault silent@RDS#1-1 "
+                               "--set DM1276=5");
+    EXPECT_EQ(lost.status, 4);
+    EXPECT_NE(lost.err.find("plcctl: DM1020 and 255 more: packet loss"), std::string::npos);
+    EXPECT_NE(lost.out.find("\n# DM1020:uint..DM1275:uint not read: packet loss"),
               std::string::npos);
+    EXPECT_NE(lost.out.find("\nDM1276:uint       5     0     0     0\nDM1280"), std::string::npos);
+
+    const std::string file = folder.path("a.txt");
+    EXPECT_EQ(plcctl("dump DM0 DM99999 -o " + file).status, 1);
+    EXPECT_NE(folder.text("a.txt").find("\n# DM99999:uint not read: Response"), std::string::npos);
+    EXPECT_NE(plcctl("diff " + file).err.find("no value of DM99999:uint"), std::string::npos);
 }
 
 TEST(Dump, GoesOnWhereItWasStopped)
