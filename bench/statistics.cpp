@@ -68,17 +68,6 @@ std::string failureList(const Summary& summary)
     return list;
 }
 
-/// "noReply" for "no reply", as the other keys are spelled.
-std::string keyOf(FailureKind kind)
-{
-    std::string key = nameOf(kind);
-    for (std::size_t blank; (blank = key.find(' ')) != key.npos;) {
-        key.erase(blank, 1);
-        key[blank] = static_cast<char>(std::toupper(static_cast<unsigned char>(key[blank])));
-    }
-    return key;
-}
-
 nlohmann::json byKind(const FailureCounts& counts)
 {
     nlohmann::json json = nlohmann::json::object();
@@ -214,6 +203,16 @@ std::vector<std::string> textLines(const Summary& summary)
                         durationText(summary.achievedInterval) + " (" + wanted + "longest " +
                         durationText(summary.longestInterval) + ")");
     return lines;
+}
+
+std::string keyOf(FailureKind kind)
+{
+    std::string key = nameOf(kind);
+    for (std::size_t blank; (blank = key.find(' ')) != key.npos;) {
+        key.erase(blank, 1);
+        key[blank] = static_cast<char>(std::toupper(static_cast<unsigned char>(key[blank])));
+    }
+    return key;
 }
 
 nlohmann::json toJson(const Summary& summary)

@@ -118,6 +118,9 @@ private:
 /// The summary for people, in lines without line ends. What was never counted is left out.
 std::vector<std::string> textLines(const Summary& summary);
 
+/// A failure's name in JSON, such as "noReply".
+std::string keyOf(FailureKind kind);
+
 /// The summary as an object; durations are numbers of milliseconds, failures objects by kind. What
 /// was never measured is null.
 nlohmann::json toJson(const Summary& summary);

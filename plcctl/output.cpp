@@ -174,20 +174,32 @@ const std::vector<std::string>& valueColumns()
     return columns;
 }
 
+std::vector<std::string> cellsOf(const bench::Point& point)
+{
+    return {point.name, point.device.name, bench::nameOf(point.device.type)};
+}
+
 std::vector<std::string> cellsOf(const PointValue& value, bench::Notation notation)
 {
     const bench::Point& point = *value.point;
-    return {point.name, point.device.name, bench::nameOf(point.device.type),
-            bench::textOf(point, value.value, notation), bench::unitOf(point, notation)};
+    std::vector<std::string> cells = cellsOf(point);
+    cells.push_back(bench::textOf(point, value.value, notation));
+    cells.push_back(bench::unitOf(point, notation));
+    return cells;
+}
+
+Json jsonOf(const bench::Point& point)
+{
+    return {{"name", point.name},
+            {"device", point.device.name},
+            {"type", bench::nameOf(point.device.type)}};
 }
 
 Json jsonOf(const PointValue& value, bench::Notation notation)
 {
     const bench::Point& point = *value.point;
-    Json json = {{"name", point.name},
-                 {"device", point.device.name},
-                 {"type", bench::nameOf(point.device.type)},
-                 {"value", bench::jsonOf(point, value.value, notation)}};
+    Json json = jsonOf(point);
+    json["value"] = bench::jsonOf(point, value.value, notation);
     const std::string unit = bench::unitOf(point, notation);
     if (!unit.empty())
         json["unit"] = unit;

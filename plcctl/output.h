@@ -68,10 +68,15 @@ std::string clockTime();
 /// Local date and time with its distance from UTC, so that logs from two places can be compared.
 std::string timeStamp();
 
+/// The first fields in CSV, which say what the point is.
+std::vector<std::string> cellsOf(const bench::Point& point);
+
 /// The fields of a value in CSV, in the order of valueColumns().
 std::vector<std::string> cellsOf(const PointValue& value, bench::Notation notation);
 const std::vector<std::string>& valueColumns();
 
+/// What the point is, and the same with its value.
+Json jsonOf(const bench::Point& point);
 Json jsonOf(const PointValue& value, bench::Notation notation);
 
 /// The value with its unit.

@@ -33,7 +33,8 @@ struct WatchOptions {
 };
 
 /// Prints what changed as it comes, a line each with the time; in CSV after a header, in JSON as an
-/// object each. Throws a Failure (CannotOpen) when the line can't be written.
+/// object each. These two also have a line for a point that fails and for its return, so that a log
+/// tells an outage from a value that did not change.
 class ChangePrinter
 {
 public:
@@ -47,6 +48,19 @@ public:
         printCsv(columns);
     }
 
+    /// Throws a Failure (CannotOpen) when a line can't be written.
+    void print(const bench::Watched& watched) const
+    {
+        const bool isLog = m_style.format != Format::Table;
+        if (watched.isNewValue || (isLog && watched.isBack))
+            print({&watched.point, *watched.value});
+        else if (isLog && watched.isNewFailure)
+            print(watched.point, *watched.failure);
+        if (std::fflush(stdout) != 0)
+            throw Failure(FailureKind::CannotOpen, "cannot write to standard output");
+    }
+
+private:
     void print(const PointValue& value) const
     {
         const bench::Notation notation = m_style.notation;
@@ -55,25 +69,40 @@ public:
             std::printf("%s  %s  %s\n", clockTime().c_str(), value.point->name.c_str(),
                         textWithUnit(value, notation).c_str());
             break;
-        case Format::Csv: {
-            std::vector<std::string> cells = {timeStamp()};
-            const std::vector<std::string> rest = cellsOf(value, notation);
-            cells.insert(cells.end(), rest.begin(), rest.end());
-            printCsv(cells);
+        case Format::Csv:
+            printCells(cellsOf(value, notation));
+            break;
+        case Format::Json:
+            printObject(jsonOf(value, notation));
             break;
         }
-        case Format::Json: {
-            Json change = {{"time", timeStamp()}};
-            change.update(jsonOf(value, notation));
-            printJson(change);
-            break;
-        }
-        }
-        if (std::fflush(stdout) != 0)
-            throw Failure(FailureKind::CannotOpen, "cannot write to standard output");
     }
 
-private:
+    void print(const bench::Point& point, const Failure& failure) const
+    {
+        if (m_style.format == Format::Csv) {
+            std::vector<std::string> cells = cellsOf(point);
+            cells.resize(valueColumns().size());
+            return printCells(cells);
+        }
+        Json object = jsonOf(point);
+        object["failure"] = bench::keyOf(failure.kind());
+        printObject(object);
+    }
+
+    static void printCells(std::vector<std::string> cells)
+    {
+        cells.insert(cells.begin(), timeStamp());
+        printCsv(cells);
+    }
+
+    static void printObject(const Json& object)
+    {
+        Json change = {{"time", timeStamp()}};
+        change.update(object);
+        printJson(change);
+    }
+
     Style m_style;
 };
 
@@ -153,8 +182,7 @@ int watchPoints(Bench& bench, bench::Watcher& watcher, const WatchOptions& optio
             return Success;
         failures.tell(watcher.points());
         for (const bench::Watched& watched : watcher.points())
-            if (watched.isNewValue)
-                changes.print({&watched.point, *watched.value});
+            changes.print(watched);
         tellRound(round, milliseconds(options.intervalMs));
         const Failure* const failure = watcher.firstFailure();
         if (done == options.rounds || (failure && failure->kind() == FailureKind::WrongUsage))
@@ -222,9 +250,11 @@ void addWatchCommand(CLI::App& app, int& status)
     addBenchOptions(*command, options->bench);
     command->footer(
         R"(The first round prints every value. A failure is reported once, and again when
-the device recovers; meanwhile plcctl keeps trying. Ctrl-C ends the watch. A
-summary comes last, on standard error: requests, failures, latencies and the
-achieved interval.
+the device recovers; meanwhile plcctl keeps trying. CSV and JSON have a line for
+both: for the failure, CSV has no value and JSON a "failure" such as "noReply";
+for the recovery, both have the value. Ctrl-C ends the watch. A summary comes
+last, on standard error: requests, failures, latencies and the achieved
+interval.
 
 Examples:
   plcctl watch DM100 T5 -i 200ms -p /dev/ttyUSB0

@@ -382,6 +382,11 @@ TEST(Watch, EndsAfterItsRoundsAndPrintsNothingTwice)
     EXPECT_EQ(countOf("\n", run.out), 2) << run.out;
     EXPECT_NE(run.err.find("\n3 requests, 0 failed\n"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("(wanted 1.0 ms, longest "), std::string::npos) << run.err;
+
+    const Result outage = plcctl("watch DM7 -n 5 -i 1ms -f csv --set DM7=5 -o 20 --retry 0 "
+                                 "--fault silent@RDS#2-3");
+    EXPECT_EQ(countOf(",DM7,DM7,uint,,\n", outage.out), 1) << outage.out;
+    EXPECT_EQ(countOf(",DM7,DM7,uint,5,\n", outage.out), 2) << outage.out;
 }
 
 TEST(Watch, TellsOfAFlappingLineWithAdviceOnce)
@@ -389,7 +394,12 @@ TEST(Watch, TellsOfAFlappingLineWithAdviceOnce)
     const Result run = plcctl("watch DM7 DM8 -n 40 -i 0 -o 20 --retry 0 -f json "
                               "--fault silent@RDS#1,silent@RDS#20-20");
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(countOf("\"name\":\"DM8\"", run.out), 1) << run.out;
+    EXPECT_EQ(
+        countOf("\"name\":\"DM8\",\"device\":\"DM8\",\"type\":\"uint\",\"failure\":\"noReply\"}",
+                run.out),
+        2)
+        << run.out;
+    EXPECT_EQ(countOf("\"type\":\"uint\",\"value\":", run.out), 4) << run.out;
     EXPECT_EQ(countOf("packet loss", run.err), 2) << run.err;
     EXPECT_EQ(countOf("No complete reply", run.err), 1) << run.err;
     EXPECT_EQ(
