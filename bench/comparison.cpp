@@ -87,7 +87,7 @@ void requireKept(const std::vector<SnapshotValue>& written, const std::vector<Re
 {
     for (const Reading& reading : readBack)
         if (reading.failure)
-            throw reading.failure->with(" (while the values were read back)");
+            throw reading.failure->prefixed("written, but not all can be read back: ");
     const auto wrong = differences(written, readBack);
     if (wrong.empty())
         return;

@@ -171,7 +171,8 @@ void verify(Session& session, const Recipe& recipe)
     for (std::size_t i = 0; i < readings.size(); ++i) {
         const auto& [point, written, typed, line] = recipe.entries[i];
         if (readings[i].failure)
-            throw readings[i].failure->prefixed(point.name + ": ").with(" (reading it back)");
+            throw readings[i].failure->prefixed("written, but " + point.name +
+                                                " cannot be read back: ");
         const Type& type = point.device.type;
         if (dataOf(*readings[i].value, type) != dataOf(written, type))
             throw Failure(FailureKind::Different,

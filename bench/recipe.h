@@ -53,8 +53,8 @@ void check(const Recipe& recipe, const BlockSizes& blocks);
 /// "boiler.setpoint: 21.55 is rounded to 21.6".
 std::vector<std::string> roundings(const Recipe& recipe);
 
-/// Writes the values. Throws a Failure that names the points of the request that failed, and how
-/// many values were written before it at least: a driver may cut a request into several commands.
+/// Writes the values. Throws a Failure that names the points of the request that failed, how many
+/// values were written before it at least, and whether some of its own may have been.
 void write(Session& session, const Recipe& recipe);
 
 /// Reads the values back. Throws a Failure (Different) that names the first point that differs, or

@@ -20,10 +20,11 @@ namespace bench
 /// A request to write that failed. What comes before it in the list is written; a driver that cuts
 /// requests into commands may have written some of the request, too.
 struct WriteFailure : Failure {
-    WriteFailure(const Failure& failure, std::size_t place, std::size_t devices)
+    WriteFailure(const Failure& failure, std::size_t place, std::size_t devices, bool isPartly)
         : Failure(failure)
         , index(place)
         , count(devices)
+        , mayBePartlyWritten(isPartly)
     {
     }
 
@@ -33,7 +34,9 @@ struct WriteFailure : Failure {
     Failure at(const std::string& first) const;
 
     std::size_t index; ///< the place of the request's first device in the list
-    std::size_t count; ///< devices of the request; those before the one that failed may be written
+    std::size_t count; ///< devices of the request
+
+    bool mayBePartlyWritten; ///< the request took several commands; some may have succeeded
 };
 
 class Session
@@ -82,7 +85,8 @@ private:
     std::optional<Failure> ask(const ReadRequest& request, const TypedDevice& first,
                                QByteArray* answer);
     template <typename Request>
-    std::optional<Failure> perform(const TypedDevice& first, Direction direction, Request request);
+    std::optional<Failure> perform(const TypedDevice& first, Direction direction, Request request,
+                                   bool* hasSeveralCommands = nullptr);
     void reportCutShort(RequestRecord& record) const;
     void countAttempt(const TypedDevice& first, Direction direction, RequestRecord& record) const;
     Failure failureOf(const TypedDevice& first, Direction direction) const;

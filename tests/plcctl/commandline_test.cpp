@@ -103,7 +103,11 @@ TEST(Outcome, OfFailures)
          "DM7: Response During an Error:E1\\r\\n\n"},
         {"WriteRefused", "write DM99999 1", 1, "", "DM99999: Response During an Error:E0\\r\\n\n"},
         {"LaterWriteRefused", "write DM0 -t int 5 6 --fault error=0@WRS", 1, "",
-         "DM0 and 1 more: Response"},
+         "DM0 and 1 more: Response During an Error:E0\\r\\n\n"},
+        {"LaterBitRefused", "write MR5 1 1 1 --fault error=1@ST#2-2 --retry 0", 1, "",
+         "Error:E1\\r\\n; some of these 3 values may be written\n"},
+        {"ReadBackRefused", "write DM5 1 2 3 --verify --fault error=0@RDS", 1, "",
+         "written, but DM5 cannot be read back: Response"},
         {"TimeoutAndAdvice", "read DM7 MR0 --fault silent --timeout 100 --retry 0", 4, "",
          "plcctl: DM7 and 1 more: packet loss (0 of 4 bytes within 100 ms)\n"
          "        No complete reply came in time. Check cable, power and the line's\n"
