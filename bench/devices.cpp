@@ -238,14 +238,16 @@ Failure notServed(const TypedDevice& device, Direction direction, const std::str
     const DeviceArea& area = *device.place.area;
     const std::string name = deviceText(device.place, device.place.digits);
     const auto types = servedTypes(area, direction);
-    const std::string advice =
-        types.empty()
-            ? area.letters + " can't be " + verb + " at all."
-            : "Type " + name + ":" + types.front() + (types.size() == 1 ? "" : ", or another of ") +
-                  listed({types.begin() + 1, types.end()}, types.size()) + ".";
+    const std::string note = area.note.empty() ? "" : " " + area.note;
+    if (types.empty())
+        return wrongUsage(name + " can't be " + verb,
+                          "No device of " + area.letters + " can be " + verb + "." + note);
+    const std::string advice = "Type " + name + ":" + types.front() +
+                               (types.size() == 1 ? "" : ", or another of ") +
+                               listed({types.begin() + 1, types.end()}, types.size()) + ".";
     return wrongUsage(name + " can't be " + verb + " as " + nameOf(device.type) + "; " +
                           reasonOf(area, direction),
-                      advice + (area.note.empty() ? "" : " " + area.note));
+                      advice + note);
 }
 
 } // namespace
@@ -353,6 +355,7 @@ TypedDevice Devices::deviceFrom(const Text& text, std::optional<Type> defaultTyp
 {
     TypedDevice device;
     const std::optional<Type> type = text.type ? text.type : defaultType;
+    device.isTyped = type.has_value();
     if (text.first.empty())
         throw notADevice(text.first, m_description);
     if (m_description.areas.empty()) {

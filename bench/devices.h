@@ -34,6 +34,7 @@ struct Place {
 struct TypedDevice {
     std::string name; ///< for people: "DM100"; "DM100[1]" for what has no device text of its own
     Type type;
+    bool isTyped = false; ///< the type was chosen; else it is the natural one of its area
     Place place;
 
     /// Where there are no areas: the device text as typed, and how many values of the same type

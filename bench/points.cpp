@@ -203,7 +203,10 @@ Value valueToWrite(const Point& point, const std::string& text)
 {
     requireWritable(point);
     if (point.scale.isPlain()) {
-        const Value value = parseValue(text, point.device.type);
+        // Who chose an unsigned type did not mean a negative number; an area's own is a mere word.
+        const Value value = parseValue(text, point.device.type,
+                                       point.device.isTyped ? Negatives::OfSignedTypes
+                                                            : Negatives::InTwosComplement);
         checkHeldValue(point, value, text);
         return value;
     }

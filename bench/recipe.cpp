@@ -80,6 +80,14 @@ void addLine(Recipe& recipe, const std::string& text, int number, const Names& k
     recipe.entries.push_back({point, valueToWrite(point, pair.value), pair.value, number});
 }
 
+/// Whether a negative number is written in two's complement.
+bool losesItsSign(const Recipe::Entry& entry)
+{
+    const auto* whole = std::get_if<std::int64_t>(&entry.value);
+    return entry.point.scale.isPlain() && whole != nullptr && *whole > 0 &&
+           entry.typed.front() == '-';
+}
+
 std::string lineText(const Recipe& recipe, std::size_t entry)
 {
     return "line " + std::to_string(recipe.entries[entry].line);
@@ -148,13 +156,19 @@ try {
                  twice.with(", first in " + lineText(recipe, twice.first)));
 }
 
-std::vector<std::string> roundings(const Recipe& recipe)
+std::vector<std::string> alterations(const Recipe& recipe)
 {
     std::vector<std::string> texts;
-    for (const Recipe::Entry& entry : recipe.entries)
+    const auto add = [&](const Recipe::Entry& entry, const char* what) {
+        texts.push_back(entry.point.name + ": " + entry.typed + what +
+                        fullText(entry.point, entry.value));
+    };
+    for (const Recipe::Entry& entry : recipe.entries) {
         if (isRounded(entry.point, entry.typed, entry.value))
-            texts.push_back(entry.point.name + ": " + entry.typed + " is rounded to " +
-                            fullText(entry.point, entry.value));
+            add(entry, " is rounded to ");
+        else if (losesItsSign(entry))
+            add(entry, " is written as ");
+    }
     return texts;
 }
 

@@ -50,8 +50,8 @@ Recipe recipeFromText(const std::string& name, const std::string& text, const Na
 void check(const Recipe& recipe, const BlockSizes& blocks);
 
 /// The values that the controller can't hold as they were typed, such as
-/// "boiler.setpoint: 21.55 is rounded to 21.6".
-std::vector<std::string> roundings(const Recipe& recipe);
+/// "boiler.setpoint: 21.55 is rounded to 21.6" or "DM0: -5 is written as 65531".
+std::vector<std::string> alterations(const Recipe& recipe);
 
 /// Writes the values. Throws a Failure that names the points of the request that failed, how many
 /// values were written before it at least, and whether some of its own may have been.

@@ -89,21 +89,17 @@ std::int64_t fromPattern(std::uint64_t pattern, const Type& type)
     return rowOf(type).isSigned ? signExtended(pattern, type) : static_cast<std::int64_t>(pattern);
 }
 
-Failure notANumber(const std::string& text, const char* examples)
+/// How far below zero a typed number may go.
+std::int64_t deepestTyped(const Type& type, Negatives negatives)
 {
-    return wrongUsage("'" + text + "' is not a number; write " + examples);
+    const bool isRefused = negatives == Negatives::OfSignedTypes && isNumber(type);
+    return isRefused ? -leastOf(type) : std::int64_t(1) << (bitsOf(type) - 1);
 }
 
-/// How far below zero a typed number may go; two's complement counts for types without a sign.
-std::int64_t deepestTyped(const Type& type)
-{
-    return std::int64_t(1) << (bitsOf(type) - 1);
-}
-
-Failure doesNotFit(const std::string& text, const Type& type)
+Failure doesNotFit(const std::string& text, const Type& type, Negatives negatives)
 {
     return wrongUsage("'" + text + "' does not fit " + nameOf(type) + ": " +
-                      std::to_string(-deepestTyped(type)) + " to " +
+                      std::to_string(-deepestTyped(type, negatives)) + " to " +
                       std::to_string(greatestOf(type)));
 }
 
@@ -112,7 +108,7 @@ bool startsWithHexPrefix(const std::string& text)
     return text.size() > 1 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
 }
 
-Value parseWhole(const std::string& text, const Type& type)
+Value parseWhole(const std::string& text, const Type& type, Negatives negatives)
 {
     const bool negative = !text.empty() && text[0] == '-';
     const std::string unsignedText = text.substr(negative ? 1 : 0);
@@ -123,12 +119,12 @@ Value parseWhole(const std::string& text, const Type& type)
     std::uint64_t magnitude = 0;
     const auto [stop, error] = std::from_chars(digits, end, magnitude, hexadecimal ? 16 : 10);
     if (stop != end || error == std::errc::invalid_argument)
-        throw notANumber(text, "12, -5 or 0x1F");
+        throw wrongUsage("'" + text + "' is not a whole number; write 12, -5 or 0x1F");
     const std::uint64_t largest =
         hexadecimal ? maskOf(type) : static_cast<std::uint64_t>(greatestOf(type));
-    const auto deepest = static_cast<std::uint64_t>(deepestTyped(type));
+    const auto deepest = static_cast<std::uint64_t>(deepestTyped(type, negatives));
     if (error != std::errc() || magnitude > (negative ? deepest : largest))
-        throw doesNotFit(text, type);
+        throw doesNotFit(text, type, negatives);
     return fromPattern((negative ? 0 - magnitude : magnitude) & maskOf(type), type);
 }
 
@@ -154,7 +150,7 @@ Value parseReal(const std::string& text)
     float number = 0;
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (stop != text.data() + text.size() || error == std::errc::invalid_argument)
-        throw notANumber(text, "21.5, -5 or 1e6");
+        throw wrongUsage("'" + text + "' is not a number; write 21.5, -5 or 1e6");
     if (error != std::errc() && isTiny(text))
         throw wrongUsage("'" + text + "' is too small for real");
     if (error != std::errc() || !std::isfinite(number))
@@ -303,7 +299,7 @@ std::optional<Value> wholeValue(std::int64_t number, const Type& type)
     return std::optional<Value>(std::in_place, number);
 }
 
-Value parseValue(const std::string& text, const Type& type)
+Value parseValue(const std::string& text, const Type& type, Negatives negatives)
 {
     switch (type.kind) {
     case TypeKind::Bool:
@@ -313,7 +309,7 @@ Value parseValue(const std::string& text, const Type& type)
     case TypeKind::String:
         return parseString(text, type);
     default:
-        return parseWhole(text, type);
+        return parseWhole(text, type, negatives);
     }
 }
 

@@ -65,12 +65,19 @@ enum class Notation {
     Hexadecimal, ///< as many digits as the type has: 0x000C
 };
 
+/// What a typed negative number fits.
+enum class Negatives {
+    InTwosComplement, ///< types without a sign too, when they have enough bits
+    OfSignedTypes,    ///< of the types that are numbers, only those with a sign
+};
+
 /// A value from what a person typed. Throws a Failure (WrongUsage) that says what to type.
 ///
-/// Whole numbers are decimal or in 0x form, with a minus sign or without. Negative ones fit a type
-/// without a sign when they do so in two's complement, and 0x forms fit a type with a sign when
-/// they have no more bits. Bools are 0, 1, true or false. A string is taken as it stands.
-Value parseValue(const std::string& text, const Type& type);
+/// Whole numbers are decimal or in 0x form, with a minus sign or without; 0x forms fit a type with
+/// a sign when they have no more bits. Bools are 0, 1, true or false. A string is taken as it
+/// stands.
+Value parseValue(const std::string& text, const Type& type,
+                 Negatives negatives = Negatives::InTwosComplement);
 
 /// A whole number as a value of the type, or nothing when it does not fit. Not for reals and
 /// strings.

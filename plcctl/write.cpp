@@ -58,8 +58,8 @@ int write(const WriteOptions& options)
     const bench::Recipe recipe = recipeFor(options, bench.names());
     // What can't be written as a whole is refused before the port is opened.
     bench::check(recipe, bench.driver().blocks());
-    for (const std::string& rounding : bench::roundings(recipe))
-        note(rounding);
+    for (const std::string& alteration : bench::alterations(recipe))
+        note(alteration);
     bench::Session& session = bench.session();
     bench::write(session, recipe);
     if (options.verify)

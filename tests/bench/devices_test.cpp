@@ -92,6 +92,15 @@ TEST(Devices, AreRefusedWithAdvice)
         EXPECT_EQ(said.substr(0, std::string(row.refusal).size()), row.refusal) << row.text;
     }
     EXPECT_NE(tests::refusal([&] { devices.parse("DM1..DM3"); }), "");
+
+    QString error;
+    const auto readOnly =
+        tests::describe(R"({"protocol": "none", "devices": [{"letters": "W", "name": "state",
+        "numbers": "decimal", "holds": "word", "type": "uint", "read": ["word"], "write": []}]})",
+                        &error);
+    ASSERT_TRUE(readOnly) << qPrintable(error);
+    EXPECT_STREQ(notServed(Devices(*readOnly).parse("W5"), Direction::Write).what(),
+                 "W5 can't be written");
 }
 
 TEST(Devices, NeedTypesWhereThereAreNoAreas)

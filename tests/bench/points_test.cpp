@@ -64,6 +64,7 @@ TEST(Points, AreWrittenWithinTheirLimits)
         {"DM1:int", 0.2, "80.5", "p: 80.5 (rounded to 80.6) is above its maximum, 80.5 bar"},
         {"DM1:int", 0.0001, "80", "p: 80 does not fit int with a factor of 0.0001"},
         {"DM1:int", 0.1, "21,3", "'21,3' is not a number; write 21.5 or -5"},
+        {"DM1:uint", 1, "-5", "'-5' does not fit uint: 0 to 65535"},
         {"DM1:real", 1, "80.5", "80.5"},
         {"DM1:real", 0.1, "80.5", "805"},
         {"DM1:string4", 1, "AB", "AB"},

@@ -51,9 +51,12 @@ TEST(Recipe, TellsWhatIsWrittenInsteadWithAllDigits)
     tag.scale.factor = 0.1;
     tag.decimals = 0;
     const std::vector<Point> tags = {tag};
-    EXPECT_EQ(roundings(recipeOf("a", {"1.26"}, {tags, devices})),
+    EXPECT_EQ(alterations(recipeOf("a", {"1.26"}, {tags, devices})),
               std::vector<std::string>{"a: 1.26 is rounded to 1.3"});
-    EXPECT_TRUE(roundings(recipeOf("a", {"1.3"}, {tags, devices})).empty());
+    EXPECT_TRUE(alterations(recipeOf("a", {"1.3"}, {tags, devices})).empty());
+    EXPECT_EQ(alterations(recipeOf("T5", {"-5"}, {tags, devices})),
+              std::vector<std::string>{"T5: -5 is written as 4294967291"});
+    EXPECT_TRUE(alterations(recipeOf("DM5:int", {"-5"}, {tags, devices})).empty());
 }
 
 } // namespace

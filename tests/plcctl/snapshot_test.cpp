@@ -222,11 +222,11 @@ TEST(Restore, RefusesBeforeAnythingIsWritten)
         const char* error;
     } rows[] = {
         {"DM0 1\nHR5 1\n", "a.txt, line 2: there is no area 'HR'"},
-        {"DM0 x\n", "a.txt, line 1: 'x' is not a number"},
+        {"DM0 x\n", "a.txt, line 1: 'x' is not a whole number"},
         {"DM0:byte 1\n", "the rest of DM0 would be cleared"},
         {"\xEF\xBB\xBF"
          "DM0 x\n",
-         "a.txt, line 1: 'x' is not a number"},
+         "a.txt, line 1: 'x' is not a whole number"},
         {"\xEF\xBB\xBF# driver: Modbus RTU\nC0:bool 1 0 1 1\n", "a dump of the driver Modbus RTU"},
         {"# DM0:uint..DM9:uint not read: no reply\n", "it has no values"},
         {"CTC0 1\n", "nothing in "},
