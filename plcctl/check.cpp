@@ -71,8 +71,8 @@ void printVerdict(const bench::LineRecord& record, const bench::LineVerdict& ver
     if (!verdict.advice.empty())
         std::printf("%s\n", wrapped(verdict.advice, TerminalWidth).c_str());
     if (verdict.advisedTimeout.count() > 0)
-        std::printf("a time-out of %d ms will do: -o %d\n", int(verdict.advisedTimeout.count()),
-                    int(verdict.advisedTimeout.count()));
+        std::printf("a time-out of %d ms will do: --timeout %d\n",
+                    int(verdict.advisedTimeout.count()), int(verdict.advisedTimeout.count()));
 }
 
 int check(const CheckOptions& options)
@@ -105,7 +105,8 @@ void addCheckCommand(CLI::App& app, int& status)
         ->add_option_function<std::string>(
             "--for",
             [options](const std::string& text) { options->forMs = parseDurationMs("--for", text); },
-            "Time before it ends, such as 60s or 5m (default: 10s)")
+            "Time before it ends, such as 60s or 5m; the read under way is finished (default: "
+            "10s)")
         ->excludes(count)
         ->type_name("TIME");
     addFormatOption(*command, options->format, {"table", "json"});

@@ -98,7 +98,9 @@ int diff(const DiffOptions& options)
         found = bench::differences(left.values, current.readings);
     }
     print(found, options.format);
-    if (status == Success && !found.empty())
+    if (status == Success && found.empty())
+        note("no differences in " + counted(left.values.size(), "value"));
+    else if (status == Success)
         status = bench::exitStatus(bench::FailureKind::Different);
     return status;
 }

@@ -89,7 +89,11 @@ void addWriteCommand(CLI::App& app, int& status)
     command->add_flag("--verify", options->verify,
                       "Read the values back; exit status 6 when one differs");
     addBenchOptions(*command, options->bench);
-    command->footer(R"(Examples:
+    command->footer(
+        R"(The limits of a tag hold for its name. A value for its device, such as DM101, is
+not compared with them.
+
+Examples:
   plcctl write DM100 12 2 -p /dev/ttyUSB0          DM100 = 12, DM101 = 2
   plcctl write DM100:dint -100000 -p /dev/ttyUSB0
   plcctl write MR500 1 0 1 -p tcp:192.168.0.10

@@ -82,7 +82,7 @@ TEST(Snapshot, OfAControllerIsRestoredToIt)
         {"Restored", "restore --yes", 0, "",
          "2 values written and read back\nplcctl: 5 already the same\n"},
         {"NothingToChange", "restore --dry-run", 0, "", "nothing to write"},
-        {"Same", "diff", 0, "", ""},
+        {"Same", "diff", 0, "", "no differences in 8 values"},
         {"NothingLeft", "restore --yes", 0, "", "nothing to write"},
         {"All", "restore --yes --all", 0, "", "7 values written"},
     };
