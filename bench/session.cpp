@@ -8,7 +8,6 @@
 #include <QVariant>
 
 #include <algorithm>
-#include <set>
 
 namespace bench
 {
@@ -19,7 +18,6 @@ namespace
 using Clock = std::chrono::steady_clock;
 
 /// Hands all calls on and reports each attempt that failed: after it, drivers ask for retries.
-/// Notes whether an attempt sent two commands of one kind: the data were too long for one.
 class AttemptsPort : public AbstractDeviceInterface
 {
 public:
@@ -29,30 +27,18 @@ public:
     {
     }
     int read(char* buffer, int maxLength) override { return m_port.read(buffer, maxLength); }
-    int write(const char* data, int length) override
-    {
-        constexpr int KindLength = 2; // of a command's name, or a station and a function code
-        const bool isNew =
-            m_kinds.insert(QByteArray(data, std::clamp(length, 0, KindLength))).second;
-        m_hasSeveralCommands = m_hasSeveralCommands || !isNew;
-        return m_port.write(data, length);
-    }
+    int write(const char* data, int length) override { return m_port.write(data, length); }
     void setOption(int option, const QVariant& value) override { m_port.setOption(option, value); }
     int retry() override
     {
         m_onFailedAttempt();
-        m_kinds.clear();
         return m_port.retry();
     }
     int delay() override { return m_port.delay(); }
 
-    bool hasSeveralCommands() const { return m_hasSeveralCommands; }
-
 private:
     AbstractDeviceInterface& m_port;
     std::function<void()> m_onFailedAttempt;
-    std::set<QByteArray> m_kinds; ///< of commands that this attempt has sent
-    bool m_hasSeveralCommands = false;
 };
 
 Failure stopped()
@@ -67,7 +53,7 @@ Failure WriteFailure::at(const std::string& first) const
     const std::string before =
         index == 0 ? "" : " (at least " + counted(index, "value") + " written before it)";
     const std::string partly =
-        mayBePartlyWritten ? "; some of these " + counted(count, "value") + " may be written" : "";
+        count > 1 ? "; some of these " + counted(count, "value") + " may be written" : "";
     return prefixed(firstAndMore(first, count) + ": ").with(before + partly);
 }
 
@@ -121,20 +107,18 @@ void Session::write(const std::vector<TypedDevice>& devices, const std::vector<V
 {
     for (const WriteRequest& request : planWrites(devices, values, m_driver.blocks())) {
         const TypedDevice& first = devices[request.indices.front()];
-        bool isPartly = false;
-        const auto send = [&](AbstractDeviceInterface& port) {
+        const auto failure = perform(first, Direction::Write, [&](AbstractDeviceInterface& port) {
             return m_driver.object().write(&port, request.command, request.data);
-        };
-        const auto failure = perform(first, Direction::Write, send, &isPartly);
+        });
         if (failure)
-            throw WriteFailure(*failure, request.indices.front(), request.indices.size(), isPartly);
+            throw WriteFailure(*failure, request.indices.front(), request.indices.size());
     }
 }
 
 /// request  bool(AbstractDeviceInterface&): false when the driver served nothing
 template <typename Request>
 std::optional<Failure> Session::perform(const TypedDevice& first, Direction direction,
-                                        Request request, bool* hasSeveralCommands)
+                                        Request request)
 {
     if (isStopped && isStopped())
         return stopped();
@@ -142,8 +126,6 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
     AttemptsPort port(m_port, [&] { countAttempt(first, direction, record); });
     const Clock::time_point begin = Clock::now();
     const bool served = request(port);
-    if (hasSeveralCommands != nullptr)
-        *hasSeveralCommands = port.hasSeveralCommands();
     record.took = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
     if (isStopped && isStopped() && m_driver.object().hasError()) {
         reportCutShort(record);

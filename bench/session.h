@@ -20,11 +20,10 @@ namespace bench
 /// A request to write that failed. What comes before it in the list is written; a driver that cuts
 /// requests into commands may have written some of the request, too.
 struct WriteFailure : Failure {
-    WriteFailure(const Failure& failure, std::size_t place, std::size_t devices, bool isPartly)
+    WriteFailure(const Failure& failure, std::size_t place, std::size_t devices)
         : Failure(failure)
         , index(place)
         , count(devices)
-        , mayBePartlyWritten(isPartly)
     {
     }
 
@@ -35,8 +34,6 @@ struct WriteFailure : Failure {
 
     std::size_t index; ///< the place of the request's first device in the list
     std::size_t count; ///< devices of the request
-
-    bool mayBePartlyWritten; ///< the request took several commands; some may have succeeded
 };
 
 class Session
@@ -85,8 +82,7 @@ private:
     std::optional<Failure> ask(const ReadRequest& request, const TypedDevice& first,
                                QByteArray* answer);
     template <typename Request>
-    std::optional<Failure> perform(const TypedDevice& first, Direction direction, Request request,
-                                   bool* hasSeveralCommands = nullptr);
+    std::optional<Failure> perform(const TypedDevice& first, Direction direction, Request request);
     void reportCutShort(RequestRecord& record) const;
     void countAttempt(const TypedDevice& first, Direction direction, RequestRecord& record) const;
     Failure failureOf(const TypedDevice& first, Direction direction) const;

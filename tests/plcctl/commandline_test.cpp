@@ -103,7 +103,8 @@ TEST(Outcome, OfFailures)
          "DM7: Response During an Error:E1\\r\\n\n"},
         {"WriteRefused", "write DM99999 1", 1, "", "DM99999: Response During an Error:E0\\r\\n\n"},
         {"LaterWriteRefused", "write DM0 -t int 5 6 --fault error=0@WRS", 1, "",
-         "DM0 and 1 more: Response During an Error:E0\\r\\n\n"},
+         "DM0 and 1 more: Response During an Error:E0\\r\\n; some of these 2 values may be "
+         "written\n"},
         {"LaterBitRefused", "write MR5 1 1 1 --fault error=1@ST#2-2 --retry 0", 1, "",
          "Error:E1\\r\\n; some of these 3 values may be written\n"},
         {"ReadBackRefused", "write DM5 1 2 3 --verify --fault error=0@RDS", 1, "",
