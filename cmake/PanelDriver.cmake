@@ -1,8 +1,27 @@
+# Ends with an error if the file is not a JSON object as Qt reads it.
+function(_panel_check_description file)
+    file(READ ${file} text)
+    string(JSON type ERROR_VARIABLE error TYPE "${text}")
+    if(error MATCHES "Line ([0-9]+), Column ([0-9]+)[\n ]*([^\n]*)")
+        message(FATAL_ERROR " ${file}:${CMAKE_MATCH_1}:${CMAKE_MATCH_2}: ${CMAKE_MATCH_3}")
+    elseif(NOT type STREQUAL "OBJECT")
+        message(FATAL_ERROR " ${file}:1:1: A description is a JSON object: {...}")
+    endif()
+    # CMake lets these pass; Qt does not.
+    string(REGEX REPLACE "\"([^\"\\]|\\\\.)*\"" "\"\"" text "${text}")
+    if(text MATCHES "^(.*)(,[ \t\r\n]*[]}]|/[/*])")
+        string(REGEX MATCHALL "\n" lines "\n${CMAKE_MATCH_1}")
+        list(LENGTH lines line)
+        message(FATAL_ERROR " ${file}:${line}: JSON has no comments and no comma after the last item")
+    endif()
+endfunction()
+
 # panel_add_driver(NAME SOURCES FILE... [DESCRIPTION FILE.json])
 #
 # Adds a driver plug-in, libNAME.so, built with the kit: runs moc, hides all symbols but the entry
 # points, and looks for the kit beside the plug-in first. DESCRIPTION names the JSON file that
-# PANEL_DRIVER puts into the plug-in, so that changing it rebuilds the plug-in.
+# PANEL_DRIVER puts into the plug-in, so that changing it rebuilds the plug-in; an error in it is
+# shown with its place, because moc would leave out the plug-in's entry point with a warning only.
 function(panel_add_driver name)
     cmake_parse_arguments(PARSE_ARGV 1 driver "" "DESCRIPTION" "SOURCES")
     if(NOT driver_SOURCES OR driver_UNPARSED_ARGUMENTS)
@@ -19,9 +38,10 @@ function(panel_add_driver name)
         BUILD_RPATH "\$ORIGIN"
         INSTALL_RPATH "\$ORIGIN")
     if(driver_DESCRIPTION)
-        set_property(SOURCE ${driver_SOURCES} APPEND PROPERTY
-            OBJECT_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${driver_DESCRIPTION})
-        set_property(TARGET ${name} APPEND PROPERTY
-            AUTOGEN_TARGET_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${driver_DESCRIPTION})
+        get_filename_component(description ${driver_DESCRIPTION} ABSOLUTE)
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${description})
+        _panel_check_description(${description})
+        set_property(SOURCE ${driver_SOURCES} APPEND PROPERTY OBJECT_DEPENDS ${description})
+        set_property(TARGET ${name} APPEND PROPERTY AUTOGEN_TARGET_DEPENDS ${description})
     endif()
 endfunction()
