@@ -69,11 +69,30 @@ int bytesOf(const bench::Exchange& exchange)
     return exchange.commandBytes() + exchange.replyBytes;
 }
 
-/// The bytes as text, all of them or as many as a table has room for.
+std::string hexText(const std::string& bytes)
+{
+    return host::inHex(bytes.data(), static_cast<int>(bytes.size())).toStdString();
+}
+
+bool isText(const std::string& bytes)
+{
+    return host::isText(bytes.data(), static_cast<int>(bytes.size()));
+}
+
+/// The command in a line of text, all of it or as much as a table has room for.
 std::string commandText(const std::string& bytes)
 {
+    if (!isText(bytes))
+        return hexText(bytes);
     const QString quoted = host::quoted(bytes.data(), static_cast<int>(bytes.size()));
     return quoted.mid(1, quoted.size() - 2).toStdString();
+}
+
+/// JSON has escapes of its own.
+std::string commandForJson(const std::string& bytes)
+{
+    return isText(bytes) ? QString::fromLatin1(bytes.data(), int(bytes.size())).toStdString()
+                         : hexText(bytes);
 }
 
 std::string shortText(const std::string& bytes)
@@ -98,7 +117,7 @@ Table emptyTable()
 std::string leftOutText(const bench::ShortRow& row)
 {
     if (row.period == 0)
-        return "… " + counted(std::size_t(row.leftOut), "more request") + " of the same length";
+        return "… " + counted(std::size_t(row.leftOut), "more request") + " as long";
     return "… " + std::to_string(row.leftOut) + " more like " +
            (row.period == 1 ? "it" : "these " + std::to_string(row.period));
 }
@@ -164,7 +183,7 @@ Json jsonOf(const Requests& requests, const host::LineSettings& line)
     for (const bench::ExplainedRequest& request : requests) {
         Json exchanges = Json::array();
         for (const bench::Exchange& exchange : request)
-            exchanges.push_back({{"command", commandText(exchange.command)},
+            exchanges.push_back({{"command", commandForJson(exchange.command)},
                                  {"bytesOut", exchange.commandBytes()},
                                  {"bytesIn", exchange.replyBytes},
                                  {"lineMs", inMs(bench::timeOnLine(bytesOf(exchange), line))}});
@@ -230,7 +249,8 @@ void addExplainCommand(CLI::App& app, int& status)
     command->footer(
         R"(The driver makes its requests as usual, the built-in simulated controller
 answers, and the bytes are counted. Times are those of the bytes alone: what
-controller and adapter take comes on top. csv and json list every command.
+controller and adapter take comes on top. csv and json list every command; one
+that isn't text is shown as hexadecimal bytes.
 
 Examples:
   plcctl explain read DM0 -c 5000 --line RS232,9600,EVEN,8,1

@@ -1,5 +1,6 @@
 #include "simulator/channel.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -120,23 +121,43 @@ void Channel::sent(size_t count, TimeMs now)
 namespace
 {
 
+bool isText(char byte)
+{
+    return (byte >= ' ' && byte <= '~') || byte == '\r' || byte == '\n';
+}
+
 std::string printable(char byte)
 {
     if (byte == '\r')
         return "\\r";
     if (byte == '\n')
         return "\\n";
-    if (byte >= ' ' && byte <= '~')
+    if (isText(byte))
         return std::string(1, byte);
     char code[8];
     std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned char>(byte));
     return code;
 }
 
+std::string hexadecimal(std::string_view bytes)
+{
+    std::string text;
+    char code[8];
+    for (char byte : bytes) {
+        std::snprintf(code, sizeof code, "%s%02X", text.empty() ? "" : " ",
+                      static_cast<unsigned char>(byte));
+        text += code;
+    }
+    return text;
+}
+
 } // namespace
 
 std::string printable(std::string_view bytes)
 {
+    const auto texts = static_cast<size_t>(std::count_if(bytes.begin(), bytes.end(), isText));
+    if (texts * 2 < bytes.size())
+        return hexadecimal(bytes);
     std::string text;
     for (char byte : bytes)
         text += printable(byte);

@@ -73,7 +73,8 @@ private:
     size_t m_pieceSent = 0;     ///< bytes of it that were sent, and are no longer in it
 };
 
-/// Bytes as text that can be printed: "\r", "\n", and "\x00" for what cannot be printed.
+/// Bytes as text that can be printed: "\r", "\n", and "\x00" for what cannot be printed. Where that
+/// is most of them, all are written as hexadecimal digits: "01 03 00 FA".
 std::string printable(std::string_view bytes);
 
 } // namespace simulator

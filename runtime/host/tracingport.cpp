@@ -3,6 +3,8 @@
 #include <QElapsedTimer>
 #include <QVariant>
 
+#include <algorithm>
+
 namespace host
 {
 
@@ -14,6 +16,11 @@ TracingPort::Clock clockFromNow()
     QElapsedTimer timer;
     timer.start();
     return [timer] { return timer.nsecsElapsed() / 1000; };
+}
+
+bool isPrintable(char byte)
+{
+    return byte >= 0x20 && byte < 0x7f;
 }
 
 QString escaped(char byte)
@@ -30,13 +37,30 @@ QString escaped(char byte)
     case '\\':
         return QStringLiteral("\\\\");
     }
-    const uchar value = static_cast<uchar>(byte);
-    if (value >= 0x20 && value < 0x7f)
+    if (isPrintable(byte))
         return QString(QLatin1Char(byte));
-    return QStringLiteral("\\x%1").arg(value, 2, 16, QLatin1Char('0'));
+    return QStringLiteral("\\x%1").arg(static_cast<uchar>(byte), 2, 16, QLatin1Char('0'));
+}
+
+QString shown(const char* data, int length)
+{
+    return isText(data, length) ? quoted(data, length) : inHex(data, length);
 }
 
 } // namespace
+
+bool isText(const char* data, int length)
+{
+    const auto count = std::count_if(data, data + length, [](char byte) {
+        return isPrintable(byte) || byte == '\r' || byte == '\n' || byte == '\t';
+    });
+    return count * 2 >= length;
+}
+
+QString inHex(const char* data, int length)
+{
+    return QString::fromLatin1(QByteArray(data, length).toHex(' ').toUpper());
+}
 
 QString quoted(const char* data, int length)
 {
@@ -65,14 +89,17 @@ int TracingPort::read(char* buffer, int maxLength)
     trace(QStringLiteral("read %1 -> %2  %3")
               .arg(maxLength)
               .arg(count)
-              .arg(quoted(buffer, qBound(0, count, qMax(0, maxLength)))));
+              .arg(shown(buffer, qBound(0, count, qMax(0, maxLength)))));
     return count;
 }
 
 int TracingPort::write(const char* data, int length)
 {
     const int count = m_port.write(data, length);
-    trace(QStringLiteral("write %1 -> %2  %3").arg(length).arg(count).arg(quoted(data, length)));
+    trace(QStringLiteral("write %1 -> %2  %3")
+              .arg(length)
+              .arg(count)
+              .arg(shown(data, qMax(0, length))));
     return count;
 }
 

@@ -18,6 +18,8 @@ public:
     /// Receives one line without a line end, such as
     ///     +12.345 ms  write 15 -> 15  "RDS DM00100 2\r\n"
     ///     +20.118 ms  read 4 -> 4  "0001"
+    /// and with hexadecimal digits for what isn't text
+    ///     +12.345 ms  write 8 -> 8  01 03 00 FA 00 32 E4 2E
     ///     +20.230 ms  setOption 12 0
     /// The stamp is the moment at which the call returned, counted from the trace's beginning.
     using Sink = std::function<void(const QString& line)>;
@@ -44,9 +46,16 @@ private:
     qint64 m_startUs;
 };
 
+/// Whether bytes are to be shown as text: at least half of them are printable ASCII or line ends,
+/// so that a garbled reply still is. No bytes are text.
+bool isText(const char* data, int length);
+
 /// Bytes as text between double quotes: printable ASCII as it is, \r \n \t \" \\ for these
 /// five, \xNN for everything else.
 QString quoted(const char* data, int length);
+
+/// Bytes as hexadecimal digits: 01 03 00 FA.
+QString inHex(const char* data, int length);
 
 } // namespace host
 

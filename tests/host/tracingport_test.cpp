@@ -38,6 +38,8 @@ TEST(TracingPort, TellsEveryCallWithItsTime)
     traced.setOption(12, QVariant(0));
     nowUs += 12345;
     EXPECT_EQ(traced.write("RDS DM00100 2\r\n", 15), 14);
+    EXPECT_EQ(traced.write("\x01\x03\x00\xFA\x00\x32\xE4.", 8), 7);
+    EXPECT_EQ(traced.write("001\xB0\r\n", 6), 5); // a garbled text
     EXPECT_EQ(traced.read(buffer, 4), 2);
     EXPECT_EQ(traced.retry(), 3);
 
@@ -47,6 +49,8 @@ TEST(TracingPort, TellsEveryCallWithItsTime)
                          "+0.000 ms  delay -> 7",
                          "+0.000 ms  setOption 12 0",
                          "+12.345 ms  write 15 -> 14  \"RDS DM00100 2\\r\\n\"",
+                         "+12.345 ms  write 8 -> 7  01 03 00 FA 00 32 E4 2E",
+                         "+12.345 ms  write 6 -> 5  \"001\\xb0\\r\\n\"",
                          "+12.345 ms  read 4 -> 2  \"CC\"",
                          "+12.345 ms  retry -> 3",
                      }));

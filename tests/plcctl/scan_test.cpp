@@ -64,7 +64,10 @@ TEST(Explain, ShowsAShortTableAndTheWholeInJson)
     EXPECT_NE(table.out.find("… 4 more like these 3\n"), std::string::npos) << table.out;
     const auto json = nlohmann::json::parse(plcctl("explain write MR0 1 0 1 1 1 -f json").out);
     EXPECT_EQ(json.at("requests").at(0).size(), 15U);
+    EXPECT_EQ(json.at("requests").at(0).at(0).at("command"), "CR\r\n");
     EXPECT_EQ(json.at("totals").at("leastTimeoutMs"), 19);
+    const Result binary = plcctl("explain read HR250 -c 50 --driver " MODBUS_DRIVER);
+    EXPECT_NE(binary.out.find("  01 03 00 FA 00 32 E4 2E  "), std::string::npos) << binary.out;
     const struct {
         const char* arguments;
         int status;
