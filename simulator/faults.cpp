@@ -16,7 +16,7 @@ const char* const FaultHelp =
     "  late=TIME       the reply is sent after TIME, such as 700ms or 2s\n"
     "  dribble[=TIME]  the reply is sent byte by byte, each after TIME (2ms)\n"
     "  cut[=K]         only the first K bytes of the reply are sent\n"
-    "  garble[=K]      byte K of the reply, counted from 0, has its top bit inverted\n"
+    "  garble[=K]      the top bit of byte K, counted from 0, is inverted\n"
     "  nul[=K]         byte K of the reply is a NUL\n"
     "  error[=CODE]    the command is refused with this error code (1)\n"
     "  silent          no reply is sent\n"
@@ -26,9 +26,10 @@ const char* const FaultHelp =
     "  :SHARE          of these, only this share, 0 to 1, chosen at random\n"
     "\n"
     "Without a K the place is random; a K beyond the reply means its last byte. A\n"
-    "reply has at most one fault: shares add up from left to right, and where they do\n"
-    "not reach 1 the rest is answered correctly. All random choices follow from the\n"
-    "seed: the same plan, seed and commands give the same faults.\n";
+    "reply has at most one fault: shares add up from left to right, to 1 at most. A\n"
+    "fault without a share takes all that is left; without one, what is left is\n"
+    "answered correctly. All random choices follow from the seed: the same plan, seed\n"
+    "and commands give the same faults.\n";
 
 namespace
 {
@@ -189,6 +190,21 @@ bool concerns(const FaultRule& rule, std::string_view command)
     return rule.command.empty() || rule.command == command;
 }
 
+/// What the given shares of all replies to a command add up to; faults of a few replies, and those
+/// that take what others leave, don't count.
+template <typename Rules>
+double shareOf(const Rules& rules, std::string_view command)
+{
+    double sum = 0;
+    for (const auto& counted : rules) {
+        const FaultRule& rule = counted.rule;
+        const bool isOfAll = rule.firstReply == 1 && rule.lastReply == UINT32_MAX;
+        if (isOfAll && rule.share < 1 && concerns(rule, command))
+            sum += rule.share;
+    }
+    return sum;
+}
+
 /// The place among `size` bytes, 1 or more, where the fault applies.
 size_t placeIn(size_t size, const Fault& fault)
 {
@@ -242,6 +258,13 @@ std::optional<FaultPlan> FaultPlan::parse(std::string_view text, uint32_t seed,
             return std::nullopt;
         }
         plan.m_rules.push_back(counted);
+    }
+    constexpr double Rounding = 1e-9;
+    for (std::string_view command : commands.names) {
+        if (shareOf(plan.m_rules, command) <= 1 + Rounding)
+            continue;
+        why = "the shares of faults that the same reply can have add up to more than 1";
+        return std::nullopt;
     }
     return plan;
 }

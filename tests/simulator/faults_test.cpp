@@ -41,6 +41,7 @@ TEST(FaultPlan, AffectsTheRepliesThatItNames)
         {"dribble@ST,error@RS", "ST RS", "dribble=2ms error=1"},
         {"garble=2@RDS:1,nul@CQ:0", "RDS CQ", "garble=2 -"},
         {"silent:0,cut:0.5,garble:0.5", "CR", "garble"},
+        {"silent@CR:0.7,cut@RDS:0.7,nul", "CQ", "nul"},
     };
     for (const auto& row : rows) {
         // 4 is a seed whose first random number lies in the upper half.
@@ -62,6 +63,7 @@ TEST(FaultPlan, NamesTheBadWord)
         {"cut@RDX", "bad fault \"cut@RDX\": \"RDX\" is not a command; choose CR, CQ, RDS"},
         {"cut#3-2", "bad fault \"cut#3-2\": \"3-2\" is neither a number of replies"},
         {"cut:nan", "bad fault \"cut:nan\": \"nan\" is not a share from 0 to 1"},
+        {"silent:0.7,cut@WRS:0.7", "the shares of faults that the same reply"},
         {"cut:0.5@RDS", "bad fault \"cut:0.5@RDS\": \"0.5@RDS\" is not a share from 0 to 1"},
     };
     for (const auto& row : rows) {
