@@ -37,6 +37,9 @@ const std::array<const char*, ColumnCount> ColumnNames = {
 
 constexpr int MaxDecimals = 9;
 
+/// As many as the largest whole number of a type has.
+constexpr int RangeDigits = 10;
+
 /// As people mark cells, and as spreadsheets of several languages write what is true or false.
 const std::set<std::string> yesWords = {"yes", "y",  "x",    "1",         "true", "ja",  "oui",
                                         "si",  "sì", "wahr", "verdadero", "vrai", "vero"};
@@ -253,8 +256,35 @@ private:
         tag.max = number(MaxColumn);
         if (tag.min && tag.max && *tag.min > *tag.max)
             problem(MinColumn, "the minimum is above the maximum");
+        requireInRange(MinColumn, tag.min, tag);
+        requireInRange(MaxColumn, tag.max, tag);
         if ((tag.min || tag.max) && tag.device.type.kind == TypeKind::String)
             problem(tag.min ? MinColumn : MaxColumn, "a string has no limits");
+    }
+
+    /// Refuses a limit that no value of the type comes to. Half a step is lost in rounding.
+    void requireInRange(Column column, const std::optional<double>& limit, const Point& tag)
+    {
+        const Type& type = tag.device.type;
+        const bool isKnown = !tag.device.name.empty(); // else that is the problem
+        if (!limit || !isKnown || !(isWhole(type) || type.kind == TypeKind::Bool))
+            return;
+        const auto scaled = [&](std::int64_t number) {
+            return double(number) * tag.scale.factor + tag.scale.offset;
+        };
+        const auto [low, high] = std::minmax({scaled(leastOf(type)), scaled(greatestOf(type))});
+        const double tolerance = std::fabs(tag.scale.factor) / 2;
+        if (*limit < low - tolerance || *limit > high + tolerance)
+            problem(column, "'" + text(column) + "' is outside of what " + aTypeOf(tag) +
+                                " holds, " + shortText(low, RangeDigits) + " to " +
+                                shortText(high, RangeDigits));
+    }
+
+    static std::string aTypeOf(const Point& tag)
+    {
+        const std::string name = nameOf(tag.device.type);
+        return (name == "int" ? "an " : "a ") + name +
+               (tag.scale.isPlain() ? "" : " of this scale");
     }
 
     std::optional<int> decimals()

@@ -31,23 +31,24 @@ std::string scaleText(const bench::Scale& scale)
     return "x " + numberText(scale.factor) + (scale.offset == 0 ? "" : offset);
 }
 
-std::string limitsText(const bench::Point& tag)
+/// Whether a tag can be written, and within which limits.
+std::string writableText(const bench::Point& tag)
 {
     if (!tag.writable)
-        return "read only";
+        return "no";
     const auto text = [](const std::optional<double>& limit) {
         return limit ? numberText(*limit) : std::string();
     };
-    return tag.min || tag.max ? text(tag.min) + ".." + text(tag.max) : std::string();
+    return tag.min || tag.max ? text(tag.min) + ".." + text(tag.max) : "yes";
 }
 
 /// For people: what belongs together in one column.
 Table shortTable(const std::vector<bench::Point>& tags)
 {
-    Table table{{"name", "device", "type", "scale", "unit", "write", "comment"}, {}};
+    Table table{{"name", "device", "type", "scale", "unit", "writable", "comment"}, {}};
     for (const bench::Point& tag : tags)
         table.rows.push_back({tag.name, tag.device.name, bench::nameOf(tag.device.type),
-                              scaleText(tag.scale), tag.unit, limitsText(tag), tag.comment});
+                              scaleText(tag.scale), tag.unit, writableText(tag), tag.comment});
     return table;
 }
 
