@@ -57,6 +57,15 @@ std::vector<const CLI::Option*> optionsOf(const CLI::App& command, const std::st
     return members;
 }
 
+std::vector<const CLI::Option*> requiredOptionsOf(const CLI::App& command)
+{
+    std::vector<const CLI::Option*> required;
+    for (const CLI::Option* option : optionsOf(command))
+        if (option->get_required())
+            required.push_back(option);
+    return required;
+}
+
 std::vector<std::string> namesToType(const CLI::Option& option)
 {
     std::vector<std::string> names;
@@ -97,6 +106,19 @@ try {
 HelpFormatter::HelpFormatter()
 {
     column_width(NameWidth);
+}
+
+std::string HelpFormatter::make_usage(const CLI::App* app, std::string name) const
+{
+    const std::string options = "[OPTIONS]";
+    std::string text = CLI::Formatter::make_usage(app, name);
+    std::size_t end = text.find(options) + options.size();
+    for (const CLI::Option* option : requiredOptionsOf(*app)) {
+        const std::string word = " " + namesToType(*option).back() + " " + option->get_type_name();
+        text.insert(end, word);
+        end += word.size();
+    }
+    return text;
 }
 
 std::string HelpFormatter::make_option_opts(const CLI::Option* option) const

@@ -19,6 +19,9 @@ std::vector<const CLI::Option*> argumentsOf(const CLI::App& command);
 std::vector<const CLI::Option*> optionsOf(const CLI::App& command);
 std::vector<const CLI::Option*> optionsOf(const CLI::App& command, const std::string& group);
 
+/// Those that can't be left out.
+std::vector<const CLI::Option*> requiredOptionsOf(const CLI::App& command);
+
 /// The names of an option with their hyphens, the short ones first.
 std::vector<std::string> namesToType(const CLI::Option& option);
 
@@ -35,6 +38,7 @@ class HelpFormatter : public CLI::Formatter
 {
 public:
     HelpFormatter();
+    std::string make_usage(const CLI::App* app, std::string name) const override;
     std::string make_option_opts(const CLI::Option* option) const override;
     std::string make_option_usage(const CLI::Option* option) const override;
     std::string make_option_desc(const CLI::Option* option) const override;

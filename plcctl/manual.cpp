@@ -216,13 +216,15 @@ void addName(Page& page, const CLI::App& program, const CLI::App& command)
 
 void addSynopsis(Page& page, const CLI::App& program, const CLI::App& command)
 {
-    std::string text = bold(invocationOf(program, command));
+    std::string text = bold(invocationOf(program, command)) + " [" + italic("OPTIONS") + "]";
+    for (const CLI::Option* option : requiredOptionsOf(command))
+        text += " " + bold(namesToType(*option).back()) + " " + italic(option->get_type_name());
     if (&command == &program)
         text += " " + italic("SUBCOMMAND");
     for (const CLI::Option* argument : argumentsOf(command))
         text += " " + argumentText(*argument);
     page.macro("SH", "SYNOPSIS");
-    page.line(text + " [" + italic("OPTION") + "]...");
+    page.line(text);
 }
 
 void addDescription(Page& page, const CLI::App& command, const Footer& footer)
@@ -298,7 +300,9 @@ std::string manPage(const CLI::App& program, const CLI::App& command)
     Page page;
     page.macro("TH", roff(upper(fileNameOf(program, command))) + " 1 \"\" \"" +
                          roff(program.version()) + "\" \"User Commands\"");
-    page.macro("nh"); // names of devices and options stay whole
+    // Names of devices and options stay whole. groff hyphenates again after a heading, as HY says.
+    page.macro("nr", "HY 0");
+    page.macro("nh");
     page.macro("ad", "l");
     addName(page, program, command);
     addSynopsis(page, program, command);
@@ -323,7 +327,7 @@ void writeManPages(const CLI::App& program, const std::string& directory)
         std::ofstream file(name);
         file << manPage(program, *command) << std::flush;
         if (!file)
-            throw bench::Failure(bench::FailureKind::CannotOpen, "cannot write " + name);
+            throw bench::Failure(bench::FailureKind::CannotOpen, "can't write " + name);
     }
 }
 

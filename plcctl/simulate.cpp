@@ -137,7 +137,7 @@ Examples:
   plcctl simulate --pty /tmp/plc --line RS232,19200,EVEN,8,1
   plcctl scan DM0 -p /tmp/plc                   in another terminal
   plcctl simulate --tcp 8501 --fault late=700ms:0.2 --seed 7 -v
-  plcctl simulate --protocol modbusrtu --move HR5=sine:0..4000/1s --baud 9600
+  plcctl simulate --protocol modbusrtu --move HR5=sine:0..90/1s --baud 9600
 
 )") + simulator::MotionHelp +
            "\n" + simulator::FaultHelp + "\nCommands and error codes:\n\n" + bench::commandsHelp() +

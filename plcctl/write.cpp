@@ -97,7 +97,7 @@ Examples:
   plcctl write DM100 12 2 -p /dev/ttyUSB0          DM100 = 12, DM101 = 2
   plcctl write DM100:dint -100000 -p /dev/ttyUSB0
   plcctl write MR500 1 0 1 -p tcp:192.168.0.10
-  plcctl write boiler.setpoint 21.5 --tags plant.csv --verify -p /dev/ttyUSB0
+  plcctl write boiler.setpoint 21.5 --tags plant.csv --verify -p /dev/ttyS0
   plcctl write --from recipe.txt -p /dev/ttyUSB0)");
     command->callback([options, &status] { status = write(*options); });
 }
