@@ -343,7 +343,7 @@ Place Devices::placeOf(const std::string& text) const
     if (place.area == nullptr)
         throw unknownArea(symbol, m_description);
     if (number.empty())
-        throw wrongUsage("'" + text + "' is half a device: its number is missing",
+        throw wrongUsage("'" + text + "' has no number",
                          "Type " + exampleDevice(*place.area) + ", for example.");
     checkNumber(*place.area, std::stoll(number), upper(text));
     place.position = positionOf(std::stoll(number), place.area->numbering);

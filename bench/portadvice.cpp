@@ -23,14 +23,28 @@ namespace
 
 constexpr std::size_t MostPortsListed = 8;
 
+/// Empty if there are none.
 std::string portsThereAre()
 {
     std::vector<std::string> devices;
     for (const SerialPort& port : serialPorts())
         devices.push_back(port.device);
-    if (devices.empty())
-        return "This machine has no serial port. Is the adapter plugged in?";
-    return "Serial ports of this machine: " + listed(devices, MostPortsListed) + ".";
+    return devices.empty()
+               ? ""
+               : "Serial ports of this machine: " + listed(devices, MostPortsListed) + ".";
+}
+
+std::string noSuchPort()
+{
+    const std::string ports = portsThereAre();
+    return ports.empty() ? "This machine has no serial port. Is the adapter plugged in?" : ports;
+}
+
+/// For what could not even be opened; else the failure's text says so itself.
+std::string noSerialDevice()
+{
+    const std::string ports = portsThereAre();
+    return "It is not a serial device." + (ports.empty() ? "" : " " + ports);
 }
 
 /// A name without a slash is one of the devices in /dev, and not the file of that name here.
@@ -49,6 +63,11 @@ bool isOtherDevice(const struct stat& file)
         std::to_string(major(file.st_rdev)) + ":" + std::to_string(minor(file.st_rdev));
     const QFileInfo subsystem(QString::fromStdString("/sys/dev/char/" + device + "/subsystem"));
     return subsystem.exists() && QFileInfo(subsystem.symLinkTarget()).fileName() != "tty";
+}
+
+bool mayBeOpened(const std::string& path, const struct stat& file)
+{
+    return !S_ISDIR(file.st_mode) && ::eaccess(path.c_str(), R_OK | W_OK) == 0;
 }
 
 std::string whoMayOpen(const struct stat& file)
@@ -98,11 +117,11 @@ std::string portAdvice(const host::PortAddress& address)
     const std::string path = QFile::encodeName(host::devicePath(address.place)).toStdString();
     struct stat file = {};
     if (::stat(path.c_str(), &file) != 0)
-        return errno == ENOENT ? pathMeant(address.place.toStdString()) + portsThereAre()
+        return errno == ENOENT ? pathMeant(address.place.toStdString()) + noSuchPort()
                                : std::string();
     if (!S_ISCHR(file.st_mode) || isOtherDevice(file))
-        return portsThereAre();
-    if (::eaccess(path.c_str(), R_OK | W_OK) != 0)
+        return mayBeOpened(path, file) ? portsThereAre() : noSerialDevice();
+    if (!mayBeOpened(path, file))
         return whoMayOpen(file);
     const std::string locker = programThatLocks(file);
     const std::string program = locker.empty() ? programUsing(path) : locker;

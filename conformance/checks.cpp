@@ -236,22 +236,20 @@ bool Checks::isServed(const Request& request)
     return false;
 }
 
-/// A line for each device, such as "D0 (read word, dword; write word)".
+/// A line for each device and direction, such as "D0 read word, dword".
 std::vector<std::string> linesOf(const std::vector<Request>& requests)
 {
     std::vector<std::string> lines;
     const Request* last = nullptr;
     for (const Request& request : requests) {
-        if (!last || request.device != last->device)
-            lines.push_back(request.device.toStdString() + " (" + request.kind());
-        else if (request.direction != last->direction)
-            lines.back() += "; " + request.kind();
-        else
+        const bool continues =
+            last && request.device == last->device && request.direction == last->direction;
+        if (continues)
             lines.back() += ", " + std::string(request.width->name);
+        else
+            lines.push_back(request.device.toStdString() + " " + request.kind());
         last = &request;
     }
-    for (std::string& line : lines)
-        line += ")";
     return lines;
 }
 

@@ -5,6 +5,7 @@
 #include "host/driverdescription.h"
 
 #include <CLI/CLI.hpp>
+#include <QFileInfo>
 
 #include <iostream>
 
@@ -71,10 +72,7 @@ int main(int argc, char** argv)
                  "paneldriver-contract");
     std::string file, word, bit;
     Choice choice;
-    app.add_option("FILE", file, "The plug-in")
-        ->required()
-        ->check(CLI::ExistingFile)
-        ->option_text(" ");
+    app.add_option("FILE", file, "The plug-in")->required()->option_text(" ");
     app.add_option("--word", word, "A device for values, such as D0")->type_name("DEVICE");
     app.add_option("--bit", bit, "A device for bits")->type_name("DEVICE");
     const auto addWidths = [&](const char* name, std::optional<QStringList>& widths,
@@ -96,6 +94,8 @@ int main(int argc, char** argv)
     }
     choice.wordDevice = QString::fromStdString(word);
     choice.bitDevice = QString::fromStdString(bit);
+    if (!QFileInfo::exists(QString::fromStdString(file)))
+        return complain("can't load driver " + file + ": no such file");
     QString error;
     const auto description = host::readDriverDescription(QString::fromStdString(file), &error);
     if (!description) {

@@ -111,10 +111,7 @@ int main(int argc, char** argv)
                  "says, and every call that the driver makes has to be the next in the story.\n"
                  "One driver object plays all stories.\n",
                  "paneldriver-play");
-    app.add_option("FILE", options.driver, "The plug-in")
-        ->required()
-        ->check(CLI::ExistingFile)
-        ->option_text(" ");
+    app.add_option("FILE", options.driver, "The plug-in")->required()->option_text(" ");
     app.add_option("STORIES", options.stories, "The stories")
         ->required()
         ->check(CLI::ExistingFile)

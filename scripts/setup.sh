@@ -112,16 +112,17 @@ install_packages() {
         fail "neither root nor sudo; as root: apt-get install ${missing[*]}"
     say "Updating apt's lists of packages"
     with_progress build/log/apt-update.log as_root apt-get "${AptOptions[@]}" update
-    say "Installing ${missing[*]} ($(size_of_download "${missing[@]}"))"
+    say "Installing $(size_of_download "${missing[@]}")"
     with_progress build/log/apt-install.log as_root env DEBIAN_FRONTEND=noninteractive \
         apt-get "${AptOptions[@]}" install -y --no-install-recommends "${missing[@]}"
 }
 
-# "12 packages, 34 MB to fetch": what installing the named ones brings.
+# "12 packages (34 MB to fetch)": what installing the named ones brings.
 size_of_download() {
     apt-get install -y --no-install-recommends --print-uris "$@" 2>/dev/null |
         awk '/^.http/ { count++; bytes += $3 }
-             END { printf "%d packages, %.0f MB to fetch", count, bytes / 1e6 }'
+             END { s = count == 1 ? "" : "s"
+                   printf "%d package%s (%.0f MB to fetch)", count, s, bytes / 1e6 }'
 }
 
 install_build_packages() {

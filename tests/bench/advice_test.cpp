@@ -83,8 +83,10 @@ TEST(PortAdvice, NamesPortsGroupsAndUsers)
     Descriptor farEnd;
     const std::string device = openPseudoTerminal(farEnd);
     EXPECT_EQ(adviceOn(device), "");
-    for (const char* none : {"/nowhere/tty", "ttyNone", "/etc/passwd"})
+    for (const char* none : {"/nowhere/tty", "ttyNone"})
         EXPECT_NE(adviceOn(none).find("erial port"), std::string::npos) << none;
+    EXPECT_EQ(adviceOn("/tmp").find("It is not a serial device."), 0U) << adviceOn("/tmp");
+    EXPECT_EQ(adviceOn("/etc/passwd").find("plugged in"), std::string::npos);
 
     const Descriptor user(::open(device.c_str(), O_RDWR | O_NOCTTY));
     EXPECT_EQ(adviceOn(device), "It is used by bench_test (" + std::to_string(getpid()) + ").");

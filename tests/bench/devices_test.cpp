@@ -58,8 +58,8 @@ TEST(Devices, AreRefusedWithAdvice)
         const char* refusal; ///< how it begins
     } rows[] = {
         {"", 1, "'' is not a device. A device is an area and a number, such as DM0."},
-        {"DM", 1, "'DM' is half a device: its number is missing. Type DM0, for example."},
-        {"T", 1, "'T' is half a device: its number is missing. Type T1, for example."},
+        {"DM", 1, "'DM' has no number. Type DM0, for example."},
+        {"T", 1, "'T' has no number. Type T1, for example."},
         {"100", 1, "'100' is not a device"},
         {"DM1x", 1, "'DM1x' is not a device"},
         {"DM-1", 1, "'DM-1' is not a device"},

@@ -41,8 +41,10 @@ void expectReported(const char* program, const Row& row)
 TEST(ContractProgram, NamesTheCheckThatFailed)
 {
     const Row rows[] = {
-        {"", "libfaulty.so --word D0", 0, "tested:  D0 (read word; write word)\n"},
-        {"", "libfaulty.so --word D0 --write none", 0, "tested:  D0 (read word)\n"},
+        {"", "libfaulty.so --word D0", 0,
+         "tested:  D0 read word\n           tested:  D0 write word\n           skipped: "},
+        {"", "libfaulty.so --word D0 --write none", 0,
+         "tested:  D0 read word\n           skipped: "},
         {"", "libfaulty.so --word D0 --read word,dword", 1, "FAILED   serves what it declares"},
         {"", "libfaulty.so --bit D0", 1, "expected: at least one width that is served"},
         {"", "libfaulty.so --word Q0", 1, "error \"invalid device address: Q0\""},
@@ -60,7 +62,7 @@ TEST(ContractProgram, NamesTheCheckThatFailed)
         {"small block", "libfaulty.so --word D0", 1, "FAILED   asks the line for a full block"},
         {"crash", "libfaulty.so --word D0", -1, "read word D0, a length of 2147483647"},
         {"stays", "libfaulty.so --word D0", 1, "FAILED   leaves memory when it is unloaded"},
-        {"", "libQt5Core.so", 2, "File does not exist"},
+        {"", "libQt5Core.so", 2, "can't load driver libQt5Core.so: no such file"},
         {"", "libstranger.so --word D0", 1, "expected: a driver plug-in"},
         {"", "libfaulty.so", 2, "name some with --word and --bit"},
         {"", "libfaulty.so --word D0 --read nibble", 2, "there is no width nibble"},
