@@ -1,5 +1,5 @@
-/* Six CRCs for drivers whose frames carry one. Plain C reads this too. Where a register starts and
- * what is done to it at the end is the caller's.
+/* Six CRCs for drivers whose frames carry one. Plain C can include this too. The start value of
+ * a register and what is done to it at the end are up to the caller.
  *
  * Each function takes the register and the next byte or bytes and returns the new register. A byte
  * counts as 0 to 255 whatever the sign of char. All may be called from several threads at once.
@@ -34,7 +34,7 @@ DRIVER_KIT_EXPORT unsigned long update_crc_32(unsigned long crc, char c);
 /* prev: the byte before c in the data, 0 for the first. */
 DRIVER_KIT_EXPORT unsigned short update_crc_sick(unsigned short crc, char c, char prev);
 
-/* The same over `length` bytes at `data`, several times as fast from some 8 bytes on. A length of 0
+/* The same over `length` bytes at `data`, several times as fast for 8 bytes or more. A length of 0
  * or less leaves the register as it is. The first call of each of the first five fills a table of 4
  * or 8 KB. */
 

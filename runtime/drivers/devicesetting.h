@@ -60,8 +60,7 @@ DRIVER_KIT_EXPORT QDataStream& operator<<(QDataStream& out, const DeviceSetting&
 
 /// Reads the stored form. A stored current index that names no entry of the list just read leaves
 /// the record's own index as it was; `auxString` is left alone. Errors show in the stream's status:
-/// of a stream that ends early the record holds what came before, socket entries that came whole
-/// included.
+/// if the stream ends early, the record holds what came before, complete socket entries included.
 DRIVER_KIT_EXPORT QDataStream& operator>>(QDataStream& in, DeviceSetting& s);
 
 #endif

@@ -4,9 +4,8 @@
 
 /// For AbstractDeviceInterface::setOption.
 enum PortOption {
-    /// With the integer 0: drop the bytes that were received and not read. A driver
-    /// sets it before a command, so that a late reply to an earlier one is not mistaken for the
-    /// next.
+    /// With the integer 0: drop the bytes that were received but not read. A driver sets it before
+    /// a command, so that a late reply to an earlier one is not mistaken for the reply to this one.
     DiscardUnreadInput = 12
 };
 

@@ -9,7 +9,7 @@
 #include <QString>
 #include <vector>
 
-/// The bytes of a frame beside a list of section sizes, one entry a section. Sections lie back to
+/// The bytes of a frame and a list of section sizes, one entry per section. Sections lie back to
 /// back from byte 0. An entry of 0 or more is a size in bytes; an entry -k says that the size is
 /// stored in the frame, as the signed number in the first four bytes of section k, least
 /// significant byte first; k may be the number of the section itself.

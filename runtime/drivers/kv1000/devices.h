@@ -22,7 +22,7 @@ enum Holds {
     Relay    ///< one bit
 };
 
-/// How a device text becomes that of the host link, beside the zeros that the number gets.
+/// How a device text is spelled for the host link, apart from the zeros added to its number.
 enum Spelling {
     AsGiven,
     WithoutFirstLetter,        ///< PCTC3 is CTC3; no zeros
@@ -51,7 +51,7 @@ struct Area {
     int bitDigits;
 };
 
-/// The first row that matches the text, which NUL ends; the last row matches every text.
+/// The first row that matches a text ended by a NUL; the last row matches every text.
 const Area& areaOf(const char* text);
 
 /// A device text taken apart, with what the table says of it. Of a text that does not fit, only the
@@ -69,18 +69,18 @@ struct Device {
     /// MaxDeviceTextLength before and after it is spelled. `wire` is empty when it can't.
     bool fits() const { return wireLength > 0; }
 
-    /// Whether bits are read as contacts. The letters of CTC must be capitals but for the first:
-    /// the bits of "cTC3" are contacts, those of "ctc3" are not.
+    /// Whether bits are read as contacts. All letters of CTC but the first must be capitals: the
+    /// bits of "cTC3" are contacts, those of "ctc3" are not.
     bool readsContacts() const;
 };
 
-/// The device that commands for values name: for PCTC3, the set value of CTC3, that is CTC3; all
-/// others are named as they are.
+/// The device that commands for values name: CTC3 for PCTC3, its set value; any other device
+/// itself.
 Device valueDevice(const Device& device);
 
 enum RunUnit { RunOfBits, RunOfValues };
 
-/// Consecutive devices from one on.
+/// A device and those that follow it.
 class DeviceRun
 {
 public:

@@ -1,5 +1,5 @@
-// Decimal digits, four at a time in one 32-bit register. A PLC reply is little else than digits, so
-// this is where a read spends its time.
+// Decimal digits, four at a time in one 32-bit register. A PLC reply is almost nothing but digits,
+// so this is where a read spends its time.
 #ifndef DRIVERS_KV1000_FOURDIGITS_H
 #define DRIVERS_KV1000_FOURDIGITS_H
 

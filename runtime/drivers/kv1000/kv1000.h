@@ -60,7 +60,7 @@ public:
     /// Sets the error flag and the text together.
     void setCommError(const QString& text);
 
-    // Link session. What returns false has left its reason in getLastError().
+    // Link session. Operations that return false have left the reason in getLastError().
 
     /// Opens the link: "CR" is answered by "CC".
     bool startComm(AbstractDeviceInterface* port);
@@ -69,7 +69,7 @@ public:
     /// Reads the first four bytes of a reply into `rxBuffer`, which the caller has zero-filled. An
     /// error reply is reported and the link closed; a short count leaves the link as it is.
     ///
-    /// buffer  names the area that receives the bytes; it is always `rxBuffer`
+    /// buffer  ignored: the bytes always go to `rxBuffer`
     /// count   receives what the port returned
     bool readMinRsp(AbstractDeviceInterface* port, char* buffer, int& count);
 

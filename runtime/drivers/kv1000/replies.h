@@ -17,10 +17,12 @@ enum { ShortReplyLength = 4 };
 /// Whether four bytes are an error reply: E, a digit, CR, LF.
 bool isErrorReply(const char* reply);
 
-/// Whether three bytes begin one, where the shortest good reply has three.
+/// Whether the first three bytes of a reply are those of an error reply. The reply of a single bit
+/// has no more.
 bool beginsErrorReply(const char* reply);
 
-/// What is taken of a data reply: items of one length, separated by blanks, ended by CR LF.
+/// How values are taken from a data reply: items of one length, separated by blanks, ended by CR
+/// LF.
 struct ReplyForm {
     int itemLength; ///< characters of an item, without the blank
     int itemBytes;  ///< that one item gives
@@ -28,7 +30,7 @@ struct ReplyForm {
     /// Checks a reply and collects its values in one pass.
     ///
     /// reply   length(count) bytes
-    /// count   items; 0 or less is answered like 1
+    /// count   items; 0 or less counts as 1
     /// values  room for itemBytes an item, at least one item; values least significant byte first.
     ///         Undefined when the reply is malformed.
     /// Returns whether the whole reply is well formed.

@@ -20,7 +20,7 @@ class ErrorState;
 ///         result = oneAttempt();
 ///     } while (attempts.again());
 ///
-/// Every attempt does the whole request anew.
+/// Every attempt makes the whole request again.
 class DRIVER_KIT_EXPORT Attempts
 {
 public:

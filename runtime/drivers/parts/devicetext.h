@@ -13,7 +13,7 @@ namespace driverkit
 /// The value of a text of 1 to 18 decimal digits; -1 for any other text.
 DRIVER_KIT_EXPORT qint64 plainNumber(const QByteArray& text);
 
-/// A small value: it allocates nothing until a text is asked of it.
+/// A small value: it allocates nothing until it is asked for a text.
 class DRIVER_KIT_EXPORT DeviceText
 {
 public:
@@ -37,8 +37,8 @@ public:
     /// Whether at least one digit follows it, and nothing else.
     bool hasNumber() const { return isPlain() && digitCount() > 0; }
 
-    /// Whether the text is of this symbol and `count` devices exist from it on, where the symbol
-    /// has `size` devices, numbered from 0.
+    /// Whether the text has this symbol and names the first of `count` devices that all exist. The
+    /// symbol has `size` devices, numbered from 0.
     bool hasDevices(const char* symbol, qint64 count, qint64 size) const;
 
     int digitCount() const { return m_length - m_symbolLength; } ///< of a plain text

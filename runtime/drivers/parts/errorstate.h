@@ -1,4 +1,4 @@
-// What a driver remembers of a failure: a flag, and a text that outlives the flag.
+// What a driver remembers about a failure: a flag, and a text that outlives the flag.
 #ifndef DRIVERS_PARTS_ERRORSTATE_H
 #define DRIVERS_PARTS_ERRORSTATE_H
 

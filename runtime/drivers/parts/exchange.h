@@ -14,7 +14,7 @@ namespace driverkit
 
 class ErrorState;
 
-/// What returns false has set the error state.
+/// Whatever returns false has set the error state.
 class DRIVER_KIT_EXPORT Exchange
 {
 public:
@@ -40,8 +40,8 @@ public:
     /// Reads exactly `length` bytes. Any other count that the port returns is "packet loss".
     bool receive(char* buffer, int length);
 
-    /// Reads the shortest reply that there is, asks how much follows, and reads that. Asking a port
-    /// for more than comes costs a whole time-out.
+    /// Reads as many bytes as the shortest reply has, asks how many follow, and reads those. Asking
+    /// a port for more bytes than arrive costs a whole time-out.
     ///
     /// buffer    room for the longest reply
     /// shortest  bytes that every reply has

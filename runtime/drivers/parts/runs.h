@@ -28,7 +28,7 @@ DRIVER_KIT_EXPORT qint64 numberAfter(qint64 number, qint64 steps, Numbering numb
 ///         ... parts.offset() ... parts.count() ...
 ///     }
 ///
-/// Each part is as large as the capacity allows. A run that fits is one part, also when it has
+/// Each part is as large as the capacity allows. A run that fits is one part, even when it has
 /// 0 devices or fewer.
 class DRIVER_KIT_EXPORT RunParts
 {
@@ -44,7 +44,7 @@ public:
 
     qint64 offset() const { return m_offset; }        ///< devices of the run before this part
     int count() const { return m_count; }             ///< devices of this part
-    qint64 end() const { return m_offset + m_count; } ///< devices of the run up to its end
+    qint64 end() const { return m_offset + m_count; } ///< devices of the run up to the part's end
 
 private:
     qint64 m_total;

@@ -10,8 +10,8 @@
 
 #include <QByteArray>
 
-// Bits of integers. A bit number at or above the width names no bit: setBit and clearBit give the
-// value back, getBit answers false.
+// Bits of integers. A bit number at or above the width names no bit: setBit and clearBit
+// return the value unchanged, getBit returns false.
 
 DRIVER_KIT_EXPORT unsigned short setBit(unsigned short value, unsigned short bit);
 DRIVER_KIT_EXPORT unsigned short clearBit(unsigned short value, unsigned short bit);
@@ -45,7 +45,7 @@ DRIVER_KIT_EXPORT unsigned NumOfBytesToNumOfQuadWords(unsigned bytes);
 
 // Whole packed arrays.
 
-/// Cuts the array, or lengthens it by zero bytes, to the bytes that nbits bits need.
+/// Truncates the array, or pads it with zero bytes, to the bytes that nbits bits need.
 DRIVER_KIT_EXPORT void FitBitArray(QByteArray& bits, int nbits);
 
 /// Clears the bits from nbits up to the end of their byte; nothing when nbits is a multiple of 8.

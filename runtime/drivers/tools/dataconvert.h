@@ -7,14 +7,14 @@
 
 #include <QByteArray>
 
-// Reading the value at the start of an array. Bytes that are missing count as 0, more are ignored.
+// Reading the value at the start of an array. Missing bytes count as 0, further ones are ignored.
 
 DRIVER_KIT_EXPORT int QByteArrayToInt(const QByteArray& bytes);             ///< 4 bytes
 DRIVER_KIT_EXPORT unsigned short QByteArrayToWord(const QByteArray& bytes); ///< 2 bytes
 DRIVER_KIT_EXPORT short QByteArrayToShort(const QByteArray& bytes); ///< 2 bytes; FF FF is -1
 DRIVER_KIT_EXPORT bool getBitData(const QByteArray& bytes);         ///< the lowest bit of byte 0
 
-// Making an array of a value, least significant byte first.
+// Making an array from a value, least significant byte first.
 
 DRIVER_KIT_EXPORT QByteArray wordToByteArray(unsigned short value); ///< 2 bytes
 DRIVER_KIT_EXPORT QByteArray shortToByteArray(short value);         ///< 2 bytes

@@ -1,4 +1,4 @@
-// What drivers ask of the operating system: a pause, a steady clock, whether a process lives.
+// What drivers ask of the operating system: a pause, a steady clock, whether a process exists.
 #ifndef DRIVERS_TOOLS_PLATFORM_H
 #define DRIVERS_TOOLS_PLATFORM_H
 

@@ -7,7 +7,7 @@
 
 #include <QByteArray>
 
-// Quad words and bit groups have no classifier; every one answers false for them.
+// Quad words and bit groups have no classifier; all return false for them.
 
 DRIVER_KIT_EXPORT bool isBitCommand(const CommunicatorCommand& command);
 DRIVER_KIT_EXPORT bool isByteCommand(const CommunicatorCommand& command);
