@@ -25,7 +25,7 @@ QFileInfo infoOf(const std::string& path)
 
 Failure cannotWrite(const std::string& path, const std::string& why)
 {
-    return Failure(FailureKind::CannotOpen, "cannot write " + path + ": " + why);
+    return Failure(FailureKind::CannotOpen, "can't write " + path + ": " + why);
 }
 
 /// A folder can't be written, and a device or a pipe would be replaced by a file.

@@ -13,7 +13,7 @@ std::string contentOf(const std::string& path)
     const QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     if (file.error() != QFileDevice::NoError)
         throw Failure(FailureKind::CannotOpen,
-                      "cannot read " + path + ": " + file.errorString().toStdString());
+                      "can't read " + path + ": " + file.errorString().toStdString());
     return content.toStdString();
 }
 

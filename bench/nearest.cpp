@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 
 namespace bench
 {
@@ -85,6 +86,26 @@ std::string counted(std::uint64_t count, const std::string& thing)
 std::string firstAndMore(const std::string& first, std::size_t count)
 {
     return first + (count > 1 ? " and " + std::to_string(count - 1) + " more" : "");
+}
+
+std::string visible(const std::string& text)
+{
+    std::string shown;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        char code[8];
+        if (c == '\r') {
+            shown += "\\r";
+        } else if (c == '\n') {
+            shown += "\\n";
+        } else if (byte < 0x20 || byte == 0x7F) {
+            std::snprintf(code, sizeof code, "\\x%02X", byte);
+            shown += code;
+        } else {
+            shown += c;
+        }
+    }
+    return shown;
 }
 
 } // namespace bench

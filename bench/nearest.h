@@ -1,4 +1,4 @@
-// Words that a person may have meant.
+// Words that a person may have meant, and texts for people.
 #ifndef BENCH_NEAREST_H
 #define BENCH_NEAREST_H
 
@@ -29,6 +29,9 @@ std::string counted(std::uint64_t count, const std::string& thing);
 
 /// "DM0", "DM0 and 9 more".
 std::string firstAndMore(const std::string& first, std::size_t count);
+
+/// The text with control characters written as \r, \n or \x1F, so that a terminal shows them.
+std::string visible(const std::string& text);
 
 } // namespace bench
 

@@ -76,7 +76,7 @@ public:
     /// last good reply; 0 when none was heard.
     std::chrono::milliseconds settle();
 
-    /// Whether late replies can be heard; not on a connection, which is made anew instead.
+    /// Whether late replies can be heard; not on a connection, which is opened again instead.
     bool hearsLateReplies() const;
 
     /// Lets a call that waits return at once, and every later one. Safe in a signal handler.

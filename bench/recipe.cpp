@@ -186,7 +186,7 @@ void verify(Session& session, const Recipe& recipe)
         const auto& [point, written, typed, line] = recipe.entries[i];
         if (readings[i].failure)
             throw readings[i].failure->prefixed("written, but " + point.name +
-                                                " cannot be read back: ");
+                                                " can't be read back: ");
         const Type& type = point.device.type;
         if (dataOf(*readings[i].value, type) != dataOf(written, type))
             throw Failure(FailureKind::Different,

@@ -3,6 +3,7 @@
 #include "bench/file.h"
 #include "bench/internal/extent.h"
 #include "bench/internal/text.h"
+#include "bench/nearest.h"
 
 #include <algorithm>
 #include <cmath>
@@ -232,7 +233,7 @@ private:
         if (m_failure.empty())
             return;
         const std::string range = m_firstFailed == m_lastFailed ? "" : ".." + m_lastFailed;
-        m_text += "# " + m_firstFailed + range + NotReadMark + escaped(m_failure) + "\n";
+        m_text += "# " + m_firstFailed + range + NotReadMark + visible(m_failure) + "\n";
         m_failure.clear();
     }
 
@@ -351,7 +352,7 @@ void addHeaderLine(SnapshotHeader& header, const std::string& text)
         const std::string rest = comment.substr(std::string(AnyFormatMark).size());
         const std::string number = rest.substr(0, rest.find(','));
         if (AnyFormatMark + number != FormatMark)
-            throw wrongUsage("this program cannot read format " + number + " of snapshots");
+            throw wrongUsage("this program can't read format " + number + " of snapshots");
         header.tool = trimmed(rest.substr(std::min(number.size() + 1, rest.size())));
     }
     for (const HeaderRow& row : headerRows)

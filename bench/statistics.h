@@ -95,8 +95,8 @@ public:
 
     void add(const RequestRecord& request);
 
-    /// The beginning of a round of requests, `wanted` after the one before. Intervals are counted
-    /// anew when another one is wanted.
+    /// The beginning of a round of requests, `wanted` after the one before. Counting intervals
+    /// starts again when another one is wanted.
     void addRound(Time start, Duration wanted);
 
     /// Rounds after a pause have no interval to the one before it.

@@ -15,7 +15,7 @@ namespace
 using bench::LiveState;
 using bench::WatchThread;
 
-/// How often the picture is drawn anew, for ages and what changed.
+/// How often the picture is redrawn, for ages and changes.
 constexpr int FrameMs = 100;
 
 /// What a request under way gets to end by itself when the watch ends.

@@ -75,11 +75,11 @@ void drawStatistics(Screen& screen, const LiveState& state)
 std::string messageFor(const LiveView& view, const bench::Watched& marked)
 {
     if (!view.message.empty())
-        return escaped(view.message);
+        return bench::visible(view.message);
     if (view.prompt)
         return "Enter writes the value, Esc cancels";
     if (marked.failure)
-        return escaped(marked.point.name + ": " + inOneLine(*marked.failure));
+        return bench::visible(marked.point.name + ": " + inOneLine(*marked.failure));
     return marked.point.comment.empty() ? "" : marked.point.name + ": " + marked.point.comment;
 }
 

@@ -27,8 +27,9 @@ const char* const Footer = R"(Examples:
 Exit status: 0 success, 1 the controller refused, 2 wrong usage, 3 the line, the
 plug-in or a file could not be opened, 4 no reply, 5 invalid reply, 6 a value
 read back is not the one written, or diff found a difference; 128 plus the
-signal's number when a signal cut the command short. Data goes to standard
-output, everything else to standard error.)";
+signal's number when a signal cut the command short, but 0 for simulate and
+watch, which usually end that way. Data goes to standard output, everything else
+to standard error.)";
 
 /// In the order in which help lists them.
 constexpr void (*AddCommands[])(CLI::App& app, int& status) = {
@@ -92,6 +93,6 @@ int main(int argc, char** argv)
         return status;
     const int lost = bench::exitStatus(bench::FailureKind::CannotOpen);
     if (status != lost) // else the reason has been reported
-        plcctl::note("cannot write to standard output");
+        plcctl::note("can't write to standard output");
     return lost;
 }

@@ -114,34 +114,14 @@ int report(const std::vector<bench::Reading>& readings,
 void note(const std::string& text)
 {
     if (isatty(STDERR_FILENO))
-        printWrapped(Program, escaped(text));
+        printWrapped(Program, bench::visible(text));
     else
-        std::fprintf(stderr, "%s%s\n", Program, escaped(text).c_str());
+        std::fprintf(stderr, "%s%s\n", Program, bench::visible(text).c_str());
 }
 
 void printTrace(const std::string& line)
 {
     std::fprintf(stderr, "%s\n", line.c_str());
-}
-
-std::string escaped(const std::string& text)
-{
-    std::string shown;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        char code[8];
-        if (c == '\r') {
-            shown += "\\r";
-        } else if (c == '\n') {
-            shown += "\\n";
-        } else if (byte < 0x20 || byte == 0x7F) {
-            std::snprintf(code, sizeof code, "\\x%02X", byte);
-            shown += code;
-        } else {
-            shown += c;
-        }
-    }
-    return shown;
 }
 
 } // namespace plcctl

@@ -48,9 +48,6 @@ void note(const std::string& text);
 /// Prints a line of a trace, which stands as it is, on standard error.
 void printTrace(const std::string& line);
 
-/// The text with control characters written as \r, \n or \x1F, so that a terminal shows them.
-std::string escaped(const std::string& text);
-
 using bench::counted;
 using bench::firstAndMore;
 

@@ -47,7 +47,7 @@ Values loadValues(const Bench& bench, const std::string& file)
     bench::Snapshot snapshot = bench::loadSnapshot(file, bench.driver());
     tellUnread(snapshot, file);
     for (const bench::SkippedValues& skipped : bench::takeUnwritable(snapshot.values))
-        note(counted(skipped.count, "value") + " skipped: the driver cannot write " + skipped.what);
+        note(counted(skipped.count, "value") + " skipped: the driver can't write " + skipped.what);
     if (snapshot.values.empty())
         throw bench::wrongUsage("nothing in " + file + " can be written");
     return snapshot.values;
@@ -74,7 +74,7 @@ bool canAsk()
 /// Whether the answer to a question is yes; a signal is a no.
 bool askPerson(const Bench& bench, const std::string& question)
 {
-    std::fprintf(stderr, "%s [y/N] ", escaped(question).c_str());
+    std::fprintf(stderr, "%s [y/N] ", bench::visible(question).c_str());
     std::fflush(stderr);
     constexpr int PollMs = 100;
     pollfd answer = {STDIN_FILENO, POLLIN, 0};

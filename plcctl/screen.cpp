@@ -221,7 +221,7 @@ Screen::Screen()
         if (m_terminal != nullptr)
             endwin();
         throw bench::wrongUsage("the terminal type '" + std::string(type ? type : "") +
-                                    "' cannot be drawn on",
+                                    "' can't be drawn on",
                                 "Set TERM to the terminal's type, such as TERM=xterm.");
     }
     prepareToLeave();

@@ -88,7 +88,7 @@ int checkTags(const TagsOptions& options)
     const bench::Driver driver(driverFile(options.driverFile));
     const bench::TagFile file = bench::parseTags(bench::contentOf(options.file), driver.devices());
     for (const bench::TagProblem& problem : file.problems)
-        note(options.file + ": " + bench::textOf(problem));
+        note(options.file + ", " + bench::textOf(problem));
     if (!file.tags.empty() || file.problems.empty() || options.format == Format::Json)
         print(file.tags, options.format);
     return file.problems.empty() ? Success : bench::exitStatus(bench::FailureKind::WrongUsage);

@@ -57,7 +57,7 @@ public:
         else if (isLog && watched.isNewFailure)
             print(watched.point, *watched.failure);
         if (std::fflush(stdout) != 0)
-            throw Failure(FailureKind::CannotOpen, "cannot write to standard output");
+            throw Failure(FailureKind::CannotOpen, "can't write to standard output");
     }
 
 private:
@@ -156,7 +156,7 @@ void tellRound(const bench::Round& round, milliseconds interval)
     if (!round.isNews || interval == milliseconds::zero()) // at 0 as fast as possible
         return;
     const std::string wanted = "the interval of " + bench::durationText(interval);
-    note(round.overran ? wanted + " cannot be held: a round took " + bench::durationText(round.took)
+    note(round.overran ? wanted + " can't be held: a round took " + bench::durationText(round.took)
                        : wanted + " is held again");
 }
 

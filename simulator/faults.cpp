@@ -254,7 +254,8 @@ std::optional<FaultPlan> FaultPlan::parse(std::string_view text, uint32_t seed,
         CountedRule counted;
         std::string reason;
         if (!readRule(word, commands, counted.rule, reason)) {
-            why = "bad fault " + quoted(word) + ": " + reason;
+            const bool repeats = reason.compare(0, word.size() + 2, quoted(word)) == 0;
+            why = (repeats ? "" : quoted(word) + ": ") + reason;
             return std::nullopt;
         }
         plan.m_rules.push_back(counted);

@@ -98,7 +98,7 @@ bool PseudoTerminal::open(const std::string& link, std::string& why)
     OwnedFd slave(master.valid() ? ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC) : -1);
     OwnedFd hostEvents = watchHosts(path);
     if (!slave.valid() || !hostEvents.valid() || tcgetattr(slave.get(), &m_settings) != 0) {
-        why = "cannot create a pseudo-terminal: " + lastError();
+        why = "can't create a pseudo-terminal: " + lastError();
         return false;
     }
     m_path = path;
@@ -134,7 +134,7 @@ bool PseudoTerminal::makeLink(const std::string& link, std::string& why)
     if (leadsToTerminal)
         unlink(link.c_str());
     if (symlink(m_path.c_str(), link.c_str()) != 0) {
-        why = "cannot create the link " + link + ": " + lastError();
+        why = "can't create the link " + link + ": " + lastError();
         return false;
     }
     m_link = link;

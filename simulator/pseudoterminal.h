@@ -12,7 +12,7 @@
 namespace simulator
 {
 
-/// The line outlives the hosts that use it, one after the other. What a serial port starts anew for
+/// The line outlives the hosts that use it, one after the other. What a serial port resets for
 /// each of them, settings, claims and unread bytes, would otherwise be kept by the system from one
 /// host to the next as long as this end is open.
 class PseudoTerminal

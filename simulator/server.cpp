@@ -139,13 +139,13 @@ bool Server::listenTcp(const std::string& address, uint16_t port, std::string& w
     std::string reason;
     const AddressList addresses = resolve(address, port, reason);
     if (!addresses) {
-        why = "cannot listen on " + where + ": " + reason;
+        why = "can't listen on " + where + ": " + reason;
         return false;
     }
     for (const addrinfo* each = addresses.get(); each && !m_listener.valid(); each = each->ai_next)
         m_listener = listenOn(*each);
     if (!m_listener.valid()) {
-        why = "cannot listen on " + where + ": " + lastError();
+        why = "can't listen on " + where + ": " + lastError();
         return false;
     }
     m_tcpPort = localPort(m_listener.get());

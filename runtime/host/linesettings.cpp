@@ -69,16 +69,16 @@ std::optional<LineSettings> refuse(QString* error, const QString& reason)
 std::optional<LineSettings> lineSettingsFromText(const QString& text, QString* error)
 {
     const auto bad = [&](const char* field, const QString& value, const char* expected) {
-        return refuse(error, QStringLiteral("line \"%1\": %2 \"%3\" is not %4")
-                                 .arg(text, QLatin1String(field), value, QLatin1String(expected)));
+        return refuse(error, QStringLiteral("%1 \"%2\" is not %3")
+                                 .arg(QLatin1String(field), value, QLatin1String(expected)));
     };
 
     QStringList fields = text.toUpper().split(QLatin1Char(','));
     for (QString& field : fields)
         field = field.trimmed();
     if (fields.size() != 5)
-        return refuse(error, QStringLiteral("line \"%1\": expected kind, baud rate, parity, data "
-                                            "bits and stop bits, as in \"RS232,9600,EVEN,8,1\"")
+        return refuse(error, QStringLiteral("\"%1\": expected kind, baud rate, parity, data bits "
+                                            "and stop bits, as in \"RS232,9600,EVEN,8,1\"")
                                  .arg(text));
 
     const int baud = numberOf(fields[1]);

@@ -21,7 +21,7 @@ class Transport;
 /// most the time-out. A read adds the time that the command before it and its own bytes need on a
 /// slow line. Before a command, write() or option 12 may wait up to 4 time-outs for silence, as
 /// guard.h says, but only after a reply was missing or bytes came that were not asked for. On a
-/// connection there is no such wait: the port connects anew.
+/// connection there is no such wait: the port reconnects.
 class Port : public AbstractDeviceInterface
 {
 public:
@@ -55,7 +55,7 @@ public:
     /// good reply; 0 when none was heard. Only a port that waits hears them: see settle().
     qint64 latenessMs() const { return m_guard.latenessMs(); }
 
-    /// Whether late replies still arrive here. A connection is made anew instead.
+    /// Whether late replies still arrive here. A connection is opened again instead.
     bool keepsLateReplies() const;
 
     /// Lets a call that waits end at once, and every later one fail. Safe in a signal handler.

@@ -42,7 +42,7 @@ std::optional<HostAndPort> hostAndPort(const QString& text)
 
 std::optional<PortAddress> refuse(QString* error, const QString& text, const char* reason)
 {
-    *error = QStringLiteral("port \"%1\": %2").arg(text, QLatin1String(reason));
+    *error = QStringLiteral("\"%1\": %2").arg(text, QLatin1String(reason));
     return std::nullopt;
 }
 
@@ -98,7 +98,7 @@ std::optional<PortAddress> portAddressFromText(const QString& text, QString* err
         return refuse(error, text, "expected a serial device or tcp:HOST:PORT");
     if (isInternetAddress(text) || isHostAndPort(text)) {
         const bool isBareIpv6 = text.count(QLatin1Char(':')) > 1 && text[0] != QLatin1Char('[');
-        *error = QStringLiteral("port \"%1\": type %2 for a controller at this address")
+        *error = QStringLiteral("\"%1\": type %2 for a controller at this address")
                      .arg(text, TcpPrefix + (isBareIpv6 ? QLatin1Char('[') + text + QLatin1Char(']')
                                                         : text));
         return std::nullopt;

@@ -86,16 +86,14 @@ TEST(PortText, IsAnAddressOrARefusal)
         {"tcp:192.168.0.10:8502", PortAddress{Kind::Tcp, "192.168.0.10", 8502}, ""},
         {"TCP:plc-7", PortAddress{Kind::Tcp, "plc-7", 0}, ""},
         {"tcp:[::1]:65535", PortAddress{Kind::Tcp, "::1", 65535}, ""},
-        {"", {}, "port \"\": expected a serial device or tcp:HOST:PORT"},
-        {"tcp::8501", {}, "port \"tcp::8501\": the host is missing, as in tcp:192.168.0.10:8501"},
-        {"tcp:plc:65536", {}, "port \"tcp:plc:65536\": the port number is not between 1 and 65535"},
+        {"", {}, "\"\": expected a serial device or tcp:HOST:PORT"},
+        {"tcp::8501", {}, "\"tcp::8501\": the host is missing, as in tcp:192.168.0.10:8501"},
+        {"tcp:plc:65536", {}, "\"tcp:plc:65536\": the port number is not between 1 and 65535"},
         {"10.0.0.1:8501",
          {},
-         "port \"10.0.0.1:8501\": type tcp:10.0.0.1:8501 for a controller at this address"},
-        {"::1", {}, "port \"::1\": type tcp:[::1] for a controller at this address"},
-        {"tcp:::1",
-         {},
-         "port \"tcp:::1\": an IPv6 address must be in brackets, as in tcp:[::1]:8501"},
+         "\"10.0.0.1:8501\": type tcp:10.0.0.1:8501 for a controller at this address"},
+        {"::1", {}, "\"::1\": type tcp:[::1] for a controller at this address"},
+        {"tcp:::1", {}, "\"tcp:::1\": an IPv6 address must be in brackets, as in tcp:[::1]:8501"},
     };
     for (const auto& row : rows) {
         QString error;
@@ -114,11 +112,11 @@ TEST(ListenText, IsAnAddressOrARefusal)
         {"8501", "tcp:127.0.0.1:8501", ""},
         {"0.0.0.0:65535", "tcp:0.0.0.0:65535", ""},
         {"[::1]:0", "tcp:[::1]", ""},
-        {"::1:0", nullptr, "port \"::1:0\": an IPv6 address must be in brackets, as in [::1]:8501"},
-        {":8501", nullptr, "port \":8501\": the address is missing, as in 0.0.0.0:8501"},
-        {"[::1]", nullptr, "port \"[::1]\": the port number is not between 0 and 65535"},
-        {"4294967297", nullptr, "port \"4294967297\": the port number is not between 0 and 65535"},
-        {"", nullptr, "port \"\": the port number is not between 0 and 65535"},
+        {"::1:0", nullptr, "\"::1:0\": an IPv6 address must be in brackets, as in [::1]:8501"},
+        {":8501", nullptr, "\":8501\": the address is missing, as in 0.0.0.0:8501"},
+        {"[::1]", nullptr, "\"[::1]\": the port number is not between 0 and 65535"},
+        {"4294967297", nullptr, "\"4294967297\": the port number is not between 0 and 65535"},
+        {"", nullptr, "\"\": the port number is not between 0 and 65535"},
     };
     for (const auto& row : rows) {
         QString error;

@@ -108,7 +108,7 @@ TEST(Outcome, OfFailures)
         {"LaterBitRefused", "write MR5 1 1 1 --fault error=1@ST#2-2 --retry 0", 1, "",
          "Error:E1\\r\\n; some of these 3 values may be written\n"},
         {"ReadBackRefused", "write DM5 1 2 3 --verify --fault error=0@RDS", 1, "",
-         "written, but DM5 cannot be read back: Response"},
+         "written, but DM5 can't be read back: Response"},
         {"TimeoutAndAdvice", "read DM7 MR0 --fault silent --timeout 100 --retry 0", 4, "",
          "plcctl: DM7 and 1 more: packet loss (0 of 4 bytes within 100 ms)\n"
          "        No complete reply came in time. Check cable, power and the line's\n"
@@ -125,8 +125,8 @@ TEST(Outcome, OfFailures)
         {"NobodyListens", "read DM7 -p tcp:127.0.0.1:1", 3, "", "listens on TCP port 1. 'ping"},
         {"NoSuchLine", "read DM7 -p /nowhere/tty", 3, "", "can't open /nowhere/tty"},
         {"AddressOfOthers", "simulate --tcp 192.0.2.1:0", 3, "", "192.0.2.1"},
-        {"NoSuchFile", "write --from /nowhere/values", 3, "", "cannot read /nowhere/values"},
-        {"FolderAsAFile", "write --from /tmp", 3, "", "cannot read /tmp: "},
+        {"NoSuchFile", "write --from /nowhere/values", 3, "", "can't read /nowhere/values"},
+        {"FolderAsAFile", "write --from /tmp", 3, "", "can't read /tmp: "},
     });
 }
 
@@ -159,8 +159,8 @@ TEST(Outcome, OfMisuse)
          "names need a tag file. See --tags.\n"},
         {"NothingToWrite", "write DM7 -p /nowhere/tty", 2, "",
          "needs a device and values, or --from"},
-        {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: port \"nine\""},
-        {"Ipv6WithoutBrackets", "simulate --tcp ::1:0", 2, "", "--tcp: port \"::1:0\""},
+        {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: \"nine\""},
+        {"Ipv6WithoutBrackets", "simulate --tcp ::1:0", 2, "", "--tcp: \"::1:0\""},
         {"UnknownProtocol", "simulate --protocol can", 2, "", "not one of kv1000, modbusrtu"},
         {"UnknownMovement", "simulate --move DM0=saw/1s", 2, "", "--move: \"saw\""},
     });
@@ -423,7 +423,7 @@ TEST(Log, ThatCannotBeWrittenEndsTheCommand)
     for (const char* command : {"watch DM7 -i 1ms -f csv", "watch DM7 -i 1ms", "read DM7"}) {
         const Result run = plcctl(command, "/dev/full");
         EXPECT_EQ(run.status, 3) << command;
-        EXPECT_EQ(countOf("cannot write to standard output", run.err), 1) << run.err;
+        EXPECT_EQ(countOf("can't write to standard output", run.err), 1) << run.err;
     }
 }
 

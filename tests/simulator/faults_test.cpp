@@ -55,16 +55,17 @@ TEST(FaultPlan, NamesTheBadWord)
         const char* plan;
         const char* why; ///< the beginning
     } rows[] = {
-        {"cut,lat=5ms", "bad fault \"lat=5ms\": \"lat\" is not a fault; choose late, dribble"},
-        {"late", "bad fault \"late\": a time is missing, such as in late=700ms"},
-        {"cut=-1", "bad fault \"cut=-1\": \"-1\" is not a number of bytes"},
-        {"error=10", "bad fault \"error=10\": \"10\" is not an error code from 0 to 9"},
-        {"silent=1", "bad fault \"silent=1\": this fault takes no value"},
-        {"cut@RDX", "bad fault \"cut@RDX\": \"RDX\" is not a command; choose CR, CQ, RDS"},
-        {"cut#3-2", "bad fault \"cut#3-2\": \"3-2\" is neither a number of replies"},
-        {"cut:nan", "bad fault \"cut:nan\": \"nan\" is not a share from 0 to 1"},
+        {"cut,lat=5ms", "\"lat=5ms\": \"lat\" is not a fault; choose late, dribble"},
+        {"lat", "\"lat\" is not a fault; choose late, dribble"},
+        {"late", "\"late\": a time is missing, such as in late=700ms"},
+        {"cut=-1", "\"cut=-1\": \"-1\" is not a number of bytes"},
+        {"error=10", "\"error=10\": \"10\" is not an error code from 0 to 9"},
+        {"silent=1", "\"silent=1\": this fault takes no value"},
+        {"cut@RDX", "\"cut@RDX\": \"RDX\" is not a command; choose CR, CQ, RDS"},
+        {"cut#3-2", "\"cut#3-2\": \"3-2\" is neither a number of replies"},
+        {"cut:nan", "\"cut:nan\": \"nan\" is not a share from 0 to 1"},
         {"silent:0.7,cut@WRS:0.7", "the shares of faults that the same reply"},
-        {"cut:0.5@RDS", "bad fault \"cut:0.5@RDS\": \"0.5@RDS\" is not a share from 0 to 1"},
+        {"cut:0.5@RDS", "\"cut:0.5@RDS\": \"0.5@RDS\" is not a share from 0 to 1"},
     };
     for (const auto& row : rows) {
         std::string why;

@@ -250,7 +250,7 @@ TEST_F(ServerTest, SaysWhyItCannotOpenALine)
     const auto server = serve();
     const std::string where = "127.0.0.1:" + std::to_string(server->tcpPort());
     EXPECT_FALSE(Server(plc).listenTcp("127.0.0.1", server->tcpPort(), why));
-    EXPECT_EQ(why, "cannot listen on " + where + ": Address already in use");
+    EXPECT_EQ(why, "can't listen on " + where + ": Address already in use");
 
     const std::string file = directory / "file";
     std::ofstream(file) << "precious";
