@@ -117,7 +117,7 @@ Table emptyTable()
 std::string leftOutText(const bench::ShortRow& row)
 {
     if (row.period == 0)
-        return "… " + counted(std::size_t(row.leftOut), "more request") + " as long";
+        return "… " + counted(std::size_t(row.leftOut), "more such request");
     return "… " + std::to_string(row.leftOut) + " more like " +
            (row.period == 1 ? "it" : "these " + std::to_string(row.period));
 }

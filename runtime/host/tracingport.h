@@ -47,7 +47,7 @@ private:
 };
 
 /// Whether bytes are to be shown as text: at least half of them are printable ASCII or line ends,
-/// so that a garbled reply still is. No bytes are text.
+/// so that a garbled reply still is, and an empty one too.
 bool isText(const char* data, int length);
 
 /// Bytes as text between double quotes: printable ASCII as it is, \r \n \t \" \\ for these
