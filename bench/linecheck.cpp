@@ -103,16 +103,20 @@ std::string inWords(const LineRecord& record, const LineVerdict& verdict)
 
 std::string adviceOnLosses(const LineRecord& record, const LineVerdict& verdict)
 {
+    const bool isSerial = record.hearsLateReplies;
+    if (record.breaks * 2 > lossesAmong(record.summary.failedAttempts))
+        return isSerial ? "The port failed or is gone. Is the adapter still plugged in?"
+                        : "The connection ended or could not be made. Check the network, and that "
+                          "the controller and any gateway in between are running.";
     if (record.lateReplies > 0)
         return "Replies came up to " + std::to_string(record.lateness.count()) +
                " ms after their command. Check again with a longer time-out.";
     if (areMaybeLate(record))
-        return record.hearsLateReplies
+        return isSerial
                    ? "Some replies took more than half of the time-out; what is lost may only be "
                      "late. Check again with a longer one."
                    : "What is lost may only be late. Check again with a longer time-out, and that "
                      "the controller and any gateway in between are running.";
-    const bool isSerial = record.hearsLateReplies;
     if (verdict.worst == FailureKind::InvalidReply)
         return isSerial ? "Replies are garbled. Check the line's settings (speed, parity), shield "
                           "and ground, and that no other program uses the line."
@@ -171,6 +175,10 @@ private:
     {
         if (kind != FailureKind::NoReply)
             return;
+        if (m_port.lastFailure().isBroken) {
+            ++m_record.breaks;
+            return;
+        }
         const Clock::time_point begin = Clock::now();
         const milliseconds lateness = m_port.settle();
         m_listened += std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);

@@ -28,6 +28,7 @@ struct LineRecord {
 
     std::uint64_t lateReplies = 0; ///< attempts without a reply whose reply came after all
     Milliseconds lateness{0};      ///< after the command, the longest of these
+    std::uint64_t breaks = 0;      ///< attempts at which the port broke or could not be opened
 };
 
 enum class Trust {

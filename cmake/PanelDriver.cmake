@@ -1,4 +1,5 @@
-# Ends with an error if the file is not a JSON object as Qt reads it.
+# Ends with an error if the file is not a JSON object. Qt refuses a few more things, such as text
+# after the object: moc then warns, and the plug-in has no entry point.
 function(_panel_check_description file)
     file(READ ${file} text)
     string(JSON type ERROR_VARIABLE error TYPE "${text}")
@@ -8,7 +9,7 @@ function(_panel_check_description file)
         message(FATAL_ERROR " ${file}:1:1: A description is a JSON object: {...}")
     endif()
     # CMake lets these pass; Qt does not.
-    string(REGEX REPLACE "\"([^\"\\]|\\\\.)*\"" "\"\"" text "${text}")
+    string(REGEX REPLACE "\"[^\"\\]*(\\\\.[^\"\\]*)*\"" "\"\"" text "${text}")
     if(text MATCHES "^(.*)(,[ \t\r\n]*[]}]|/[/*])")
         string(REGEX MATCHALL "\n" lines "\n${CMAKE_MATCH_1}")
         list(LENGTH lines line)

@@ -89,10 +89,11 @@ std::string commandText(const std::string& bytes)
 }
 
 /// JSON has escapes of its own.
-std::string commandForJson(const std::string& bytes)
+Json commandForJson(const std::string& bytes)
 {
-    return isText(bytes) ? QString::fromLatin1(bytes.data(), int(bytes.size())).toStdString()
-                         : hexText(bytes);
+    if (!isText(bytes))
+        return {{"hex", hexText(bytes)}};
+    return {{"command", QString::fromLatin1(bytes.data(), int(bytes.size())).toStdString()}};
 }
 
 std::string shortText(const std::string& bytes)
@@ -182,11 +183,13 @@ Json jsonOf(const Requests& requests, const host::LineSettings& line)
     Json list = Json::array();
     for (const bench::ExplainedRequest& request : requests) {
         Json exchanges = Json::array();
-        for (const bench::Exchange& exchange : request)
-            exchanges.push_back({{"command", commandForJson(exchange.command)},
-                                 {"bytesOut", exchange.commandBytes()},
-                                 {"bytesIn", exchange.replyBytes},
-                                 {"lineMs", inMs(bench::timeOnLine(bytesOf(exchange), line))}});
+        for (const bench::Exchange& exchange : request) {
+            Json object = commandForJson(exchange.command);
+            object.update({{"bytesOut", exchange.commandBytes()},
+                           {"bytesIn", exchange.replyBytes},
+                           {"lineMs", inMs(bench::timeOnLine(bytesOf(exchange), line))}});
+            exchanges.push_back(object);
+        }
         list.push_back(exchanges);
     }
     const bench::Totals totals = bench::totalsOf(requests);
@@ -250,7 +253,7 @@ void addExplainCommand(CLI::App& app, int& status)
         R"(The driver makes its requests as usual, the built-in simulated controller
 answers, and the bytes are counted. Times are those of the bytes alone: what
 controller and adapter take comes on top. csv and json list every command; one
-that isn't text is shown as hexadecimal bytes.
+that isn't text is shown as hexadecimal bytes (in JSON as "hex").
 
 Examples:
   plcctl explain read DM0 -c 5000 --line RS232,9600,EVEN,8,1

@@ -65,7 +65,8 @@ void printWrapped(const char* start, const std::string& text)
 bool isSame(const bench::Failure& a, const bench::Failure& b)
 {
     const bool refused = a.kind() == bench::FailureKind::ControllerRefused;
-    return a.kind() == b.kind() && (!refused || std::string(a.what()) == b.what());
+    return a.kind() == b.kind() && a.advice() == b.advice() &&
+           (!refused || std::string(a.what()) == b.what());
 }
 
 } // namespace

@@ -156,7 +156,7 @@ std::string hexadecimal(std::string_view bytes)
 std::string printable(std::string_view bytes)
 {
     const auto texts = static_cast<size_t>(std::count_if(bytes.begin(), bytes.end(), isText));
-    if (texts * 2 < bytes.size())
+    if (texts * 4 < bytes.size() * 3)
         return hexadecimal(bytes);
     std::string text;
     for (char byte : bytes)

@@ -74,7 +74,7 @@ private:
 };
 
 /// Bytes as text that can be printed: "\r", "\n", and "\x00" for what cannot be printed. Where that
-/// is most of them, all are written as hexadecimal digits: "01 03 00 FA".
+/// is more than a quarter of them, all are written as hexadecimal digits: "01 03 00 FA".
 std::string printable(std::string_view bytes);
 
 } // namespace simulator

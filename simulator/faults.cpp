@@ -199,8 +199,8 @@ double shareOf(const Rules& rules, std::string_view command)
     for (const auto& counted : rules) {
         const FaultRule& rule = counted.rule;
         const bool isOfAll = rule.firstReply == 1 && rule.lastReply == UINT32_MAX;
-        if (isOfAll && rule.share < 1 && concerns(rule, command))
-            sum += rule.share;
+        if (isOfAll && concerns(rule, command))
+            sum += rule.share.value_or(0);
     }
     return sum;
 }
@@ -285,11 +285,12 @@ Fault FaultPlan::next(std::string_view command)
         const uint32_t reply = ++counted.repliesSeen;
         if (fault.kind != FaultKind::None || reply < rule.firstReply || reply > rule.lastReply)
             continue;
-        if (chance < rule.share) {
+        const double share = rule.share.value_or(1);
+        if (chance < share) {
             fault.kind = rule.kind;
             fault.value = rule.value;
         }
-        chance -= rule.share;
+        chance -= share;
     }
     return fault;
 }

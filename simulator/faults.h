@@ -55,7 +55,7 @@ struct FaultRule {
     std::string command;             ///< only replies to this command; empty: to any
     uint32_t firstReply = 1;         ///< of these replies, only from this one (the first is 1)
     uint32_t lastReply = UINT32_MAX; ///< to this one
-    double share = 1;                ///< and of those, this share
+    std::optional<double> share;     ///< and of those, this share; nothing: all that is left
 };
 
 /// Decides reply by reply. The same text, seed and sequence of commands give the same faults.

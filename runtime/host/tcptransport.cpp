@@ -2,6 +2,8 @@
 #include "host/descriptortransport.h"
 #include "host/hostlookup.h"
 
+#include <QStringList>
+
 #include <cerrno>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -48,7 +50,10 @@ protected:
     int openDescriptor(int timeoutMs, QString* error) override
     {
         const qint64 deadlineMs = nowMs() + timeoutMs;
-        HostAddresses host = addresses(timeoutMs);
+        const HostAddresses host = addresses(timeoutMs);
+        QStringList reasons;
+        if (!host.failure.isEmpty())
+            reasons.append(host.failure);
         qint64 left = static_cast<qint64>(host.addresses.size());
         for (const SocketAddress& address : host.addresses) {
             // An address that does not answer leaves time for those after it.
@@ -59,9 +64,10 @@ protected:
                 return descriptor;
             if (descriptor != NoDescriptor)
                 ::close(descriptor);
-            host.failure = reasonOf(failure, timeoutMs);
+            reasons.append(reasonOf(failure, timeoutMs));
         }
-        *error = QStringLiteral("can't connect to %1: %2").arg(name(), host.failure);
+        reasons.removeDuplicates();
+        *error = QStringLiteral("can't connect to %1: %2").arg(name(), reasons.join("; "));
         return NoDescriptor;
     }
 

@@ -54,7 +54,7 @@ bool isText(const char* data, int length)
     const auto count = std::count_if(data, data + length, [](char byte) {
         return isPrintable(byte) || byte == '\r' || byte == '\n' || byte == '\t';
     });
-    return count * 2 >= length;
+    return count * 4 >= length * 3;
 }
 
 QString inHex(const char* data, int length)

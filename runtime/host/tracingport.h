@@ -46,7 +46,7 @@ private:
     qint64 m_startUs;
 };
 
-/// Whether bytes are to be shown as text: at least half of them are printable ASCII or line ends,
+/// Whether bytes are to be shown as text: at least three quarters are printable ASCII or line ends,
 /// so that a garbled reply still is, and an empty one too.
 bool isText(const char* data, int length);
 

@@ -118,8 +118,8 @@ TEST(Dump, KeepsAnOlderFileUntilTheControllerHasAnsweredForAll)
 {
     const Folder folder;
     const std::string file = folder.write("a.txt", "DM0 1\n");
-    const std::string command = "dump DM0..DM1300 -o " + file + " --timeout 50 --retry 0";
-    const std::string values = " --set DM0=1 --set DM255=2 --set DM256=3 --set DM1300=4";
+    const std::string command = "dump DM2000..DM3300 -o " + file + " --timeout 50 --retry 0";
+    const std::string values = " --set DM2000=1 --set DM2255=2 --set DM2256=3 --set DM3300=4";
     const struct {
         const char* name;
         const char* options;
@@ -146,7 +146,7 @@ TEST(Dump, KeepsAnOlderFileUntilTheControllerHasAnsweredForAll)
         EXPECT_EQ(folder.has("a.txt.part"), row.hasPart);
     }
     EXPECT_EQ(plcctl(command + " --resume" + values).status, 0);
-    EXPECT_EQ(folder.text("a.txt"), plcctl("dump DM0..DM1300" + values).out);
+    EXPECT_EQ(folder.text("a.txt"), plcctl("dump DM2000..DM3300" + values).out);
     EXPECT_FALSE(folder.has("a.txt.part"));
 }
 
