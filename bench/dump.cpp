@@ -148,7 +148,7 @@ void Dump::takePart(const PartFile& file, const Devices& devices)
 DumpEnd Dump::run(Session& session, PartFile* file)
 {
     if (file != nullptr)
-        file->begin(text());
+        file->begin(textWithoutEnd());
     const bool isStopped = !readMissing(session, file);
     const DumpEnd end = isStopped                ? DumpEnd::Stopped
                         : firstLost() != nullptr ? DumpEnd::Incomplete
@@ -189,6 +189,11 @@ bool Dump::readMissing(Session& session, PartFile* file)
 }
 
 std::string Dump::text() const
+{
+    return textWithoutEnd() + endOfSnapshot();
+}
+
+std::string Dump::textWithoutEnd() const
 {
     return textOf(m_header) + snapshotLines(m_points, m_readings);
 }

@@ -74,6 +74,7 @@ public:
     ///       no value was read. Null for none
     DumpEnd run(Session& session, PartFile* file);
 
+    /// A snapshot, complete but for what could not be read.
     std::string text() const;
 
     std::size_t size() const { return m_points.size(); }
@@ -85,6 +86,7 @@ public:
     const Failure* firstLost() const;
 
 private:
+    std::string textWithoutEnd() const;
     bool readMissing(Session& session, PartFile* file);
 
     SnapshotHeader m_header;

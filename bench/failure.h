@@ -35,6 +35,7 @@ enum class Topic {
     Timeout,
     Driver,
     Tags,
+    Resume, ///< of a dump
     Faults,
     Presets,
     Movements,

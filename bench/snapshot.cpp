@@ -24,6 +24,7 @@ constexpr int ValuesPerLine = 8;
 
 const char* const Blanks = " \t\r";
 const char* const FormatMark = "snapshot 1";
+const char* const EndLine = "# end";
 const char* const AnyFormatMark = "snapshot ";
 const char* const DriverKey = "driver: ";
 const char* const NotReadMark = " not read: ";
@@ -372,6 +373,20 @@ std::string driverIn(const std::string& content)
     return std::string();
 }
 
+/// A file that is cut off may end within a number, which then has another value.
+void requireEnd(const std::string& path, const std::string& content)
+{
+    const bool hasHeader =
+        content.substr(0, content.find_first_of(",\r\n")) == std::string("# ") + FormatMark;
+    const std::string text = trimmed(content);
+    const std::string last = text.substr(text.rfind('\n') + 1);
+    if (hasHeader && last != EndLine)
+        throw wrongUsage(path + " is not complete: its last line, " + EndLine + ", is missing",
+                         "Continue a dump that was stopped, or copy the file again. If you edited "
+                         "it and nothing is missing, add the line.",
+                         {Topic::Resume});
+}
+
 /// Takes in a comment such as "# DM40:uint..DM99:uint not read: no reply".
 void addUnread(Snapshot& snapshot, const std::string& text)
 {
@@ -471,6 +486,11 @@ std::string textOf(const SnapshotHeader& header)
     return text;
 }
 
+std::string endOfSnapshot()
+{
+    return EndLine + std::string("\n");
+}
+
 std::string snapshotLines(const std::vector<Point>& points, const std::vector<Reading>& readings)
 {
     const std::vector<Reading> shown = withWholeDevices(points, readings);
@@ -505,6 +525,7 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices)
 Snapshot loadSnapshot(const std::string& path, const Driver& driver)
 {
     const std::string content = withoutByteOrderMark(contentOf(path));
+    requireEnd(path, content);
     // The same letters may be other devices, so this comes before they are understood.
     const std::string writer = driverIn(content);
     if (!writer.empty() && writer != driver.name())

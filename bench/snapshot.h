@@ -10,6 +10,7 @@
 //   # DM40:uint..DM99:uint not read: no reply (packet loss)
 //   DM100:int        213 @boiler.temp
 //   MR500:bool    0 1 0 0 0 0 0 0 0 0 0 0 0 0 0 0
+//   # end
 //
 // A line has the first device with its type, then values for it and the devices after it. Lines
 // break where the device number is a multiple of 8 values, or of 16 for bools and bytes, whatever
@@ -21,8 +22,9 @@
 // from their neighbours, and 0x with their 32 bits where they are infinite or not a number. Strings
 // are in quotes, with \" \\ and \x0D; zero bytes at the end are left out. Values are what the
 // controller holds: the scale of a tag does not matter. @ and the rest of the line are a tag's
-// name. # begins a comment. The comments at the top are a header; it may be missing, and so may a
-// type, for files that are written by hand.
+// name. # begins a comment. The comments at the top are a header. A file whose first line names the
+// format ends with "# end", so that one that was cut off can be told. Header and types may be
+// missing in files that are written by hand.
 #ifndef BENCH_SNAPSHOT_H
 #define BENCH_SNAPSHOT_H
 
@@ -63,6 +65,9 @@ std::vector<Point> snapshotPoints(std::vector<Point> points);
 /// The header's lines.
 std::string textOf(const SnapshotHeader& header);
 
+/// The line that ends a complete snapshot.
+std::string endOfSnapshot();
+
 /// The lines of points in the order of the format. What could not be read becomes a comment.
 ///
 /// readings  parallel to points; those with neither value nor failure are left out
@@ -72,7 +77,8 @@ std::string snapshotLines(const std::vector<Point>& points, const std::vector<Re
 Snapshot parseSnapshot(const std::string& content, const Devices& devices);
 
 /// The snapshot in a file. Throws a Failure: CannotOpen when it can't be read, WrongUsage with file
-/// and line when it is wrong, and when it was read by another driver or has no values.
+/// and line when it is wrong, and when its end is missing, it was read by another driver or has no
+/// values.
 Snapshot loadSnapshot(const std::string& path, const Driver& driver);
 
 /// The device with its type, as a snapshot has it; the same for the same values anywhere.

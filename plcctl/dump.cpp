@@ -149,8 +149,9 @@ void addDumpCommand(CLI::App& app, int& status)
 file. When valid replies are missing, FILE stays as it is and FILE.part keeps
 what was read; --resume reads the rest, as it does after Ctrl-C. After three
 requests in a row without a reply no more are sent. On standard output, what is
-missing becomes comments too. The exit status is that of the first missing
-reply, else that of the first refusal.
+missing becomes comments too. The last line of a dump is "# end"; restore and
+diff refuse a file without it, so that one that was cut off does no harm. The
+exit status is that of the first missing reply, else that of the first refusal.
 
 Examples:
   plcctl dump DM0..DM4999 MR0..MR99915 -o line3.txt -p /dev/ttyUSB0

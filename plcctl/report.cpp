@@ -32,6 +32,8 @@ const char* typed(bench::Topic topic)
         return "--driver";
     case bench::Topic::Tags:
         return "--tags";
+    case bench::Topic::Resume:
+        return "plcctl dump --resume";
     case bench::Topic::Faults:
         return "--fault";
     case bench::Topic::Presets:

@@ -55,7 +55,8 @@ TEST(Snapshot, OfAControllerIsRestoredToIt)
                                         "DM2:real                1.3\n"
                                         "MR500:bool    1 0 1\n"
                                         "T5:udint              42\n"
-                                        "CTC0:udint             0\n");
+                                        "CTC0:udint             0\n"
+                                        "# end\n");
     EXPECT_FALSE(folder.has("a.txt.part"));
     EXPECT_EQ(plcctl("dump " + devices + port).out, folder.text("a.txt"));
     EXPECT_NE(plcctl("dump DM0 --date" + port).out.find("\n# date: 2"), std::string::npos);
@@ -106,7 +107,7 @@ TEST(Snapshot, KeepsTagsApartFromTheirScale)
                                                                     "temp,DM10,int,0.1\n");
     const Result dumped = plcctl("dump temp DM9..DM11 --set DM9=1,0xFFFB,3" + tags);
     EXPECT_EQ(dumped.out, Header + "temp DM9..DM11\nDM9:uint          1\n"
-                                   "DM10:int          -5 @temp\nDM11:uint         3\n");
+                                   "DM10:int          -5 @temp\nDM11:uint         3\n# end\n");
     const std::string file = folder.write("a.txt", dumped.out);
     EXPECT_EQ(plcctl("restore --dry-run " + file + " --set DM9=1,6,3").out,
               "temp (DM10:int)  6 -> -5\n");
@@ -183,6 +184,8 @@ TEST(Dump, GoesOnWhereItWasStopped)
         EXPECT_NE(dump.nextLine(QProcess::StandardError).find("--resume"), std::string::npos);
     }
     EXPECT_FALSE(folder.has("a.txt"));
+    EXPECT_NE(plcctl("diff " + folder.path("a.txt.part")).err.find("is not complete"),
+              std::string::npos);
     EXPECT_EQ(plcctl("dump DM0 --resume -o " + folder.path("a.txt")).status, 2);
     EXPECT_EQ(plcctl(command).status, 2);
 
@@ -223,6 +226,7 @@ TEST(Restore, RefusesBeforeAnythingIsWritten)
     } rows[] = {
         {"DM0 1\nHR5 1\n", "a.txt, line 2: there is no area 'HR'"},
         {"DM0 x\n", "a.txt, line 1: 'x' is not a whole number"},
+        {"# snapshot 1, plcctl 7\nDM0 12", "a.txt is not complete: its last line, # end, is"},
         {"DM0:byte 1\n", "the rest of DM0 would be cleared"},
         {"\xEF\xBB\xBF"
          "DM0 x\n",
@@ -245,7 +249,8 @@ TEST(Restore, RefusesBeforeAnythingIsWritten)
         EXPECT_NE(run.err.find(row.error), std::string::npos) << run.err;
         EXPECT_EQ(run.err.find("WRS"), std::string::npos) << run.err;
     }
-    const std::string allowed = folder.write("a.txt", "DM10:int 5\nDM11:int 800\n");
+    const std::string allowed =
+        folder.write("a.txt", "# snapshot 1, plcctl 7\r\nDM10:int 5\r\nDM11:int 800\r\n# end\r\n");
     EXPECT_EQ(plcctl("restore --yes --set DM10=5 " + allowed + tags).status, 0);
     EXPECT_EQ(plcctl("restore --yes " + folder.path("none.txt")).status, 3);
 }
