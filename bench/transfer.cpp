@@ -2,6 +2,7 @@
 
 #include "bench/comparison.h"
 #include "bench/internal/extent.h"
+#include "bench/nearest.h"
 
 #include <algorithm>
 #include <map>
@@ -141,7 +142,9 @@ void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,
         session.onRequest = before;
     } catch (const WriteFailure& failure) {
         session.onRequest = before;
-        throw failure.at(nameInSnapshot(values[failure.index].point));
+        const std::string first = nameInSnapshot(values[failure.index].point);
+        throw WriteFailure(failure.prefixed(firstAndMore(first, failure.count) + ": "),
+                           failure.index, failure.count);
     }
 }
 

@@ -44,8 +44,8 @@ std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values);
 /// type.
 void requireAllowed(const std::vector<SnapshotValue>& values, const std::vector<Point>& tags);
 
-/// Writes the values in the order of the format. Throws the first Failure, which names the values
-/// of its request and says how many were written before it at least.
+/// Writes the values in the order of the format. Throws a WriteFailure for the first request that
+/// fails, which names its values.
 ///
 /// onProgress  receives how many are written
 void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,

@@ -85,31 +85,72 @@ bool askPerson(const Bench& bench, const std::string& question)
     return std::fgets(line, sizeof line, stdin) != nullptr && (line[0] == 'y' || line[0] == 'Y');
 }
 
-/// Returns whether it was done: a person may have said no.
-bool writeAndReadBack(Bench& bench, const Values& values, const RestoreOptions& options)
+/// How far the writing came, and how it goes on.
+void tellWritten(const bench::WriteFailure& failure, std::size_t total, bool all)
+{
+    const std::string last =
+        failure.count == 1 ? "the next one" : "some of the next " + std::to_string(failure.count);
+    const std::size_t untried = total - failure.index - failure.count;
+    note(std::to_string(failure.index) + " of " + counted(total, "value") +
+         " written, perhaps also " + last +
+         (untried == 0 ? "." : "; not tried: " + std::to_string(untried) + "."));
+    if (failure.kind() != FailureKind::ControllerRefused)
+        note(std::string("The same command") + (all ? " without --all" : "") +
+             " writes what is missing.");
+}
+
+int writeAll(Bench& bench, const Values& values, bool all)
+try {
+    Progress progress(values.size());
+    bench::writeSnapshot(bench.session(), values,
+                         [&](std::size_t written) { progress.show(written); });
+    return Success;
+} catch (const bench::WriteFailure& failure) {
+    report(failure);
+    tellWritten(failure, values.size(), all);
+    return bench::exitStatus(failure.kind());
+}
+
+std::vector<bench::Reading> readBack(Bench& bench, const Values& values)
+try {
+    return readCurrent(bench, values).readings;
+} catch (const Failure& failure) {
+    throw failure.with("; " + counted(values.size(), "value") + " written, but not all read back");
+}
+
+/// Returns the exit status; that of wrong usage when a person says no.
+int writeAndReadBack(Bench& bench, const Values& values, const RestoreOptions& options)
 {
     const bool isSimulated = options.bench.port.isSimulated();
     const std::string place = isSimulated ? "the simulated controller" : options.bench.port.port;
     const std::string what = counted(values.size(), "value") + " to " + place;
     if (!options.yes && !askPerson(bench, "write " + what + "?")) {
         note("nothing was written");
-        return false;
+        return bench::exitStatus(FailureKind::WrongUsage);
     }
-    {
-        Progress progress(values.size());
-        bench::writeSnapshot(bench.session(), values,
-                             [&](std::size_t written) { progress.show(written); });
-    }
-    bench::requireKept(values, readCurrent(bench, values).readings);
+    const int status = writeAll(bench, values, options.all);
+    if (status != Success)
+        return status;
+    bench::requireKept(values, readBack(bench, values));
     note(counted(values.size(), "value") + " written and read back" +
          (isSimulated ? ", to a simulated controller that ends now" : ""));
-    return true;
+    return Success;
+}
+
+/// What the controller holds before anything is written.
+Current readBefore(Bench& bench, const Values& values)
+try {
+    return readCurrent(bench, values);
+} catch (const Failure& failure) {
+    if (!bench.isStopped())
+        throw;
+    throw failure.with("; nothing was written");
 }
 
 /// Writes the values that differ.
 int restoreChanges(Bench& bench, const Values& values, const RestoreOptions& options)
 {
-    const Current current = readCurrent(bench, values);
+    const Current current = readBefore(bench, values);
     if (options.dryRun)
         printChanges(bench::differences(values, current.readings));
     if (current.status != Success) {
@@ -123,11 +164,10 @@ int restoreChanges(Bench& bench, const Values& values, const RestoreOptions& opt
         note("nothing to write: " + counted(values.size(), "value") + " already the same");
     if (changed.empty() || options.dryRun)
         return Success;
-    if (!writeAndReadBack(bench, changed, options))
-        return bench::exitStatus(FailureKind::WrongUsage);
-    if (changed.size() < values.size())
+    const int status = writeAndReadBack(bench, changed, options);
+    if (status == Success && changed.size() < values.size())
         note(std::to_string(values.size() - changed.size()) + " already the same");
-    return Success;
+    return status;
 }
 
 int restore(const RestoreOptions& options)
@@ -141,8 +181,7 @@ int restore(const RestoreOptions& options)
     if (!options.all || options.dryRun)
         return restoreChanges(bench, values, options);
     requireAllowedByTags(bench, values, options.file);
-    return writeAndReadBack(bench, values, options) ? Success
-                                                    : bench::exitStatus(FailureKind::WrongUsage);
+    return writeAndReadBack(bench, values, options);
 }
 
 } // namespace
