@@ -35,15 +35,16 @@ std::vector<Reading> notAsked(std::size_t count)
     return std::vector<Reading>(count, {std::nullopt, failure});
 }
 
-/// For a tag that shares devices with the value.
-void requireAllowed(const SnapshotValue& value, const Point& tag, bool isSamePlace)
+/// By a tag that shares devices with the value; empty when it allows it.
+std::string refusal(const SnapshotValue& value, const Point& tag, bool isSamePlace)
 {
     if (tag.writable && !(isSamePlace && tag.device.type == value.point.device.type))
-        return;
+        return std::string();
     try {
         requireAllowed(tag, value.value);
+        return std::string();
     } catch (const Failure& failure) {
-        throw failure.prefixed("line " + std::to_string(value.line) + ": ");
+        return "line " + std::to_string(value.line) + ": " + failure.what();
     }
 }
 
@@ -106,17 +107,24 @@ std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values)
     return skipped;
 }
 
-void requireAllowed(const std::vector<SnapshotValue>& values, const std::vector<Point>& tags)
+std::vector<std::string> refusals(const std::vector<SnapshotValue>& values,
+                                  const std::vector<Point>& tags)
 {
+    std::vector<std::string> found;
     std::vector<Extent> restricted;
     for (const Point& tag : tags)
         restricted.push_back(extentOf(tag.device));
     for (const SnapshotValue& value : values) {
         const Extent extent = extentOf(value.point.device);
-        for (std::size_t i = 0; i < tags.size(); ++i)
-            if (extent.overlaps(restricted[i]))
-                requireAllowed(value, tags[i], extent.begin == restricted[i].begin);
+        for (std::size_t i = 0; i < tags.size(); ++i) {
+            if (!extent.overlaps(restricted[i]))
+                continue;
+            const std::string why = refusal(value, tags[i], extent.begin == restricted[i].begin);
+            if (!why.empty())
+                found.push_back(why);
+        }
     }
+    return found;
 }
 
 void writeSnapshot(Session& session, const std::vector<SnapshotValue>& values,

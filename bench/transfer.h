@@ -39,10 +39,11 @@ struct SkippedValues {
 /// Takes out what the driver can't write. Returns what that was.
 std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values);
 
-/// Throws a Failure (WrongUsage) that names the line of the first value that a tag does not allow.
-/// What a tag makes read-only is so in any type; its limits are for values of its own device and
-/// type.
-void requireAllowed(const std::vector<SnapshotValue>& values, const std::vector<Point>& tags);
+/// Why tags do not allow values, such as "line 5: boiler.temp is not writable"; empty when they
+/// allow all. What a tag makes read-only is so in any type; its limits are for values of its own
+/// device and type.
+std::vector<std::string> refusals(const std::vector<SnapshotValue>& values,
+                                  const std::vector<Point>& tags);
 
 /// Writes the values in the order of the format. Throws a WriteFailure for the first request that
 /// fails, which names its values.

@@ -34,11 +34,20 @@ struct RestoreOptions {
     bool yes = false;
 };
 
+/// Tells all refusals, so that a person mends the file once.
 void requireAllowedByTags(const Bench& bench, const Values& written, const std::string& file)
-try {
-    bench::requireAllowed(written, bench.tags());
-} catch (const Failure& failure) {
-    throw failure.prefixed(file + ", ");
+{
+    constexpr std::size_t MostTold = 20;
+    const std::vector<std::string> refusals = bench::refusals(written, bench.tags());
+    if (refusals.empty())
+        return;
+    for (std::size_t i = 0; i < std::min(refusals.size(), MostTold); ++i)
+        note(file + ", " + refusals[i]);
+    throw bench::wrongUsage("the tags refuse " + counted(refusals.size(), "change") +
+                            (refusals.size() > MostTold
+                                 ? ", of which " + std::to_string(MostTold) + " are named"
+                                 : std::string()) +
+                            "; nothing was written");
 }
 
 /// The values of the file that can be written. What is left out is reported.

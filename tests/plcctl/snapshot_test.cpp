@@ -236,7 +236,9 @@ TEST(Restore, RefusesBeforeAnythingIsWritten)
         {"CTC0 1\n", "nothing in "},
         {"DM9 1\nDM10:int 5\n", "a.txt, line 2: temp is not writable"},
         {"DM10 5\n", "a.txt, line 1: temp is not writable"},
-        {"DM11:int 801 @setpoint\n", "a.txt, line 1: setpoint: 80.1 is above its maximum, 80 bar"},
+        {"DM10:int 5\nDM11:int 801 @setpoint\n",
+         "a.txt, line 2: setpoint: 80.1 is above its maximum, 80 bar\n"
+         "plcctl: the tags refuse 2 changes; nothing was written\n"},
     };
     const std::string tags =
         " --tags " + folder.write("plant.csv", "name,device,type,factor,unit,writable,max\n"
