@@ -113,28 +113,11 @@ private:
     CsvTable m_table;
 };
 
-/// The first cell that is not UTF-8.
-void findForeignText(CsvTable& table)
-{
-    for (const CsvRow& row : table.rows) {
-        for (const CsvCell& cell : row) {
-            if (isUtf8(cell.text))
-                continue;
-            table.problems.push_back(
-                {cell.place, "the text is not UTF-8; save the table as \"CSV UTF-8\""});
-            return;
-        }
-    }
-}
-
 } // namespace
 
 CsvTable parseCsv(const std::string& content)
 {
-    const std::string text = withoutByteOrderMark(content);
-    CsvTable table = Parser(text, separatorIn(text)).table();
-    findForeignText(table);
-    return table;
+    return Parser(content, separatorIn(content)).table();
 }
 
 std::string csvCell(const std::string& text, char separator)

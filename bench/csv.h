@@ -34,8 +34,7 @@ struct CsvTable {
 };
 
 /// Takes a table apart. The separator is the one that the first row has most of. Lines end with LF
-/// or CR LF, except within quotes; a byte order mark is skipped. A text that is not UTF-8 and
-/// quotes that are never closed are problems.
+/// or CR LF, except within quotes. Quotes that are never closed are problems.
 CsvTable parseCsv(const std::string& content);
 
 /// A cell for such a table, quoted where it must be.

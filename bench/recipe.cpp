@@ -130,7 +130,7 @@ Recipe recipeFromText(const std::string& name, const std::string& text, const Na
 {
     Recipe recipe;
     recipe.name = name;
-    std::istringstream lines(withoutByteOrderMark(text));
+    std::istringstream lines(text);
     int number = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;

@@ -503,7 +503,7 @@ std::string snapshotLines(const std::vector<Point>& points, const std::vector<Re
 Snapshot parseSnapshot(const std::string& content, const Devices& devices)
 {
     Snapshot snapshot;
-    std::istringstream lines(withoutByteOrderMark(content));
+    std::istringstream lines(content);
     int number = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;
@@ -524,7 +524,7 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices)
 
 Snapshot loadSnapshot(const std::string& path, const Driver& driver)
 {
-    const std::string content = withoutByteOrderMark(contentOf(path));
+    const std::string content = textIn(path);
     requireEnd(path, content);
     // The same letters may be other devices, so this comes before they are understood.
     const std::string writer = driverIn(content);

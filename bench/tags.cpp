@@ -410,7 +410,7 @@ std::string textOf(const TagProblem& problem)
 
 std::vector<Point> loadTags(const std::string& path, const Devices& devices)
 {
-    const TagFile found = parseTags(contentOf(path), devices);
+    const TagFile found = parseTags(textIn(path), devices);
     if (found.problems.empty())
         return found.tags;
     const std::size_t others = found.problems.size() - 1;

@@ -86,7 +86,7 @@ void print(const std::vector<bench::Point>& tags, Format format)
 int checkTags(const TagsOptions& options)
 {
     const bench::Driver driver(driverFile(options.driverFile));
-    const bench::TagFile file = bench::parseTags(bench::contentOf(options.file), driver.devices());
+    const bench::TagFile file = bench::parseTags(bench::textIn(options.file), driver.devices());
     for (const bench::TagProblem& problem : file.problems)
         note(options.file + ", " + bench::textOf(problem));
     if (!file.tags.empty() || file.problems.empty() || options.format == Format::Json)

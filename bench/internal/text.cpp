@@ -33,12 +33,6 @@ std::string trimmed(const std::string& text)
     return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
-std::string withoutByteOrderMark(const std::string& content)
-{
-    static const std::string Mark = "\xEF\xBB\xBF";
-    return content.compare(0, Mark.size(), Mark) == 0 ? content.substr(Mark.size()) : content;
-}
-
 bool isUtf8(const std::string& text)
 {
     return QString::fromStdString(text).toStdString() == text;

@@ -14,9 +14,6 @@ std::string lower(std::string text);
 /// Without blanks, tabs and line ends around it.
 std::string trimmed(const std::string& text);
 
-/// Without the mark that some editors put before UTF-8.
-std::string withoutByteOrderMark(const std::string& content);
-
 bool isUtf8(const std::string& text);
 
 /// A finite number with a decimal point, whatever the locale; nothing for another text.

@@ -22,9 +22,6 @@ TEST(Recipe, IsTakenFromText)
         {"DM1:string4 \"abc", "f, line 1: the closing quote is missing"},
         {"DM1:string4 \"a\" b", "f, line 1: something follows the closing quote"},
         {"DM1 5\nDM2 =\n", "f, line 2: there is no value after DM2"},
-        {"\xEF\xBB\xBF"
-         "DM1 5\n",
-         "DM1 5 1; "},
         {"DM1 5 6\n", "f, line 1: a line has one device and one value. Write a text with blanks"},
         {"DM1;5\n", "f, line 1: separate device and value with a blank"},
         {"DM1 5\nMR1 2\n", "f, line 2: '2' is not a bool"},

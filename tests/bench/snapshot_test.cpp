@@ -241,6 +241,31 @@ TEST(Snapshot, IsWrittenWhereItDiffersInWholeDevices)
     }
 }
 
+TEST(TextFile, IsUtf8)
+{
+    const struct {
+        std::string content;
+        const char* outcome; ///< after the file's name, when it is refused
+    } rows[] = {
+        {"\xEF\xBB\xBF"
+         "20 \xC2\xB0\x43\n",
+         "20 \xC2\xB0\x43\n"},
+        {std::string("\xFF\xFE#\0", 4), " is UTF-16, not UTF-8. Save it as UTF-8; "},
+        {std::string("\xFE\xFF\0#", 4), " is UTF-16, not UTF-8. Save it as UTF-8; "},
+        {std::string("#\0\n\0", 4), ", line 1: the text is not UTF-8. "},
+        {"a\n20 \xB0\x43\n", ", line 2: the text is not UTF-8. "},
+    };
+    const QTemporaryDir folder;
+    const std::string path = folder.filePath("a.txt").toStdString();
+    for (const auto& row : rows) {
+        std::ofstream(path) << row.content;
+        std::string outcome;
+        outcome += tests::refusal([&] { outcome = path + textIn(path); });
+        EXPECT_EQ(outcome.substr(0, (path + row.outcome).size()), path + row.outcome);
+    }
+    EXPECT_EQ(tests::refusal([] { textIn(TABLES); }), "can't read " TABLES ": it is a folder. ");
+}
+
 /// Lets no file grow, as on a full disk.
 class FullDisk
 {
