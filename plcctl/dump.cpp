@@ -73,6 +73,15 @@ void tellPart(const bench::Dump& dump, const std::string& file, const bench::Par
     note("The same command with --resume reads the rest.");
 }
 
+/// With what to do about a file that can't be written any more, such as on a full disk.
+Failure withAdvice(const Failure& failure, const bench::PartFile& part)
+{
+    return Failure(
+        failure.kind(), failure.what(),
+        "The values read before are in " + part.part() +
+            ". When there is room again, the same command with --resume reads the rest.");
+}
+
 void tellResult(const bench::Dump& dump, const std::string& file)
 {
     note(counted(dump.size() - dump.failed(), "value") + (file.empty() ? "" : " in " + file) +
@@ -92,6 +101,15 @@ void tellEnd(bench::DumpEnd end, const bench::Dump& dump, const std::string& fil
     tellResult(dump, file);
 }
 
+bench::DumpEnd readAll(bench::Dump& dump, bench::Session& session, bench::PartFile* file)
+try {
+    return dump.run(session, file);
+} catch (const Failure& failure) {
+    if (file == nullptr || !file->hasPart())
+        throw;
+    throw withAdvice(failure, *file);
+}
+
 int runDump(bench::Dump& dump, bench::Session& session, const DumpOptions& options,
             bench::PartFile* file)
 {
@@ -102,7 +120,7 @@ int runDump(bench::Dump& dump, bench::Session& session, const DumpOptions& optio
         addFailed(failed, failure, point.name);
     };
     progress.show(dump.taken());
-    const bench::DumpEnd end = dump.run(session, file);
+    const bench::DumpEnd end = readAll(dump, session, file);
     progress.clear();
     const int status = report(failed);
     tellEnd(end, dump, options.file, file);
