@@ -522,6 +522,11 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices)
     return snapshot;
 }
 
+std::string driverNamedIn(const std::string& path)
+{
+    return driverIn(textIn(path));
+}
+
 Snapshot loadSnapshot(const std::string& path, const Driver& driver)
 {
     const std::string content = textIn(path);

@@ -81,6 +81,9 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices);
 /// values.
 Snapshot loadSnapshot(const std::string& path, const Driver& driver);
 
+/// The driver that a snapshot in a file names; empty for none. Throws a Failure as loadSnapshot().
+std::string driverNamedIn(const std::string& path);
+
 /// The device with its type, as a snapshot has it; the same for the same values anywhere.
 std::string snapshotName(const TypedDevice& device);
 

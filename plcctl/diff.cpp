@@ -40,6 +40,16 @@ bench::Snapshot load(const std::string& file, const bench::Driver& driver)
     return snapshot;
 }
 
+/// The same letters may be other devices of another driver.
+void requireOneDriver(const std::vector<std::string>& files)
+{
+    const std::string left = bench::driverNamedIn(files[0]);
+    const std::string right = bench::driverNamedIn(files[1]);
+    if (!left.empty() && !right.empty() && left != right)
+        throw bench::wrongUsage("the dumps are of different drivers: " + files[0] + " of " + left +
+                                ", " + files[1] + " of " + right);
+}
+
 void printAsJson(const std::vector<bench::Difference>& differences)
 {
     Json rows = Json::array();
@@ -85,6 +95,8 @@ int diff(const DiffOptions& options)
     if (hasTwoFiles && !options.bench.port.port.empty())
         throw bench::wrongUsage("diff compares two files, or a file with the controller",
                                 "Omit --port, or one of the files.");
+    if (hasTwoFiles)
+        requireOneDriver(options.files);
     Bench bench(options.bench);
     const bench::Snapshot left = load(options.files[0], bench.driver());
     std::vector<bench::Difference> found;

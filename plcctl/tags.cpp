@@ -89,7 +89,9 @@ int checkTags(const TagsOptions& options)
     const bench::TagFile file = bench::parseTags(bench::textIn(options.file), driver.devices());
     for (const bench::TagProblem& problem : file.problems)
         note(options.file + ", " + bench::textOf(problem));
-    if (!file.tags.empty() || file.problems.empty() || options.format == Format::Json)
+    if (file.tags.empty() && file.problems.empty())
+        note(options.file + " has no tags");
+    if (!file.tags.empty() || options.format != Format::Table)
         print(file.tags, options.format);
     return file.problems.empty() ? Success : bench::exitStatus(bench::FailureKind::WrongUsage);
 }
