@@ -85,6 +85,8 @@ int check(const CheckOptions& options)
     else
         printVerdict(record, verdict);
     return verdict.worst ? bench::exitStatus(*verdict.worst) : Success;
+    if (bench.isStopped())
+        return StopSignal::exitStatus();
 }
 
 } // namespace
@@ -114,7 +116,8 @@ void addCheckCommand(CLI::App& app, int& status)
     command->footer(
         R"(It prints failures, retries and latencies, whether the line can be trusted, and
 the time-out that it needs. Exit status 0 when no read failed, else that of
-the most frequent failure. Ctrl-C ends it early and judges what was read so far.
+the most frequent failure. Ctrl-C ends it early: it judges what was read so far,
+and the exit status is 130 (128 plus the signal's number).
 
 Examples:
   plcctl check DM0 -p /dev/ttyUSB0 --for 60s

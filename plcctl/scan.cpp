@@ -131,8 +131,9 @@ int scan(const ScanOptions& options)
         printForPeople(found);
     else
         printTable(tableOf(found), options.format);
+    // With --all, a signal leaves settings untried.
     if (!found.empty())
-        return Success;
+        return StopSignal::exitStatus();
     throw nothingFound();
 }
 

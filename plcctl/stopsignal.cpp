@@ -1,6 +1,8 @@
 // Signals through a pipe, which can be waited for without a race.
 #include "stopsignal.h"
 
+#include "report.h"
+
 #include "bench/openport.h"
 
 #include <atomic>
@@ -84,6 +86,11 @@ bool StopSignal::waitFor(int ms) const
 int StopSignal::caught()
 {
     return caughtSignal;
+}
+
+int StopSignal::exitStatus()
+{
+    return caught() == 0 ? Success : 128 + caught();
 }
 
 } // namespace plcctl

@@ -35,6 +35,10 @@ public:
 
     /// The signal that has come, 0 for none.
     static int caught();
+
+    /// What a command ends with that a signal cut short: as a shell says it of a program that the
+    /// signal ended. Success when none has come.
+    static int exitStatus();
 };
 
 } // namespace plcctl

@@ -454,6 +454,7 @@ TEST(Signal, EndsACommandOnASilentLine)
 }
 
 /// Whether somebody waits for a connection to this port of 127.0.0.1.
+        {"check DM7", SIGTERM, 143, ""}, // its verdict goes to standard output
 bool isAwaited(quint16 port)
 {
     constexpr char SynSent[] = " 02 ";
