@@ -3,6 +3,7 @@
 #include "conformance/report.h"
 
 #include "host/driverdescription.h"
+#include "host/standardstreams.h"
 
 #include <CLI/CLI.hpp>
 #include <QFileInfo>
@@ -64,9 +65,7 @@ ExitStatus complain(const std::string& reason)
     return WrongUsage;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     CLI::App app("Checks that a driver plug-in does what a panel's runtime expects of a driver.\n",
                  "paneldriver-contract");
@@ -110,4 +109,16 @@ int main(int argc, char** argv)
     checkDescription(*description, report);
     runChecks(QString::fromStdString(file), requests, report);
     return report.summarize() ? Passed : Failed;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    host::openMissingStreams();
+    const int status = run(argc, argv);
+    if (host::flushOutput())
+        return status;
+    std::cerr << "paneldriver-contract: can't write to standard output\n";
+    return Failed;
 }

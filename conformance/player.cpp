@@ -2,6 +2,7 @@
 #include "conformance/play.h"
 
 #include "host/driverplugin.h"
+#include "host/standardstreams.h"
 
 #include <CLI/CLI.hpp>
 
@@ -102,9 +103,7 @@ ExitStatus playAll(const Options& options)
     return counts.failed == 0 ? AllPlayed : SomeFailed;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     Options options;
     CLI::App app("Plays stories against a driver plug-in: a port answers the driver as the story\n"
@@ -131,4 +130,16 @@ int main(int argc, char** argv)
     } catch (const std::exception& error) {
         return complain(error.what());
     }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    host::openMissingStreams();
+    const int status = run(argc, argv);
+    if (host::flushOutput())
+        return status;
+    std::cerr << "paneldriver-play: can't write to standard output\n";
+    return SomeFailed;
 }

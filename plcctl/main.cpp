@@ -6,10 +6,10 @@
 #include "stopsignal.h"
 #include "wrongarguments.h"
 
+#include "host/standardstreams.h"
+
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
-
-#include <cstdio>
 
 namespace
 {
@@ -84,12 +84,12 @@ int run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    host::openMissingStreams();
     QCoreApplication application(argc, argv);
     const int status = run(argc, argv);
-    // As a shell says it of a program that a signal ended.
     if (status != plcctl::Success && plcctl::StopSignal::caught() != 0)
-        return 128 + plcctl::StopSignal::caught();
-    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return plcctl::StopSignal::exitStatus();
+    if (host::flushOutput())
         return status;
     const int lost = bench::exitStatus(bench::FailureKind::CannotOpen);
     if (status != lost) // else the reason has been reported

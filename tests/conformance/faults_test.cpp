@@ -71,6 +71,19 @@ TEST(ContractProgram, NamesTheCheckThatFailed)
         expectReported("paneldriver-contract", row);
 }
 
+TEST(Report, ThatCannotBeWrittenIsAFailure)
+{
+    for (const char* command :
+         {PROGRAMS "/paneldriver-contract " PLUGINS "/libfaulty.so --word D0 >/dev/full",
+          PROGRAMS "/paneldriver-play " PLUGINS "/libfaulty.so " STORIES " >&-"}) {
+        QProcess process;
+        process.start("/bin/sh", {"-c", command}, QIODevice::ReadOnly);
+        ASSERT_TRUE(process.waitForFinished(-1));
+        EXPECT_EQ(process.exitCode(), 1) << command;
+        EXPECT_NE(process.readAllStandardError().indexOf("can't write to standard output"), -1);
+    }
+}
+
 TEST(Help, FitsATerminal)
 {
     for (const char* program : {"paneldriver-contract", "paneldriver-play"}) {

@@ -420,10 +420,22 @@ TEST(Watch, TellsOfAFlappingLineWithAdviceOnce)
 
 TEST(Log, ThatCannotBeWrittenEndsTheCommand)
 {
-    for (const char* command : {"watch DM7 -i 1ms -f csv", "watch DM7 -i 1ms", "read DM7"}) {
-        const Result run = plcctl(command, "/dev/full");
-        EXPECT_EQ(run.status, 3) << command;
-        EXPECT_EQ(countOf("can't write to standard output", run.err), 1) << run.err;
+    const struct {
+        const char* arguments;
+        const char* redirection;
+        int messages;
+    } rows[] = {
+        {"watch DM7 -i 1ms -f csv", ">/dev/full", 1},
+        {"watch DM7 -i 1ms", ">/dev/full", 1},
+        {"read DM7", ">/dev/full", 1},
+        {"read DM7", ">&-", 1},
+        {"read DM7", "<&- >&- 2>&-", 0},
+    };
+    for (const auto& row : rows) {
+        const Result run = plcctl(row.arguments, row.redirection);
+        SCOPED_TRACE(std::string(row.arguments) + " " + row.redirection + "\n" + run.err);
+        EXPECT_EQ(run.status, 3);
+        EXPECT_EQ(countOf("can't write to standard output", run.err), row.messages);
     }
 }
 

@@ -14,12 +14,13 @@ QStringList words(const std::string& text)
 
 } // namespace
 
-Result plcctl(const std::string& arguments, const std::string& outFile)
+Result plcctl(const std::string& arguments, const std::string& redirection)
 {
     QProcess process;
-    if (!outFile.empty())
-        process.setStandardOutputFile(QString::fromStdString(outFile));
-    process.start(PLCCTL, words(arguments), QIODevice::ReadOnly);
+    // The shell hands the arguments on as they are and becomes plcctl.
+    const QString command = "exec \"$0\" \"$@\" " + QString::fromStdString(redirection);
+    process.start("/bin/sh", QStringList{"-c", command, PLCCTL} + words(arguments),
+                  QIODevice::ReadOnly);
     const bool ended = process.waitForFinished(PatienceMs);
     const bool well = ended && process.exitStatus() == QProcess::NormalExit;
     return {well ? process.exitCode() : -1, process.readAllStandardOutput().toStdString(),

@@ -17,8 +17,8 @@ struct Result {
 
 /// Runs plcctl with arguments as one would type them: separated by blanks.
 ///
-/// outFile  takes standard output, which is then empty in the result; empty for none
-Result plcctl(const std::string& arguments, const std::string& outFile = std::string());
+/// redirection  of its streams, in the words of a shell, such as ">/dev/full"; may be empty
+Result plcctl(const std::string& arguments, const std::string& redirection = std::string());
 
 /// A plcctl that runs beside the test, ended at the latest with this object.
 class Background
