@@ -29,12 +29,12 @@ const Meaning meanings[] = {
      FailureKind::NoReply,
      "No complete reply came in time. Check cable, power and the line's settings (speed, parity), "
      "or allow a longer time-out.",
-     {Topic::Line, Topic::Timeout}},
+     {Topic::Line, Topic::Timeout, Topic::LineSearch}},
     {errortext::InvalidResponse,
      FailureKind::InvalidReply,
      "Something answered, but not as this controller does. Check the port, the line's settings "
      "(speed, parity), and that no other program uses the line.",
-     {Topic::Line}},
+     {Topic::Line, Topic::LineSearch}},
     {errortext::InvalidAddress, FailureKind::WrongUsage,
      "Nothing was sent. The driver knows no such device, or the run ends outside its area."},
     {errortext::CantReadWord, FailureKind::WrongUsage,

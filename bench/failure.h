@@ -39,7 +39,8 @@ enum class Topic {
     Faults,
     Presets,
     Movements,
-    Simulator, ///< as a program of its own
+    LineSearch, ///< for the settings of a serial line
+    Simulator,  ///< as a program of its own
 };
 
 /// A failure on its way to a person.

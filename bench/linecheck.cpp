@@ -129,6 +129,13 @@ std::string adviceOnLosses(const LineRecord& record, const LineVerdict& verdict)
                     : "Check plugs and cables, and any gateway in between.";
 }
 
+/// Whether nothing but losses came of a serial line that stayed open.
+bool maybeWrongSettings(const LineRecord& record, const LineVerdict& verdict)
+{
+    return record.hearsLateReplies && record.breaks == 0 && record.lateReplies == 0 &&
+           verdict.lostShare == 1;
+}
+
 std::string adviceOn(const LineRecord& record, const LineVerdict& verdict)
 {
     const Summary& summary = record.summary;
@@ -228,6 +235,8 @@ LineVerdict judge(const LineRecord& record)
         verdict.trust == Trust::Unusable ? milliseconds(0) : timeoutFor(record);
     verdict.text = inWords(record, verdict);
     verdict.advice = adviceOn(record, verdict);
+    if (maybeWrongSettings(record, verdict))
+        verdict.topics = {Topic::Line, Topic::LineSearch};
     return verdict;
 }
 

@@ -50,8 +50,9 @@ struct LineVerdict {
     /// for an unusable line, which no time-out cures.
     std::chrono::milliseconds advisedTimeout;
 
-    std::string text;   ///< the verdict in words, without a full stop
-    std::string advice; ///< what to do, in sentences
+    std::string text;          ///< the verdict in words, without a full stop
+    std::string advice;        ///< what to do, in sentences
+    std::vector<Topic> topics; ///< of the advice
 };
 
 /// Such as "trustworthy", for JSON.

@@ -69,7 +69,8 @@ void printVerdict(const bench::LineRecord& record, const bench::LineVerdict& ver
         std::printf("%s\n", line.c_str());
     std::printf("%s\n", verdict.text.c_str());
     if (!verdict.advice.empty())
-        std::printf("%s\n", wrapped(verdict.advice, TerminalWidth).c_str());
+        std::printf("%s\n",
+                    wrapped(adviceText(verdict.advice, verdict.topics), TerminalWidth).c_str());
     if (verdict.advisedTimeout.count() > 0)
         std::printf("a time-out of %d ms will do: --timeout %d\n",
                     int(verdict.advisedTimeout.count()), int(verdict.advisedTimeout.count()));

@@ -40,18 +40,23 @@ const char* typed(bench::Topic topic)
         return "--set";
     case bench::Topic::Movements:
         return "--move";
+    case bench::Topic::LineSearch:
+        return "plcctl scan";
     case bench::Topic::Simulator:
         break;
     }
     return "plcctl simulate";
 }
 
-/// As in "--line and --timeout".
+/// As in "--line, --timeout and plcctl scan".
 std::string typed(const std::vector<bench::Topic>& topics)
 {
     std::string text;
-    for (const bench::Topic topic : topics)
-        text += (text.empty() ? "" : " and ") + std::string(typed(topic));
+    for (std::size_t i = 0; i < topics.size(); ++i)
+        text += (i == 0                   ? ""
+                 : i + 1 == topics.size() ? " and "
+                                          : ", ") +
+                std::string(typed(topics[i]));
     return text;
 }
 
@@ -73,6 +78,11 @@ bool isSame(const bench::Failure& a, const bench::Failure& b)
 
 } // namespace
 
+std::string adviceText(const std::string& advice, const std::vector<bench::Topic>& topics)
+{
+    return advice + (topics.empty() ? "" : " See " + typed(topics) + ".");
+}
+
 void report(const bench::Failure& failure, const std::string& subject)
 {
     const std::string options = typed(failure.topics());
@@ -80,8 +90,7 @@ void report(const bench::Failure& failure, const std::string& subject)
     const std::string& start = isRefusedText ? options : subject;
     note((start.empty() ? "" : start + ": ") + failure.what());
     if (!failure.advice().empty())
-        printWrapped(AdviceIndent,
-                     failure.advice() + (options.empty() ? "" : " See " + options + "."));
+        printWrapped(AdviceIndent, adviceText(failure.advice(), failure.topics()));
 }
 
 void addFailed(std::vector<FailedPoints>& failed, const bench::Failure& failure,

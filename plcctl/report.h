@@ -17,6 +17,9 @@ namespace plcctl
 /// What the program ends with after success; bench::exitStatus() has the others.
 constexpr int Success = 0;
 
+/// Advice, and where the person finds more.
+std::string adviceText(const std::string& advice, const std::vector<bench::Topic>& topics);
+
 /// Prints the failure and its advice on standard error.
 ///
 /// subject  what it happened to, such as a device; may be empty

@@ -108,6 +108,8 @@ TEST(LineCheck, JudgesALine)
         EXPECT_EQ(verdict.text, row.text);
         EXPECT_NE(verdict.advice.find(row.advice), std::string::npos) << verdict.advice;
         EXPECT_EQ(verdict.advice.empty(), *row.advice == '\0') << verdict.advice;
+        // The settings of the line are in doubt only where nothing ever came.
+        EXPECT_EQ(verdict.topics.empty(), row.name != std::string("Silent"));
     }
 }
 

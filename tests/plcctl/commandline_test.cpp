@@ -112,15 +112,15 @@ TEST(Outcome, OfFailures)
         {"TimeoutAndAdvice", "read DM7 MR0 --fault silent --timeout 100 --retry 0", 4, "",
          "plcctl: DM7 and 1 more: packet loss (0 of 4 bytes within 100 ms)\n"
          "        No complete reply came in time. Check cable, power and the line's\n"
-         "        settings (speed, parity), or allow a longer time-out. See --line and\n"
-         "        --timeout.\n"},
+         "        settings (speed, parity), or allow a longer time-out. See --line,\n"
+         "        --timeout and plcctl scan.\n"},
         {"Garbled", "read DM7 --fault garble@RDS --retry 0", 5, "", "invalid response"},
         {"CutReply", "read DM7 --fault cut@RDS -o 100 --retry 0", 4, "", "packet loss"},
         {"NoSuchDriver", "read DM7 --driver /nowhere/libx.so", 3, "", "/nowhere/libx.so"},
         {"LateRepliesAreMeasured", "read DM7 -o 100 --retry 0 --fault late=300ms@RDS", 4, "",
          "a time-out of "},
-        {"WatchThatFailsToTheEnd", "watch DM7 -n 2 -i 0 -o 20 --retry 0 --fault silent@RDS", 4, "",
-         "longer time-out. See --line and\n        --timeout.\n"},
+        {"WatchThatFailsToTheEnd", "watch DM7 -n 2 -i 0ms -o 20 --retry 0 --fault silent@RDS", 4,
+         "", "longer time-out. See --line,\n        --timeout and plcctl scan.\n"},
         {"NoSerialPort", "read DM7 -p /dev/null", 3, "", "it is not a serial port\n        "},
         {"NobodyListens", "read DM7 -p tcp:127.0.0.1:1", 3, "", "listens on TCP port 1. 'ping"},
         {"NoSuchLine", "read DM7 -p /nowhere/tty", 3, "", "can't open /nowhere/tty"},
