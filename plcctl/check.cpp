@@ -85,9 +85,9 @@ int check(const CheckOptions& options)
         printJson(bench::toJson(record, verdict));
     else
         printVerdict(record, verdict);
-    return verdict.worst ? bench::exitStatus(*verdict.worst) : Success;
     if (bench.isStopped())
         return StopSignal::exitStatus();
+    return verdict.worst ? bench::exitStatus(*verdict.worst) : Success;
 }
 
 } // namespace
@@ -108,7 +108,7 @@ void addCheckCommand(CLI::App& app, int& status)
         ->add_option_function<std::string>(
             "--for",
             [options](const std::string& text) { options->forMs = parseDurationMs("--for", text); },
-            "Time before it ends, such as 60s or 5m; the read under way is finished (default: "
+            "Time before it ends, such as 60s or 1.5m; the read under way is finished (default: "
             "10s)")
         ->excludes(count)
         ->type_name("TIME");

@@ -6,6 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
+#include <cmath>
 #include <map>
 
 namespace plcctl
@@ -221,16 +223,28 @@ void addStyleOptions(CLI::App& command, Style& style)
 
 int parseDurationMs(const std::string& option, const std::string& text)
 {
-    const std::map<std::string, long long> scales = {
-        {"", 1}, {"ms", 1}, {"s", 1000}, {"m", 60 * 1000}, {"h", 3600 * 1000}};
-    const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
-    const auto scale = scales.find(text.substr(digits));
-    if (digits == 0 || digits > 8 || scale == scales.end())
-        throw CLI::ValidationError(option, "'" + text + "' is not a time; write 500ms or 2s");
-    const long long ms = std::stoll(text.substr(0, digits)) * scale->second;
+    static const std::map<std::string, int> msPerUnit = {
+        {"ms", 1}, {"s", 1000}, {"m", 60 * 1000}, {"h", 3600 * 1000}};
+    const auto refusal = [&](const std::string& why) {
+        return CLI::ValidationError(option, "'" + text + "' " + why);
+    };
+    const std::size_t digits = std::min(text.find_first_not_of("0123456789."), text.size());
+    const std::string number = text.substr(0, digits);
+    const std::string unit = text.substr(digits);
+    double count = 0;
+    const auto [end, error] = std::from_chars(number.data(), number.data() + digits, count);
+    const bool isNumber = error == std::errc() && end == number.data() + digits;
+    if (isNumber && unit.empty())
+        throw refusal("has no unit: write " + text + "ms, " + text + "s or " + text + "m");
+    const auto scale = msPerUnit.find(unit);
+    if (!isNumber || scale == msPerUnit.end())
+        throw refusal("is not a time; write 500ms, 2s or 1.5m");
+    const double ms = count * scale->second;
     if (ms > MaxDurationMs)
-        throw CLI::ValidationError(option, "'" + text + "' is more than a day");
-    return static_cast<int>(ms);
+        throw refusal("is more than a day");
+    if (count > 0 && ms < 1)
+        throw refusal("is less than 1ms");
+    return static_cast<int>(std::lround(ms));
 }
 
 } // namespace plcctl

@@ -73,8 +73,8 @@ void addFormatOption(CLI::App& command, Format& format,
 /// --format, --signed and --hex.
 void addStyleOptions(CLI::App& command, Style& style);
 
-/// "500ms", "2s", "1m" or a plain number of milliseconds. Throws CLI::ValidationError in the name
-/// of the option.
+/// "500ms", "1.5s", "1m" or "1h", in milliseconds. Throws CLI::ValidationError in the name of the
+/// option, also for a number without a unit.
 int parseDurationMs(const std::string& option, const std::string& text);
 
 } // namespace plcctl

@@ -162,6 +162,9 @@ TEST(Outcome, OfMisuse)
         {"NoTcpPort", "simulate --tcp nine", 2, "", "--tcp: \"nine\""},
         {"Ipv6WithoutBrackets", "simulate --tcp ::1:0", 2, "", "--tcp: \"::1:0\""},
         {"UnknownProtocol", "simulate --protocol can", 2, "", "not one of kv1000, modbusrtu"},
+        {"TimeWithoutAUnit", "watch DM7 -i 5", 2, "", "'5' has no unit: write 5ms, 5s or 5m"},
+        {"TimeInAnUnknownUnit", "check DM7 --for 5sec", 2, "", "'5sec' is not a time; write 500ms"},
+        {"TooShortATime", "watch DM7 -i 0.4ms", 2, "", "'0.4ms' is less than 1ms"},
         {"UnknownMovement", "simulate --move DM0=saw/1s", 2, "", "--move: \"saw\""},
     });
 }
@@ -380,13 +383,13 @@ TEST(Watch, PrintsWhatChanges)
 
 TEST(Watch, EndsAfterItsRoundsAndPrintsNothingTwice)
 {
-    const Result run = plcctl("watch DM7 -n 3 -i 1ms -f csv --set DM7=5");
+    const Result run = plcctl("watch DM7 -n 3 -i 0.002s -f csv --set DM7=5");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out.find("time,name,device,type,value,unit\n"), 0U);
     EXPECT_EQ(countOf(",DM7,DM7,uint,5,\n", run.out), 1) << run.out;
     EXPECT_EQ(countOf("\n", run.out), 2) << run.out;
     EXPECT_NE(run.err.find("\n3 requests, 0 failed\n"), std::string::npos) << run.err;
-    EXPECT_NE(run.err.find("(wanted 1.0 ms, longest "), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("(wanted 2.0 ms, longest "), std::string::npos) << run.err;
 
     const Result outage = plcctl("watch DM7 -n 5 -i 1ms -f csv --set DM7=5 -o 20 --retry 0 "
                                  "--fault silent@RDS#2-3");
@@ -396,7 +399,7 @@ TEST(Watch, EndsAfterItsRoundsAndPrintsNothingTwice)
 
 TEST(Watch, TellsOfAFlappingLineWithAdviceOnce)
 {
-    const Result run = plcctl("watch DM7 DM8 -n 40 -i 0 -o 20 --retry 0 -f json "
+    const Result run = plcctl("watch DM7 DM8 -n 40 -i 0s -o 20 --retry 0 -f json "
                               "--fault silent@RDS#1,silent@RDS#20-20");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(
@@ -451,6 +454,7 @@ TEST(Signal, EndsACommandOnASilentLine)
         {"watch DM7", SIGHUP, 0, "0 requests, 0 failed"},
         {"read DM7", SIGINT, 130, "plcctl: DM7: stopped"},
         {"write DM7 1", SIGTERM, 143, "plcctl: DM7: stopped"},
+        {"check DM7", SIGTERM, 143, ""}, // its verdict goes to standard output
     };
     SimulatedController controller("-v --fault silent");
     for (const auto& row : rows) {
@@ -466,7 +470,6 @@ TEST(Signal, EndsACommandOnASilentLine)
 }
 
 /// Whether somebody waits for a connection to this port of 127.0.0.1.
-        {"check DM7", SIGTERM, 143, ""}, // its verdict goes to standard output
 bool isAwaited(quint16 port)
 {
     constexpr char SynSent[] = " 02 ";
