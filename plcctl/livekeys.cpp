@@ -124,6 +124,8 @@ void takePromptKey(const Key& key, LiveView& view, WatchThread& watch)
         orderWrite(view, watch);
     else if (key.kind == Key::Erase)
         eraseLast(view.prompt->text);
+    else if (key.kind == Key::EraseAll)
+        view.prompt->text.clear();
     else if (key.kind == Key::Text)
         view.prompt->text += key.text;
 }

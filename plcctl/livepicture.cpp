@@ -77,7 +77,7 @@ std::string messageFor(const LiveView& view, const bench::Watched& marked)
     if (!view.message.empty())
         return bench::visible(view.message);
     if (view.prompt)
-        return "Enter writes the value, Esc cancels";
+        return "Enter writes the value, Ctrl-U clears it, Esc cancels";
     if (marked.failure)
         return bench::visible(marked.point.name + ": " + inOneLine(*marked.failure));
     return marked.point.comment.empty() ? "" : marked.point.name + ": " + marked.point.comment;

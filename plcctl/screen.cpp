@@ -29,6 +29,8 @@ namespace
 /// The longest pause within the bytes of one key; alone, an escape byte is the key Esc.
 constexpr int EscapeDelayMs = 50;
 
+constexpr wint_t CtrlU = 'U' - '@';
+
 constexpr short ChangedPair = 1;
 constexpr short FailedPair = 2;
 
@@ -174,6 +176,8 @@ Key keyOf(wint_t character)
     case 0x08:
     case 0x7F:
         return {Key::Erase, {}};
+    case CtrlU:
+        return {Key::EraseAll, {}};
     }
     if (character < 0x20)
         return {Key::Other, {}};

@@ -14,7 +14,21 @@ enum class Look { Normal, Faint, Bold, Bar, Changed, Failed };
 
 /// What was typed: a key, or a text of one character.
 struct Key {
-    enum Kind { None, Text, Up, Down, PageUp, PageDown, First, Last, Enter, Escape, Erase, Other };
+    enum Kind {
+        None,
+        Text,
+        Up,
+        Down,
+        PageUp,
+        PageDown,
+        First,
+        Last,
+        Enter,
+        Escape,
+        Erase,
+        EraseAll,
+        Other
+    };
 
     Kind kind = None;
     std::string text; ///< UTF-8, of Text only

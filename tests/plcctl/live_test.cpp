@@ -62,7 +62,9 @@ TEST_F(LiveWatch, WritesThroughThePromptToTheMarkedLine)
     ASSERT_TRUE(terminal.shows("write DM8 (uint):")) << terminal.screen();
     terminal.type("70000");
     EXPECT_TRUE(terminal.shows("-32768 to 65535")) << terminal.screen();
-    terminal.press({"BSpace", "BSpace", "Enter"});
+    terminal.press({"BSpace"});
+    EXPECT_TRUE(terminal.shows("Ctrl-U clears it")) << terminal.screen();
+    terminal.press({"C-u", "7", "0", "9", "BSpace", "0", "Enter"});
     EXPECT_TRUE(terminal.shows("DM8 = 700 written")) << terminal.screen();
     EXPECT_TRUE(terminal.shows("DM8       700")) << terminal.screen();
     terminal.press({"Enter", "9", "Escape"});
