@@ -34,6 +34,15 @@ double parseNumber(const std::string& text)
     return *number;
 }
 
+/// What a parser returns; its refusal names the point, one of many perhaps.
+template <typename Parser>
+auto parsedFor(const Point& point, Parser parse)
+try {
+    return parse();
+} catch (const Failure& failure) {
+    throw failure.prefixed(point.name + ": ");
+}
+
 std::string limitText(const Point& point, double limit)
 {
     const std::string number = shortText(limit, NumberDigits);
@@ -204,13 +213,14 @@ Value valueToWrite(const Point& point, const std::string& text)
     requireWritable(point);
     if (point.scale.isPlain()) {
         // Who chose an unsigned type did not mean a negative number; an area's own is a mere word.
-        const Value value = parseValue(text, point.device.type,
-                                       point.device.isTyped ? Negatives::OfSignedTypes
-                                                            : Negatives::InTwosComplement);
+        const Negatives negatives =
+            point.device.isTyped ? Negatives::OfSignedTypes : Negatives::InTwosComplement;
+        const Value value =
+            parsedFor(point, [&] { return parseValue(text, point.device.type, negatives); });
         checkHeldValue(point, value, text);
         return value;
     }
-    const double number = parseNumber(text);
+    const double number = parsedFor(point, [&] { return parseNumber(text); });
     checkLimits(point, number, 0, text);
     const Value value = unscaled(point, number, text);
     checkHeldValue(point, value, text + " (rounded to " + fullText(point, value) + ")");

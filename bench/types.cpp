@@ -135,7 +135,7 @@ Value parseBool(const std::string& text)
         return std::int64_t(1);
     if (word == "0" || word == "false")
         return std::int64_t(0);
-    throw wrongUsage("'" + text + "' is not a bool; write 0 or 1");
+    throw wrongUsage("'" + text + "' is not a bool; write 0, 1, true or false");
 }
 
 /// Whether a number that is out of range is too near to 0.

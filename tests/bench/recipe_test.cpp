@@ -24,7 +24,7 @@ TEST(Recipe, IsTakenFromText)
         {"DM1 5\nDM2 =\n", "f, line 2: there is no value after DM2"},
         {"DM1 5 6\n", "f, line 1: a line has one device and one value. Write a text with blanks"},
         {"DM1;5\n", "f, line 1: separate device and value with a blank"},
-        {"DM1 5\nMR1 2\n", "f, line 2: '2' is not a bool"},
+        {"DM1 5\nMR1 2\n", "f, line 2: MR1: '2' is not a bool"},
         {"DM1..DM2 5\n", "f, line 1: DM1..DM2 takes 2 values, but 1 was given"},
         {"#\n", "there is nothing to write in f"},
     };

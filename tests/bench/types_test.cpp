@@ -47,7 +47,7 @@ TEST(Values, AreTypedSentAndShown)
         const char* hexadecimal;
     } rows[] = {
         {"bool", "TRUE", "01", "1", "1"},
-        {"bool", "2", "", "'2' is not a bool; write 0 or 1. ", ""},
+        {"bool", "2", "", "'2' is not a bool; write 0, 1, true or false. ", ""},
         {"byte", "0xab", "ab", "171", "0xAB"},
         {"byte", "256", "", "'256' does not fit byte: -128 to 255. ", ""},
         {"int", "-2", "feff", "-2", "0xFFFE"},
