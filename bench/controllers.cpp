@@ -77,6 +77,17 @@ std::string commandsHelp()
     return help;
 }
 
+std::vector<std::string> contentsHelp()
+{
+    std::vector<std::string> help;
+    for (const Protocol& protocol : protocols) {
+        help.push_back(std::string(protocol.name) + ":");
+        for (const std::string& text : protocol.make()->demoTexts())
+            help.back() += " " + text;
+    }
+    return help;
+}
+
 SimulatedController::SimulatedController(const std::string& protocol,
                                          const ControllerOptions& options,
                                          simulator::TrafficLog log)

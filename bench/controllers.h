@@ -34,6 +34,10 @@ std::unique_ptr<simulator::Controller> makeController(const std::string& protoco
 /// For help texts: the commands and error codes of every protocol, each line ended by a newline.
 std::string commandsHelp();
 
+/// For help texts: what a SimulatedController of every protocol holds from the start, such as
+/// "kv1000: DM0=10,20 C0=counter:0..1000/1s".
+std::vector<std::string> contentsHelp();
+
 /// A controller and the server that lines are opened on.
 class SimulatedController
 {

@@ -127,6 +127,18 @@ void addLineOptions(CLI::App& command, SimulateOptions& options)
     command.add_flag("-v,--trace,--verbose", options.verbose, "Show the traffic on standard error");
 }
 
+/// What the controllers hold, a paragraph each.
+std::string contents()
+{
+    constexpr std::size_t Width = 72; // a man page is indented
+    const std::string indent = "\n  ";
+    std::string text;
+    for (const std::string& help : bench::contentsHelp())
+        for (const std::string& line : CLI::detail::split(wrapped(help, Width), '\n'))
+            text += indent + line;
+    return text + "\n";
+}
+
 std::string footer()
 {
     return std::string(R"(It prints one line on standard output once it is listening.
@@ -139,8 +151,11 @@ Examples:
   plcctl simulate --tcp 8501 --fault late=700ms:0.2 --seed 7 -v
   plcctl simulate --protocol modbusrtu --move HR5=sine:0..90/1s --baud 9600
 
-)") + simulator::MotionHelp +
-           "\n" + simulator::FaultHelp + "\nCommands and error codes:\n\n" + bench::commandsHelp() +
+From the start these hold values, until --set, --move or a write changes them;
+all other devices are 0:
+)") + contents() +
+           "\n" + simulator::MotionHelp + "\n" + simulator::FaultHelp +
+           "\nCommands and error codes:\n\n" + bench::commandsHelp() +
            R"(
 Examples of fault plans:
 

@@ -26,8 +26,11 @@ std::optional<std::vector<uint32_t>> parseValues(std::string_view list, uint32_t
 
 /// "DM100=12": a device, and what is to become of it.
 struct Controller::Assignment {
+    std::string_view name;
     NamedPlace target;
     std::string_view right;
+
+    std::string refusal(const std::string& why) const { return std::string(name) + ": " + why; }
 };
 
 std::optional<Controller::Assignment>
@@ -44,7 +47,7 @@ Controller::parseAssignment(std::string_view text, const char* form, std::string
         why = "there is no device " + quoted(name);
         return std::nullopt;
     }
-    return Assignment{*target, text.substr(equals + 1)};
+    return Assignment{name, *target, text.substr(equals + 1)};
 }
 
 bool Controller::preset(std::string_view text, std::string& why)
@@ -54,8 +57,10 @@ bool Controller::preset(std::string_view text, std::string& why)
         return false;
     const NamedPlace& target = assignment->target;
     const auto values = parseValues(assignment->right, target.largestValue, why);
-    if (!values)
+    if (!values) {
+        why = assignment->refusal(why);
         return false;
+    }
     if (values->size() > target.count) {
         why = quoted(text) + " goes beyond " + target.lastName;
         return false;
@@ -71,8 +76,10 @@ bool Controller::move(std::string_view text, std::string& why)
         return false;
     const NamedPlace& target = assignment->target;
     const auto motion = parseMotion(assignment->right, target.largestValue, why);
-    if (!motion)
+    if (!motion) {
+        why = assignment->refusal(why);
         return false;
+    }
     m_memory.move(target.place, *motion);
     return true;
 }
@@ -84,6 +91,13 @@ void Controller::presetDemo()
         preset(text, why);
     for (const char* text : demo().moves)
         move(text, why);
+}
+
+std::vector<std::string> Controller::demoTexts() const
+{
+    std::vector<std::string> texts(demo().presets.begin(), demo().presets.end());
+    texts.insert(texts.end(), demo().moves.begin(), demo().moves.end());
+    return texts;
 }
 
 std::optional<uint32_t> Controller::look(std::string_view device) const

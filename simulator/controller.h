@@ -69,6 +69,9 @@ public:
     /// Some values to look at, a few of them moving.
     void presetDemo();
 
+    /// These as texts for preset() and move(), for a person to read.
+    std::vector<std::string> demoTexts() const;
+
     /// The value that preset() sets for this name, or nothing when there is no such device.
     std::optional<uint32_t> look(std::string_view device) const;
 

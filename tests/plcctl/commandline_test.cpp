@@ -165,7 +165,7 @@ TEST(Outcome, OfMisuse)
         {"TimeWithoutAUnit", "watch DM7 -i 5", 2, "", "'5' has no unit: write 5ms, 5s or 5m"},
         {"TimeInAnUnknownUnit", "check DM7 --for 5sec", 2, "", "'5sec' is not a time; write 500ms"},
         {"TooShortATime", "watch DM7 -i 0.4ms", 2, "", "'0.4ms' is less than 1ms"},
-        {"UnknownMovement", "simulate --move DM0=saw/1s", 2, "", "--move: \"saw\""},
+        {"UnknownMovement", "simulate --move DM0=saw/1s", 2, "", "--move: DM0: \"saw\""},
     });
 }
 
