@@ -17,6 +17,12 @@ bool isOption(const std::string& text)
     return text.size() > 1 && text.front() == '-';
 }
 
+/// Only these have a nearest one: one letter differs from every other one by one error.
+bool isLong(const std::string& option)
+{
+    return option.compare(0, 2, "--") == 0;
+}
+
 std::vector<std::string> commandsToType(const CLI::App& program)
 {
     std::vector<std::string> names;
@@ -42,7 +48,11 @@ std::string helpOf(const CLI::App& command)
 
 bench::Failure unknownCommand(const CLI::App& program, const std::string& word)
 {
-    const std::string meant = bench::nearest(word, commandsToType(program));
+    std::vector<std::string> words = commandsToType(program);
+    for (const std::string& name : optionsToType(program))
+        if (isLong(name))
+            words.push_back(name);
+    const std::string meant = bench::nearest(word, words);
     return bench::wrongUsage("no such subcommand or option: " + word,
                              meant.empty() ? helpOf(program)
                                            : "Did you mean 'plcctl " + meant + "'?");
@@ -55,9 +65,7 @@ bench::Failure unexpected(const CLI::App& command, const std::vector<std::string
     if (option == words.end())
         return bench::wrongUsage("one argument too many: " + words.front(), helpOf(command));
     const std::string name = option->substr(0, option->find('='));
-    // One letter differs from every other one by one error.
-    const bool isWord = name.compare(0, 2, "--") == 0;
-    const std::string meant = isWord ? bench::nearest(name, optionsToType(command)) : "";
+    const std::string meant = isLong(name) ? bench::nearest(name, optionsToType(command)) : "";
     return bench::wrongUsage(command.get_name() + " has no option " + name,
                              meant.empty() ? helpOf(command) : "Did you mean " + meant + "?");
 }

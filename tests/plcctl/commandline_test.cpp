@@ -136,6 +136,7 @@ TEST(Outcome, OfMisuse)
     expectOutcomes({
         {"Nothing", "", 2, "", "plcctl --help"},
         {"NoSuchCommand", "raed DM7", 2, "", "Did you mean 'plcctl read'?"},
+        {"NoSuchProgramOption", "--versoin", 2, "", "Did you mean 'plcctl --version'?"},
         {"NoSuchOption", "read DM7 --tarce", 2, "", "Did you mean --trace?"},
         {"ValueForgotten", "read DM7 --timeout", 2, "", "--timeout needs a value"},
         {"VariableNeverSet", "read DM7 --port=", 2, "", "--port needs a value"},
