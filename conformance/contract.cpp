@@ -3,6 +3,7 @@
 #include "conformance/report.h"
 
 #include "host/driverdescription.h"
+#include "host/driverplugin.h"
 #include "host/standardstreams.h"
 
 #include <CLI/CLI.hpp>
@@ -102,6 +103,8 @@ int run(int argc, char** argv)
         return Failed;
     }
     const std::vector<Request> requests = requestsFor(choice, *description);
+    if (requests.empty() && !host::DriverPlugin::load(QString::fromStdString(file), &error))
+        return complain(error.toStdString());
     if (requests.empty())
         return complain(file + " has no description of devices: name some with --word and --bit");
 

@@ -177,7 +177,8 @@ void addScanCommand(CLI::App& app, int& status)
     addFormatOption(*command, options->format);
     command->footer(
         R"(Devices are only read. The driver's own default line is tried first, then other
-speeds, then other forms of characters. What it prints can be pasted as options.
+speeds, then other forms of characters. A line that it prints is a setting that
+works, as options to paste; of several settings, take one.
 
 Examples:
   plcctl scan DM0 -p /dev/ttyUSB0

@@ -65,6 +65,7 @@ TEST(ContractProgram, NamesTheCheckThatFailed)
         {"", "libQt5Core.so", 2, "can't load driver libQt5Core.so: no such file"},
         {"", "libstranger.so --word D0", 1, "expected: a driver plug-in"},
         {"", "libfaulty.so", 2, "name some with --word and --bit"},
+        {"", NO_STORIES, 2, "can't load driver"},
         {"", "libfaulty.so --word D0 --read nibble", 2, "there is no width nibble"},
     };
     for (const Row& row : rows)
