@@ -58,11 +58,18 @@ bool isLost(const Reading& reading)
            kind == FailureKind::CannotOpen;
 }
 
+/// What a link stands for: replacing it would leave the file that is meant as it was.
+std::string targetOf(const std::string& file)
+{
+    const QFileInfo info = infoOf(file);
+    return info.isSymLink() ? QFile::encodeName(info.symLinkTarget()).toStdString() : file;
+}
+
 } // namespace
 
 PartFile::PartFile(const std::string& file)
-    : m_file(file)
-    , m_part(file + ".part")
+    : m_file(targetOf(file))
+    , m_part(m_file + ".part")
 {
     refuseOtherThanFile(m_file);
     refuseOtherThanFile(m_part);
@@ -150,12 +157,13 @@ DumpEnd Dump::run(Session& session, PartFile* file)
     if (file != nullptr)
         file->begin(textWithoutEnd());
     const bool isStopped = !readMissing(session, file);
+    const bool isEmpty = failed() == size();
     const DumpEnd end = isStopped                ? DumpEnd::Stopped
-                        : firstLost() != nullptr ? DumpEnd::Incomplete
+                        : firstLost() || isEmpty ? DumpEnd::Incomplete
                                                  : DumpEnd::Complete;
     if (file != nullptr && end == DumpEnd::Complete)
         file->finish(text());
-    else if (file != nullptr && failed() == size())
+    else if (file != nullptr && isEmpty)
         file->discard();
     return end;
 }

@@ -50,7 +50,7 @@ private:
 
 enum class DumpEnd {
     Complete,   ///< every point was read, or can't be read
-    Incomplete, ///< for some, no valid reply came
+    Incomplete, ///< for some no valid reply came, or no value was read
     Stopped,    ///< by the session
 };
 

@@ -275,8 +275,8 @@ private:
         const auto [low, high] = std::minmax({scaled(leastOf(type)), scaled(greatestOf(type))});
         const double tolerance = std::fabs(tag.scale.factor) / 2;
         if (*limit < low - tolerance || *limit > high + tolerance)
-            problem(column, "'" + text(column) + "' is outside of what " + aTypeOf(tag) +
-                                " holds, " + shortText(low, RangeDigits) + " to " +
+            problem(column, "'" + text(column) + "' is outside what " + aTypeOf(tag) + " holds, " +
+                                shortText(low, RangeDigits) + " to " +
                                 shortText(high, RangeDigits));
     }
 

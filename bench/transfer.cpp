@@ -48,6 +48,48 @@ std::string refusal(const SnapshotValue& value, const Point& tag, bool isSamePla
     }
 }
 
+/// Tags in the order of their places, so that those that share devices with a value lie together.
+class TagsByPlace
+{
+public:
+    explicit TagsByPlace(const std::vector<Point>& tags)
+    {
+        for (const Point& tag : tags) {
+            m_tags.push_back({extentOf(tag.device), &tag});
+            m_longest = std::max(m_longest, m_tags.back().place.bytes());
+        }
+        std::sort(m_tags.begin(), m_tags.end(), comesFirst);
+    }
+
+    /// Calls visit(its extent, the tag) for each that shares devices with the extent.
+    template <typename Visit>
+    void forEachAt(const Extent& extent, Visit visit) const
+    {
+        Entry first{extent, nullptr}, last = first;
+        first.place.begin -= m_longest;
+        last.place.begin = extent.end;
+        const auto end = std::lower_bound(m_tags.begin(), m_tags.end(), last, comesFirst);
+        for (auto entry = std::lower_bound(m_tags.begin(), end, first, comesFirst); entry != end;
+             ++entry)
+            if (extent.overlaps(entry->place))
+                visit(entry->place, *entry->tag);
+    }
+
+private:
+    struct Entry {
+        Extent place;
+        const Point* tag;
+    };
+
+    static bool comesFirst(const Entry& a, const Entry& b)
+    {
+        return a.place.place() < b.place.place();
+    }
+
+    std::vector<Entry> m_tags;
+    int m_longest = 0; ///< in bytes
+};
+
 } // namespace
 
 bool readBlocks(Session& session, const std::vector<TypedDevice>& devices,
@@ -111,18 +153,14 @@ std::vector<std::string> refusals(const std::vector<SnapshotValue>& values,
                                   const std::vector<Point>& tags)
 {
     std::vector<std::string> found;
-    std::vector<Extent> restricted;
-    for (const Point& tag : tags)
-        restricted.push_back(extentOf(tag.device));
+    const TagsByPlace tagsByPlace(tags);
     for (const SnapshotValue& value : values) {
         const Extent extent = extentOf(value.point.device);
-        for (std::size_t i = 0; i < tags.size(); ++i) {
-            if (!extent.overlaps(restricted[i]))
-                continue;
-            const std::string why = refusal(value, tags[i], extent.begin == restricted[i].begin);
+        tagsByPlace.forEachAt(extent, [&](const Extent& place, const Point& tag) {
+            const std::string why = refusal(value, tag, extent.begin == place.begin);
             if (!why.empty())
                 found.push_back(why);
-        }
+        });
     }
     return found;
 }

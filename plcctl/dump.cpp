@@ -172,8 +172,8 @@ diff refuse a file without it, so that one that was cut off does no harm. The
 exit status is that of the first missing reply, else that of the first refusal.
 
 Examples:
-  plcctl dump DM0..DM4999 MR0..MR99915 -o line3.txt -p /dev/ttyUSB0
-  plcctl dump DM0..DM999 MR0..MR99915 -o line3.txt -p /dev/ttyUSB0 --resume
+  plcctl dump DM0..DM4999 MR0..MR99915 -o line.txt -p /dev/ttyUSB0
+  plcctl dump DM0..DM4999 MR0..MR99915 -o line.txt -p /dev/ttyUSB0 --resume
   plcctl dump 'boiler.*' DM8:dint --tags plant.csv -p tcp:192.168.0.10)");
     command->callback([options, &status] { status = dump(*options); });
 }

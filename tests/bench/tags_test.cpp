@@ -93,9 +93,9 @@ TEST(TagFile, NamesLineAndColumnOfWhatIsWrong)
         {"name,device,min,max\na,DM1,2,1\n", "line 2, column 3 (min): the minimum is above"},
         {"name,device,min,factor\na,DM1:int,-3276.8,0.1\nb,DM1:uint,0,-1\n", ""},
         {"name,device,max,factor\na,DM1:int,3277,0.1\n",
-         "line 2, column 3 (max): '3277' is outside of what an int of this scale holds, -3276.8 "
+         "line 2, column 3 (max): '3277' is outside what an int of this scale holds, -3276.8 "
          "to "},
-        {"name,device,min\na,DM1:uint,-1\n", "line 2, column 3 (min): '-1' is outside of what a "},
+        {"name,device,min\na,DM1:uint,-1\n", "line 2, column 3 (min): '-1' is outside what a "},
         {"name,device,max\na,DM1:string2,1\n", "line 2, column 3 (max): a string has no limits"},
         {"name,device,decimals\na,DM1,0\nb,DM1,9\n", ""},
         {"name,device,decimals\na,DM1,1.5\n", "line 2, column 3 (decimals): '1.5' is not 0 to 9"},

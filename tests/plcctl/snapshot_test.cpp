@@ -119,7 +119,7 @@ TEST(Dump, KeepsAnOlderFileUntilTheControllerHasAnsweredForAll)
 {
     const Folder folder;
     const std::string file = folder.write("a.txt", "DM0 1\n");
-    const std::string command = "dump DM2000..DM3300 -o " + file + " --timeout 50 --retry 0";
+    const std::string command = "dump DM2000..DM3300 -o " + file + " --retry 0";
     const std::string values = " --set DM2000=1 --set DM2255=2 --set DM2256=3 --set DM3300=4";
     const struct {
         const char* name;
@@ -129,10 +129,14 @@ TEST(Dump, KeepsAnOlderFileUntilTheControllerHasAnsweredForAll)
         const char* error; ///< a part of standard error
         bool hasPart;
     } rows[] = {
-        {"DeadLine", " --fault silent@RDS", 4, 3, "no value was read; FILE was not written", false},
-        {"ALostReply", " --fault silent@RDS#2-2", 4, 6,
+        {"AllRefused", " --fault error=1@CR", 1, 0, "no value was read; FILE was not written",
+         false},
+        {"DeadLine", " --fault silent@RDS --timeout 50", 4, 3,
+         "no value was read; FILE was not written", false},
+        {"ALostReply", " --fault silent@RDS#2-2 --timeout 400", 4, 6,
          "1045 of 1301 values are in FILE.part; FILE was not written.", true},
-        {"DiesAgain", " --resume --fault silent@RDS", 4, 1, "1045 of 1301 values are in", true},
+        {"DiesAgain", " --resume --fault silent@RDS --timeout 50", 4, 1,
+         "1045 of 1301 values are in", true},
         {"Garbled", " --resume --fault garble@RDS", 5, 1, "1045 of 1301 values are in", true},
     };
     for (const auto& row : rows) {
