@@ -23,7 +23,7 @@ TEST(Check, EndsWithTheVerdict)
         {"Good", "DM7 -n 150", 0, "trustworthy", 150, 0, 0},
         {"SavedByARetry", "DM7 -n 100 --fault garble@RDS#1 --retry 1", 0, "losses", 100, 1, 0},
         {"Silent", "DM7 -n 2 --fault silent -o 20 --retry 0", 4, "unusable", 2, 0, 0},
-        {"LostOnce", "DM7 -n 100 --fault silent@RDS#5-5 -o 20 --retry 0", 4, "losses", 100, 0, 0},
+        {"LostOnce", "DM7 -n 100 --fault silent@RDS#5-5 -o 150 --retry 0", 4, "losses", 100, 0, 0},
         {"Refused", "DM99999 -n 2", 1, "trustworthy", 2, 6, 0},
         {"RefusedOnce", "DM7 -n 100 --fault error=1@RDS#1", 0, "trustworthy", 100, 1, 0},
         {"Late", "DM7 -n 9 --fault late=150ms@RDS#3-3,late=150ms@RDS#5-5 -o 100", 0, "late", 9, 2,

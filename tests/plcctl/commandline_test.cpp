@@ -82,8 +82,8 @@ TEST(Outcome, OfReading)
         {"Range", "read MR514..MR600 --set MR515=1", 0, "MR514  0\nMR515  1\nMR600  0\n", ""},
         {"Csv", "read DM7 DM30:string4 -f csv --set DM7=12 --set DM30=0x2241,0x2C63", 0,
          "name,device,type,value,unit\nDM7,DM7,uint,12,\nDM30,DM30,string4,\"A\"\"c,\",\n", ""},
-        {"GoodOnesBesideABadOne", "read DM7 T5 -o 20 --retry 0 --set DM7=1 --fault error=1@RDS#2-2",
-         1, "DM7  1\n", "plcctl: T5: Response During an Error:E1\\r\\n\n"},
+        {"GoodOnesBesideABadOne", "read DM7 T5 --retry 0 --set DM7=1 --fault error=1@RDS#2-2", 1,
+         "DM7  1\n", "plcctl: T5: Response During an Error:E1\\r\\n\n"},
         {"Json", "read DM7 -c 2 -s -f json --set DM7=65535,2", 0,
          "[\n  {\"name\":\"DM7\",\"device\":\"DM7\",\"type\":\"uint\",\"value\":-1},\n"
          "  {\"name\":\"DM8\",\"device\":\"DM8\",\"type\":\"uint\",\"value\":2}\n]\n",
@@ -92,7 +92,8 @@ TEST(Outcome, OfReading)
          "[\n  {\"name\":\"DM7\",\"device\":\"DM7\",\"type\":\"uint\",\"value\":\"0x000C\"}\n]\n",
          ""},
         {"JsonOfNothing", "read MR0 -f json --retry 0 --fault error", 1, "[]\n", "MR0: "},
-        {"AfterARetry", "read DM7 --fault silent#1 -o 20 --retry 1 --set DM7=3", 0, "DM7  3\n", ""},
+        {"AfterARetry", "read DM7 --fault silent#1 -o 150 --retry 1 --set DM7=3", 0, "DM7  3\n",
+         ""},
     });
 }
 
@@ -392,7 +393,7 @@ TEST(Watch, EndsAfterItsRoundsAndPrintsNothingTwice)
     EXPECT_NE(run.err.find("\n3 requests, 0 failed\n"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("(wanted 2.0 ms, longest "), std::string::npos) << run.err;
 
-    const Result outage = plcctl("watch DM7 -n 5 -i 1ms -f csv --set DM7=5 -o 20 --retry 0 "
+    const Result outage = plcctl("watch DM7 -n 5 -i 1ms -f csv --set DM7=5 -o 150 --retry 0 "
                                  "--fault silent@RDS#2-3");
     EXPECT_EQ(countOf(",DM7,DM7,uint,,\n", outage.out), 1) << outage.out;
     EXPECT_EQ(countOf(",DM7,DM7,uint,5,\n", outage.out), 2) << outage.out;
@@ -400,7 +401,7 @@ TEST(Watch, EndsAfterItsRoundsAndPrintsNothingTwice)
 
 TEST(Watch, TellsOfAFlappingLineWithAdviceOnce)
 {
-    const Result run = plcctl("watch DM7 DM8 -n 40 -i 0s -o 20 --retry 0 -f json "
+    const Result run = plcctl("watch DM7 DM8 -n 40 -i 0s -o 150 --retry 0 -f json "
                               "--fault silent@RDS#1,silent@RDS#20-20");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(
@@ -411,9 +412,9 @@ TEST(Watch, TellsOfAFlappingLineWithAdviceOnce)
     EXPECT_EQ(countOf("\"type\":\"uint\",\"value\":", run.out), 4) << run.out;
     EXPECT_EQ(countOf("packet loss", run.err), 2) << run.err;
     EXPECT_EQ(countOf("No complete reply", run.err), 1) << run.err;
-    EXPECT_EQ(
-        countOf("DM7 and 1 more: packet loss (0 of 4 bytes within 20 ms), 2 times so far", run.err),
-        1);
+    EXPECT_EQ(countOf("DM7 and 1 more: packet loss (0 of 4 bytes within 150 ms), 2 times so far",
+                      run.err),
+              1);
     EXPECT_EQ(countOf("DM7 and 1 more: answer again", run.err), 2) << run.err;
     EXPECT_EQ(countOf("interval", run.err), 1) << "0 cannot be missed\n" << run.err;
 

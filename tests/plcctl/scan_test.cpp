@@ -24,7 +24,7 @@ TEST(Scan, FindsTheLineOfAController)
          "--line RS232,9600,EVEN,8,1 --timeout ", "the controller answered; 6 of 6 reads"},
         {"AnotherSpeed", "--line RS232,19200,EVEN,8,1", "-f csv", 0,
          "line,timeoutMs,outcome,reads,answers,longestMs\n\"RS232,19200,EVEN,8,1\",", ""},
-        {"AnotherForm", "--line RS232,4800,NONE,8,2", "-o 20", 0,
+        {"AnotherForm", "--line RS232,4800,NONE,8,2", "-o 30", 0,
          "--line RS232,4800,NONE,8,2 --timeout ", ""},
         {"NoiseFirst", "--line RS232,9600,EVEN,8,1 --fault garble#1", "-v", 0,
          "--line RS232,9600,NONE,8,1 --timeout ", "RS232,9600,EVEN,8,1: invalid reply"},

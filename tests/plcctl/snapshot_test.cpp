@@ -158,7 +158,7 @@ TEST(Dump, KeepsAnOlderFileUntilTheControllerHasAnsweredForAll)
 TEST(Dump, HasCommentsForWhatCouldNotBeRead)
 {
     const Folder folder;
-    const Result lost = plcctl("dump DM1020..DM1300 --timeout 50 --retry 0 --fault silent@RDS#1-1 "
+    const Result lost = plcctl("dump DM1020..DM1300 --timeout 200 --retry 0 --fault silent@RDS#1-1 "
                                "--set DM1276=5");
     EXPECT_EQ(lost.status, 4);
     EXPECT_NE(lost.err.find("plcctl: DM1020 and 255 more: packet loss"), std::string::npos);
@@ -280,7 +280,7 @@ TEST(Restore, TellsHowFarItCame)
     };
     const std::string file = folder.write("a.txt", "DM0 1 2\nMR0 1 1 1\nT5 7\n");
     for (const auto& row : rows) {
-        const Result run = plcctl("restore --yes " + file + " --retry 0 -o 50" + row.options);
+        const Result run = plcctl("restore --yes " + file + " --retry 0 -o 150" + row.options);
         SCOPED_TRACE(row.name + (": " + run.err));
         EXPECT_EQ(run.status, 4);
         EXPECT_NE(run.err.find(row.failed), std::string::npos);
