@@ -1,5 +1,6 @@
 // Snapshots as text: their lines and order, what comes back from them, and what is refused.
 #include "tests/bench/areas.h"
+#include "tests/support/resourcelimit.h"
 
 #include "bench/comparison.h"
 #include "bench/dump.h"
@@ -9,7 +10,6 @@
 
 #include <csignal>
 #include <fstream>
-#include <sys/resource.h>
 
 using namespace bench;
 
@@ -266,27 +266,6 @@ TEST(TextFile, IsUtf8)
     EXPECT_EQ(tests::refusal([] { textIn(TABLES); }), "can't read " TABLES ": it is a folder. ");
 }
 
-/// Lets no file grow, as on a full disk.
-class FullDisk
-{
-public:
-    FullDisk()
-    {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit none = {0, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &none);
-    }
-    ~FullDisk()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_handler);
-    }
-
-private:
-    void (*const m_handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit m_before = {};
-};
-
 TEST(PartFile, ReplacesNothingOnAFullDisk)
 {
     const QTemporaryDir folder;
@@ -296,8 +275,10 @@ TEST(PartFile, ReplacesNothingOnAFullDisk)
     file.begin("part");
     std::string refusal;
     {
-        const FullDisk disk;
+        const auto before = std::signal(SIGXFSZ, SIG_IGN); // sent to who writes past the limit
+        const ResourceLimit noFileGrows(RLIMIT_FSIZE, 0);
         refusal = tests::refusal([&] { file.finish("new"); });
+        std::signal(SIGXFSZ, before);
     }
     EXPECT_EQ(refusal.find("can't write " + path + ".part"), 0U) << refusal;
     EXPECT_EQ(contentOf(path), "old");

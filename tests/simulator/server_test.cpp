@@ -2,8 +2,11 @@
 #include "simulator/kv1000/controller.h"
 #include "simulator/server.h"
 
+#include "tests/support/resourcelimit.h"
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <chrono>
 #include <csignal>
@@ -14,8 +17,8 @@
 #include <fstream>
 #include <memory>
 #include <poll.h>
+#include <set>
 #include <sys/ioctl.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -205,32 +208,42 @@ TEST_F(ServerTest, GivesEveryHostASessionOfItsOwnAndAllOneMemory)
     EXPECT_TRUE(Server(plc).listenTcp("127.0.0.1", port, why)) << "no restart: " << why;
 }
 
-/// Few descriptors for this process, as long as it lives.
-class FewDescriptors
+std::set<fs::path> threadsOfThisProcess()
 {
-public:
-    FewDescriptors()
-    {
-        getrlimit(RLIMIT_NOFILE, &m_before);
-        const rlimit few = {64, m_before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &few);
-    }
-    ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &m_before); }
+    return {fs::directory_iterator("/proc/self/task"), fs::directory_iterator()};
+}
 
-private:
-    rlimit m_before;
-};
-
-TEST_F(ServerTest, LetsHostsWaitWhileNoDescriptorIsLeft)
+/// Whether the thread sleeps; `status` is its file /proc/self/task/TID/stat.
+bool isAsleep(const OwnedFd& status)
 {
-    const FewDescriptors few;
+    char text[128];
+    const ssize_t length = pread(status.get(), text, sizeof text, 0);
+    EXPECT_GT(length, 0);
+    return std::string(text, size_t(std::max<ssize_t>(length, 0))).find(") S ") !=
+           std::string::npos;
+}
+
+TEST_F(ServerTest, SleepsWhileAHostWaitsAndNoDescriptorIsLeft)
+{
+    const auto others = threadsOfThisProcess();
     const auto server = serve();
+    const auto threads = threadsOfThisProcess();
+    const auto thread = std::find_if(threads.begin(), threads.end(),
+                                     [&](const fs::path& path) { return others.count(path) == 0; });
+    ASSERT_NE(thread, threads.end());
+    const OwnedFd status(open((*thread / "stat").c_str(), O_RDONLY | O_CLOEXEC));
+
+    const ResourceLimit fewDescriptors(RLIMIT_NOFILE, 64);
     std::vector<OwnedFd> all;
     for (int fd = dup(STDIN_FILENO); fd >= 0; fd = dup(STDIN_FILENO))
         all.emplace_back(fd);
     all.pop_back();
     Host host(server->tcpPort());
     poll(nullptr, 0, 150); // the server finds it and gets none
+    int samples = 0;
+    while (!isAsleep(status) && ++samples < VeryLongMs)
+        poll(nullptr, 0, 1);
+    EXPECT_LT(samples, VeryLongMs) << "it tries again and again";
     all.clear();
     host.ask("CR\r\n", "CC\r\n");
 }
