@@ -98,7 +98,9 @@ OpenPort::OpenPort(const PortOptions& options, const Driver& driver,
     if (!m_port->open()) {
         if (opening)
             opening(nullptr);
-        throw Failure(FailureKind::CannotOpen, lastFailure().text, portAdvice(m_address));
+        const PortReport report = lastFailure();
+        throw Failure(FailureKind::CannotOpen, report.text,
+                      report.isBroken ? portAdvice(m_address) : std::string());
     }
     if (options.trace)
         m_trace = std::make_unique<host::TracingPort>(

@@ -204,9 +204,10 @@ bool Port::reopen()
     return true;
 }
 
+/// After an interruption the transport fails too; that is not the cause.
 bool Port::fail(Failure failure)
 {
-    m_failure = failure;
+    m_failure = m_interrupted ? Failure::Interrupted : failure;
     return false;
 }
 
