@@ -38,8 +38,8 @@ std::vector<Difference> differences(const std::vector<SnapshotValue>& left,
 std::vector<SnapshotValue> valuesToWrite(const std::vector<SnapshotValue>& values,
                                          const std::vector<Reading>& current);
 
-/// Throws a Failure: Different, with the first values that are not as they were written, or that of
-/// the first reading that failed.
+/// Throws a Failure, Different, with the first values that are not as they were written. What could
+/// not be read is left out.
 ///
 /// readBack  parallel to written
 void requireKept(const std::vector<SnapshotValue>& written, const std::vector<Reading>& readBack);

@@ -120,9 +120,9 @@ try {
     return bench::exitStatus(failure.kind());
 }
 
-std::vector<bench::Reading> readBack(Bench& bench, const Values& values)
+Current readBack(Bench& bench, const Values& values)
 try {
-    return readCurrent(bench, values).readings;
+    return readCurrent(bench, values);
 } catch (const Failure& failure) {
     throw failure.with("; " + counted(values.size(), "value") + " written, but not all read back");
 }
@@ -140,7 +140,12 @@ int writeAndReadBack(Bench& bench, const Values& values, const RestoreOptions& o
     const int status = writeAll(bench, values, options.all);
     if (status != Success)
         return status;
-    bench::requireKept(values, readBack(bench, values));
+    const Current kept = readBack(bench, values);
+    bench::requireKept(values, kept.readings);
+    if (kept.status != Success) {
+        note(counted(values.size(), "value") + " written, but not all read back");
+        return kept.status;
+    }
     note(counted(values.size(), "value") + " written and read back" +
          (isSimulated ? ", to a simulated controller that ends now" : ""));
     return Success;

@@ -277,6 +277,8 @@ TEST(Restore, TellsHowFarItCame)
         {"AtTheEnd", " --all --fault silent@WRS#2-2", "T5:udint: packet loss",
          "\nplcctl: 5 of 6 values written, perhaps also the next one.\n"
          "plcctl: The same command without --all writes what is missing.\n"},
+        {"ReadingBack", " --all --fault silent@RDS#1-1", "DM0:uint and 1 more: packet loss",
+         "\nplcctl: 6 values written, but not all read back\n"},
     };
     const std::string file = folder.write("a.txt", "DM0 1 2\nMR0 1 1 1\nT5 7\n");
     for (const auto& row : rows) {
