@@ -1,5 +1,6 @@
 #include "bench/advice.h"
 
+#include "bench/internal/text.h"
 #include "bench/portadvice.h"
 
 #include "drivers/errortexts.h"
@@ -63,11 +64,6 @@ const Meaning meaningsOverTcp[] = {
 bool isTcp(const PortReport& port)
 {
     return port.address.kind == host::PortAddress::Kind::Tcp;
-}
-
-bool startsWith(const std::string& text, const std::string& start)
-{
-    return text.compare(0, start.size(), start) == 0;
 }
 
 const Meaning& meaningOf(const std::string& errorText, const PortReport& port)

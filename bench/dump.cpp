@@ -51,11 +51,7 @@ Snapshot loadPart(const std::string& path, const Devices& devices)
 /// Whether another attempt may have another outcome: the controller said nothing of the point.
 bool isLost(const Reading& reading)
 {
-    if (!reading.failure)
-        return false;
-    const FailureKind kind = reading.failure->kind();
-    return kind == FailureKind::NoReply || kind == FailureKind::InvalidReply ||
-           kind == FailureKind::CannotOpen;
+    return reading.failure && isLineFailure(reading.failure->kind());
 }
 
 /// What a link stands for: replacing it would leave the file that is meant as it was.

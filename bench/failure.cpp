@@ -8,6 +8,11 @@ int exitStatus(FailureKind kind)
     return static_cast<int>(kind);
 }
 
+bool isLineFailure(FailureKind kind)
+{
+    return kind == FailureKind::NoReply || kind == FailureKind::InvalidReply;
+}
+
 const char* nameOf(FailureKind kind)
 {
     switch (kind) {

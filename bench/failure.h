@@ -25,6 +25,10 @@ constexpr int LastFailureKind = 6;
 /// What a program ends with after a failure of this kind.
 int exitStatus(FailureKind kind);
 
+/// Whether the line failed: no reply, or an invalid one. The controller may have carried out the
+/// request, and another attempt may succeed.
+bool isLineFailure(FailureKind kind);
+
 /// The kind in words, such as "no reply".
 const char* nameOf(FailureKind kind);
 

@@ -14,11 +14,6 @@ namespace bench
 namespace
 {
 
-bool startsWith(const std::string& text, const std::string& start)
-{
-    return text.compare(0, start.size(), start) == 0;
-}
-
 Failure notUtf8(const std::string& what)
 {
     return wrongUsage(what, "Save it as UTF-8; a spreadsheet may call that \"CSV UTF-8\".");

@@ -52,11 +52,10 @@ Failure WriteFailure::at(const std::string& first) const
 {
     const std::string before =
         index == 0 ? "" : " (at least " + counted(index, "value") + " written before it)";
-    const bool isAnswered = kind() != FailureKind::NoReply && kind() != FailureKind::InvalidReply;
     const std::string partly =
-        count > 1    ? "; some of these " + counted(count, "value") + " may be written"
-        : isAnswered ? ""
-                     : "; it may be written";
+        count > 1               ? "; some of these " + counted(count, "value") + " may be written"
+        : isLineFailure(kind()) ? "; it may be written"
+                                : "";
     return prefixed(firstAndMore(first, count) + ": ").with(before + partly);
 }
 

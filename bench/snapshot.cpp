@@ -41,11 +41,6 @@ const HeaderRow headerRows[] = {
     {"date: ", &SnapshotHeader::date},
 };
 
-bool startsWith(const std::string& text, const std::string& start)
-{
-    return text.compare(0, start.size(), start) == 0;
-}
-
 std::string leftJustified(const std::string& text, std::size_t width)
 {
     return text + std::string(width - std::min(width, text.size()), ' ');

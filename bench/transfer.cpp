@@ -23,8 +23,7 @@ constexpr int MostUnanswered = 3;
 
 bool isUnanswered(const Reading& reading)
 {
-    return reading.failure && (reading.failure->kind() == FailureKind::NoReply ||
-                               reading.failure->kind() == FailureKind::CannotOpen);
+    return reading.failure && reading.failure->kind() == FailureKind::NoReply;
 }
 
 std::vector<Reading> notAsked(std::size_t count)

@@ -120,8 +120,5 @@ int main(int argc, char** argv)
 {
     host::openMissingStreams();
     const int status = run(argc, argv);
-    if (host::flushOutput())
-        return status;
-    std::cerr << "paneldriver-contract: can't write to standard output\n";
-    return Failed;
+    return host::finishOutput("paneldriver-contract") ? status : Failed;
 }

@@ -138,8 +138,5 @@ int main(int argc, char** argv)
 {
     host::openMissingStreams();
     const int status = run(argc, argv);
-    if (host::flushOutput())
-        return status;
-    std::cerr << "paneldriver-play: can't write to standard output\n";
-    return SomeFailed;
+    return host::finishOutput("paneldriver-play") ? status : SomeFailed;
 }

@@ -33,6 +33,11 @@ std::string trimmed(const std::string& text)
     return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
+bool startsWith(const std::string& text, const std::string& start)
+{
+    return text.compare(0, start.size(), start) == 0;
+}
+
 bool isUtf8(const std::string& text)
 {
     return QString::fromStdString(text).toStdString() == text;

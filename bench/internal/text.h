@@ -14,6 +14,8 @@ std::string lower(std::string text);
 /// Without blanks, tabs and line ends around it.
 std::string trimmed(const std::string& text);
 
+bool startsWith(const std::string& text, const std::string& start);
+
 bool isUtf8(const std::string& text);
 
 /// A finite number with a decimal point, whatever the locale; nothing for another text.

@@ -37,4 +37,12 @@ bool flushOutput()
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
 }
 
+bool finishOutput(const char* program)
+{
+    if (flushOutput())
+        return true;
+    std::fprintf(stderr, "%s: can't write to standard output\n", program);
+    return false;
+}
+
 } // namespace host

@@ -16,6 +16,9 @@ void openMissingStreams();
 /// not be written.
 bool flushOutput();
 
+/// Does so as the last act of a program, and tells on standard error when data was lost.
+bool finishOutput(const char* program);
+
 } // namespace host
 
 #endif
