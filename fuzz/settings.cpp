@@ -107,6 +107,7 @@ void checkDeviceSetting(const QByteArray& bytes, bool littleEndian)
 {
     const device_type none = static_cast<device_type>(0);
     DeviceSetting setting(none, "before", 0, 0, 0, 0, 0, "kept");
+    setting.setSocketData({{"10.0.0.9", "1"}}); // makes way for what is read
     const bool good = readFrom(bytes, littleEndian, setting);
     require(setting.auxString == "kept", "auxString is not streamed");
 
