@@ -72,7 +72,7 @@ TEST(ContractProgram, NamesTheCheckThatFailed)
         expectReported("paneldriver-contract", row);
 }
 
-TEST(Report, ThatCannotBeWrittenIsAFailure)
+TEST(Programs, FailWhenTheirOutputIsLost)
 {
     for (const char* command :
          {PROGRAMS "/paneldriver-contract " PLUGINS "/libfaulty.so --word D0 >/dev/full",
@@ -85,7 +85,7 @@ TEST(Report, ThatCannotBeWrittenIsAFailure)
     }
 }
 
-TEST(Help, FitsATerminal)
+TEST(Programs, HaveHelpThatFitsATerminal)
 {
     for (const char* program : {"paneldriver-contract", "paneldriver-play"}) {
         QProcess process;
@@ -99,7 +99,7 @@ TEST(Help, FitsATerminal)
     }
 }
 
-TEST(Player, ShowsWhereADriverLeavesAStory)
+TEST(PlayerProgram, ShowsWhereADriverLeavesAStory)
 {
     const Row rows[] = {
         {"", "libfaulty.so " STORIES " --cut --faults", 0,
