@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <limits>
+
 using namespace bench;
 
 namespace
@@ -33,14 +35,20 @@ TEST(Points, AreShownScaled)
         {point("DM1:real", 2, 0), "0.1", Notation::Natural, "0.2", "0.2"},
         {point("DM1:real", 1, 0, 1), "0.25", Notation::Natural, "0.2", "0.2"},
         {point("DM1:real", 1, 0), "0.1", Notation::Hexadecimal, "0.1", "0.1"},
+        {point("DM1:real", 1, 0), "0.1", Notation::Natural, "0.1", "0.1"},
+        {point("DM1:real", 2, 0), "3e38", Notation::Natural, "6e+38", "6e+38"},
         {point("DM1", 1, 0), "65535", Notation::Signed, "-1", "-1"},
-        {point("MR1", 1, 0), "1", Notation::Natural, "1", "1"},
+        {point("DM1", 1, 0), "65535", Notation::Hexadecimal, "0xFFFF", "\"0xFFFF\""},
+        {point("MR1", 1, 0), "1", Notation::Hexadecimal, "1", "1"},
+        {point("DM1:string4", 1, 0), "AB", Notation::Natural, "AB", "\"AB\""},
     };
     for (const auto& row : rows) {
         const Value value = parseValue(row.raw, row.point.device.type);
         EXPECT_EQ(textOf(row.point, value, row.notation), row.text);
         EXPECT_EQ(jsonOf(row.point, value, row.notation).dump(), row.json) << row.text;
     }
+    const float infinite = std::numeric_limits<float>::infinity();
+    EXPECT_EQ(jsonOf(point("DM1:real", 2, 0), infinite, Notation::Natural).dump(), "\"inf\"");
 }
 
 TEST(Points, AreWrittenWithinTheirLimits)

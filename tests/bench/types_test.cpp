@@ -3,8 +3,6 @@
 
 #include "bench/types.h"
 
-#include <nlohmann/json.hpp>
-
 using namespace bench;
 
 namespace
@@ -88,29 +86,6 @@ TEST(Values, AreTypedSentAndShown)
         EXPECT_EQ(textOf(valueFrom(data, type), type), row.shown);
         EXPECT_EQ(textOf(value, type, Notation::Hexadecimal), row.hexadecimal);
     }
-}
-
-TEST(Values, AreNumbersInJson)
-{
-    const struct {
-        const char* type;
-        const char* typed;
-        Notation notation;
-        const char* json;
-    } rows[] = {
-        {"bool", "1", Notation::Hexadecimal, "1"},
-        {"uint", "65535", Notation::Natural, "65535"},
-        {"uint", "65535", Notation::Signed, "-1"},
-        {"uint", "65535", Notation::Hexadecimal, "\"0xFFFF\""},
-        {"real", "0.1", Notation::Natural, "0.1"},
-        {"string4", "AB", Notation::Natural, "\"AB\""},
-    };
-    for (const auto& row : rows) {
-        const Type type = typeNamed(row.type);
-        EXPECT_EQ(jsonOf(parseValue(row.typed, type), type, row.notation).dump(), row.json);
-    }
-    const Type real = typeNamed("real");
-    EXPECT_EQ(jsonOf(valueFrom(QByteArray::fromHex("0000807f"), real), real), "inf");
 }
 
 } // namespace

@@ -18,6 +18,18 @@ namespace
 constexpr std::chrono::milliseconds Patience =
     20s; ///< after which a test fails; none takes as long
 
+/// Looks until something is so. Returns whether it has come to that.
+bool comesToBe(const std::function<bool()>& isSo)
+{
+    const auto end = std::chrono::steady_clock::now() + Patience;
+    while (!isSo()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
 /// The port to a controller, used by the thread that watches. The rest is for the test.
 class MemoryPort : public AnsweringPort
 {
@@ -33,9 +45,7 @@ public:
     bool hang()
     {
         m_hangs = true;
-        for (auto left = Patience; left > 0s && !m_isHanging; left -= 1ms)
-            std::this_thread::sleep_for(1ms);
-        return m_isHanging;
+        return comesToBe([this] { return m_isHanging.load(); });
     }
 
     void goOn() { m_hangs = false; }
@@ -69,14 +79,11 @@ protected:
     /// Looks until the state is as wanted.
     bool comesTo(const std::function<bool(const LiveState&)>& wanted) const
     {
-        const auto end = std::chrono::steady_clock::now() + Patience;
-        for (bool is = false; std::chrono::steady_clock::now() < end;) {
-            thread->look([&](const LiveState& state) { is = wanted(state); });
-            if (is)
-                return true;
-            std::this_thread::sleep_for(1ms);
-        }
-        return false;
+        return comesToBe([&] {
+            bool isSo = false;
+            thread->look([&](const LiveState& state) { isSo = wanted(state); });
+            return isSo;
+        });
     }
 
     bool shows(std::size_t index, std::int64_t number) const
@@ -98,11 +105,7 @@ protected:
     std::optional<WriteOutcome> outcome() const
     {
         std::optional<WriteOutcome> found;
-        const auto end = std::chrono::steady_clock::now() + Patience;
-        while (!found && std::chrono::steady_clock::now() < end) {
-            found = thread->takeOutcome();
-            std::this_thread::sleep_for(1ms);
-        }
+        comesToBe([&] { return (found = thread->takeOutcome()).has_value(); });
         return found;
     }
 
