@@ -122,21 +122,17 @@ TEST(PlayerProgram, ShowsWhereADriverLeavesAStory)
 
 TEST(Stories, AreRefusedWithLineAndReason)
 {
+    const std::string noCall = "neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE BYTES: ";
     const struct {
         const char* text;
-        const char* reason;
+        std::string reason;
     } rows[] = {
         {"    read word D0 1\n", "1: a story begins with its name, without blanks before"},
-        {"a\n read word D0\n", "2: neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE "
-                               "BYTES: read word D0"},
-        {"a\n write word D0 1\n", "2: neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE "
-                                  "BYTES: write word D0 1"},
-        {"a\n read nibble D0 1\n", "2: neither read WIDTH DEVICE COUNT nor write WIDTH "
-                                   "DEVICE BYTES: read nibble D0 1"},
-        {"a\n read word D0 2x\n", "2: neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE "
-                                  "BYTES: read word D0 2x"},
-        {"a\n read 2x D0 1\n", "2: neither read WIDTH DEVICE COUNT nor write WIDTH DEVICE "
-                               "BYTES: read 2x D0 1"},
+        {"a\n read word D0\n", "2: " + noCall + "read word D0"},
+        {"a\n write word D0 1\n", "2: " + noCall + "write word D0 1"},
+        {"a\n read nibble D0 1\n", "2: " + noCall + "read nibble D0 1"},
+        {"a\n read word D0 2x\n", "2: " + noCall + "read word D0 2x"},
+        {"a\n read 2x D0 1\n", "2: " + noCall + "read 2x D0 1"},
         {"a\n read word D0 1\n\n delay; open\n", "4: neither a call nor a shorthand: open"},
         {"define a = a\na\n read word D0 1\n a\n", "4: neither a call nor a shorthand: a"},
         {"define open\n", "1: not define PATTERN = ITEMS"},
