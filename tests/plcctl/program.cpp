@@ -1,5 +1,8 @@
 #include "program.h"
 
+#include <QFile>
+#include <gtest/gtest.h>
+
 #include <csignal>
 
 namespace
@@ -25,6 +28,47 @@ Result plcctl(const std::string& arguments, const std::string& redirection)
     const bool well = ended && process.exitStatus() == QProcess::NormalExit;
     return {well ? process.exitCode() : -1, process.readAllStandardOutput().toStdString(),
             process.readAllStandardError().toStdString()};
+}
+
+const std::string BuiltIn =
+    "plcctl: without --port: the built-in simulated controller (kv1000) answers\n";
+
+void expectOutcomes(const std::vector<Row>& rows)
+{
+    for (const Row& row : rows) {
+        Result run = plcctl(row.arguments);
+        if (run.err.rfind(BuiltIn, 0) == 0)
+            run.err.erase(0, BuiltIn.size());
+        SCOPED_TRACE(std::string(row.name) + ": " + row.arguments + "\n" + run.err);
+        EXPECT_EQ(run.status, row.status);
+        EXPECT_EQ(run.out, row.out);
+        EXPECT_NE(run.err.find(row.error), std::string::npos) << row.error;
+        EXPECT_EQ(run.err.empty(), row.error.empty());
+    }
+}
+
+std::string replaced(const std::string& text, const char* mark, const std::string& other)
+{
+    return QString::fromStdString(text).replace(mark, QString::fromStdString(other)).toStdString();
+}
+
+bool Folder::has(const char* name) const
+{
+    return QFile::exists(m_folder.filePath(name));
+}
+
+std::string Folder::text(const char* name) const
+{
+    QFile file(m_folder.filePath(name));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : "no " + path(name);
+}
+
+std::string Folder::write(const char* name, const std::string& text) const
+{
+    QFile file(m_folder.filePath(name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text.data(), qint64(text.size()));
+    return path(name);
 }
 
 Background::Background(const std::string& arguments)

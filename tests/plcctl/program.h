@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 
 #include <string>
+#include <vector>
 
 /// What came of a run that has ended.
 struct Result {
@@ -19,6 +20,43 @@ struct Result {
 ///
 /// redirection  of its streams, in the words of a shell, such as ">/dev/full"; may be empty
 Result plcctl(const std::string& arguments, const std::string& redirection = std::string());
+
+/// A row of a table: a run, and what comes of it.
+struct Row {
+    const char* name;
+    std::string arguments;
+    int status;
+    std::string out;   ///< all of standard output
+    std::string error; ///< a part of standard error; empty: nothing there
+};
+
+/// The line with which the built-in controller says that it answers.
+extern const std::string BuiltIn;
+
+/// Runs plcctl for each row. That line is not taken into account.
+void expectOutcomes(const std::vector<Row>& rows);
+
+/// A text with another one in place of each `mark`.
+std::string replaced(const std::string& text, const char* mark, const std::string& other);
+
+/// Files that are gone with this object.
+class Folder
+{
+public:
+    std::string path(const std::string& name = std::string()) const
+    {
+        return m_folder.filePath(QString::fromStdString(name)).toStdString();
+    }
+
+    bool has(const char* name) const;
+    std::string text(const char* name) const;
+
+    /// Returns the path.
+    std::string write(const char* name, const std::string& text) const;
+
+private:
+    QTemporaryDir m_folder;
+};
 
 /// A plcctl that runs beside the test, ended at the latest with this object.
 class Background

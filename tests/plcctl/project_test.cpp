@@ -63,21 +63,15 @@ TEST_F(PanelProject, ListsItsLinks)
 
 TEST_F(PanelProject, GivesLinkAndStationOfThePort)
 {
-    const struct {
-        const char* arguments;
-        int status;
-        const char* error;
-    } rows[] = {
-        {"read DM7", 0, "COM2 is link 3 of the project, station 1\n"}, // the driver's own port
-        {"read DM7 --port-name com2", 0, "com2 is link 3 of the project, station 1\n"},
-        {"read DM7 --port-name COM1", 2, "no link with a default station on COM1"},
-    };
-    for (const auto& row : rows) {
-        const Result read = run(row.arguments);
-        EXPECT_EQ(read.status, row.status) << row.arguments;
-        EXPECT_EQ(read.out, row.status == 0 ? "DM7  80\n" : "") << row.arguments;
-        EXPECT_NE(read.err.find(row.error), std::string::npos) << read.err;
-    }
+    const std::string project = " --project " + directory.path().toStdString();
+    expectOutcomes({
+        {"DriversOwnPort", "read DM7" + project, 0, "DM7  80\n",
+         "COM2 is link 3 of the project, station 1\n"},
+        {"PortByName", "read DM7 --port-name com2" + project, 0, "DM7  80\n",
+         "com2 is link 3 of the project, station 1\n"},
+        {"NoStation", "read DM7 --port-name COM1" + project, 2, "",
+         "no link with a default station on COM1"},
+    });
 }
 
 TEST_F(PanelProject, FindsAnEthernetStationByItsAddress)

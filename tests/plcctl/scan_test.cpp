@@ -42,14 +42,6 @@ TEST(Scan, FindsTheLineOfAController)
     }
 }
 
-TEST(Scan, RefusesWhatItCannotTry)
-{
-    EXPECT_EQ(plcctl("scan XY7 -p /nowhere/tty").status, 2);
-    const Result run = plcctl("scan DM7 -p /nowhere/tty");
-    EXPECT_EQ(run.status, 3);
-    EXPECT_NE(run.err.find("can't open /nowhere/tty"), std::string::npos) << run.err;
-}
-
 TEST(Ports, AreListed)
 {
     const Result run = plcctl("ports -f json");
@@ -68,22 +60,14 @@ TEST(Explain, ShowsAShortTableAndTheWholeInJson)
     EXPECT_EQ(json.at("totals").at("leastTimeoutMs"), 19);
     const Result binary = plcctl("explain read HR250 -c 50 --driver " MODBUS_DRIVER);
     EXPECT_NE(binary.out.find("  01 03 00 FA 00 32 E4 2E  "), std::string::npos) << binary.out;
-    const struct {
-        const char* arguments;
-        int status;
-        const char* error;
-    } rows[] = {
-        {"read DM99999", 1, "Response During an Error"},
-        {"write DM7", 2, "needs a device and its values"},
-        {"write DM7 1 -c 3", 2, "--count is for explain read"},
-        {"read D5 --driver " MINIMAL_DRIVER, 2, "has no simulated"},
-        {"read 1:HR0 2:HR0 --driver " MODBUS_DRIVER, 2, "is not station 2"},
-    };
-    for (const auto& row : rows) {
-        const Result run = plcctl(std::string("explain ") + row.arguments);
-        EXPECT_EQ(run.status, row.status) << row.arguments;
-        EXPECT_NE(run.err.find(row.error), std::string::npos) << run.err;
-    }
+    expectOutcomes({
+        {"Refused", "explain read DM99999", 1, "", "Response During an Error"},
+        {"NoValues", "explain write DM7", 2, "", "needs a device and its values"},
+        {"ACountOfAWrite", "explain write DM7 1 -c 3", 2, "", "--count is for explain read"},
+        {"NoController", "explain read D5 --driver " MINIMAL_DRIVER, 2, "", "has no simulated"},
+        {"OtherStation", "explain read 1:HR0 2:HR0 --driver " MODBUS_DRIVER, 2, "",
+         "is not station 2"},
+    });
 }
 
 } // namespace
