@@ -75,30 +75,6 @@ TEST_F(LiveWatch, WritesThroughThePromptToTheMarkedLine)
                        "DM9,DM9,uint,3,\n");
 }
 
-TEST_F(LiveWatch, TellsOfAWriteThatIsRefused)
-{
-    start("DM7 --set DM7=1 --fault error=0@WRS");
-    terminal.press({"w", "5", "Enter"});
-    EXPECT_TRUE(terminal.shows("DM7 not written: Response During an Error:E0"))
-        << terminal.screen();
-    EXPECT_TRUE(terminal.shows("DM7         1")) << terminal.screen();
-}
-
-TEST_F(LiveWatch, PausesAndGoesOn)
-{
-    SimulatedController controller("--set DM7=5");
-    start("DM7 -p " + controller.pty());
-    ASSERT_TRUE(terminal.shows("DM7         5")) << terminal.screen();
-    terminal.press({"Space"});
-    ASSERT_TRUE(terminal.shows("PAUSED")) << terminal.screen();
-    EXPECT_EQ(plcctl("write DM7 6 -p " + controller.tcp()).status, 0);
-    // Many intervals, after which only the age has changed.
-    EXPECT_TRUE(terminal.shows("▁   2.")) << terminal.screen();
-    EXPECT_NE(terminal.screen().find("DM7         5"), std::string::npos) << terminal.screen();
-    terminal.press({"Space"});
-    EXPECT_TRUE(terminal.shows("DM7         6")) << terminal.screen();
-}
-
 TEST_F(LiveWatch, KeepsTheMarkInSightWhateverTheSizeOfTheTerminal)
 {
     start("DM0..DM99");
@@ -124,7 +100,7 @@ TEST_F(LiveWatch, KeepsTheMarkInSightWhateverTheSizeOfTheTerminal)
     EXPECT_TRUE(terminal.shows("latency p50")) << terminal.screen();
 }
 
-TEST_F(LiveWatch, SortsAndChangesItsSpeed)
+TEST_F(LiveWatch, SortsPausesAndChangesItsSpeed)
 {
     start("DM9 DM1 DM5 --move DM5=ramp:0..1000/10s");
     const auto order = [&](const char* first, const char* second) {
@@ -138,6 +114,10 @@ TEST_F(LiveWatch, SortsAndChangesItsSpeed)
     EXPECT_TRUE(order("DM1", "DM5")) << terminal.screen();
     terminal.press({"s"});
     EXPECT_TRUE(order("DM5", "DM9")) << terminal.screen();
+    terminal.press({"Space"});
+    EXPECT_TRUE(terminal.shows("PAUSED")) << terminal.screen();
+    terminal.press({"Space"});
+    EXPECT_TRUE(terminal.loses("PAUSED")) << terminal.screen();
     terminal.press({"-", "-"});
     EXPECT_TRUE(terminal.shows("every 100 ms")) << terminal.screen();
     terminal.press({"+"});
@@ -146,51 +126,43 @@ TEST_F(LiveWatch, SortsAndChangesItsSpeed)
 
 TEST_F(LiveWatch, ShowsFailuresWhereTheyAre)
 {
-    start("DM7 CTC1:bool --fault error=1@RDS --retry 0");
+    start("DM7 CTC1:bool --fault error=1@RDS,error=0@WRS --retry 0");
     EXPECT_TRUE(terminal.shows("refused")) << terminal.screen();
     EXPECT_TRUE(terminal.shows("DM7: Response During an Error:E1")) << terminal.screen();
+    terminal.press({"w", "5", "Enter"});
+    EXPECT_TRUE(terminal.shows("DM7 not written: Response During an Error:E0"))
+        << terminal.screen();
     terminal.resize(20, 12);
     EXPECT_TRUE(terminal.shows("refused")) << "there is no room for errors\n" << terminal.screen();
 }
 
-struct Ending {
-    const char* name;
-    const char* key; ///< null: the signal
-    int signal;      ///< 0: the key
-    bool hasSummary;
-};
-
-class LiveWatchEnd : public LiveWatch, public testing::WithParamInterface<Ending>
-{
-};
-
 /// Also while a request waits for a line that is silent.
-TEST_P(LiveWatchEnd, GivesTheTerminalBack)
+TEST_F(LiveWatch, GivesTheTerminalBack)
 {
-    start("DM7 --fault silent@RDS -o 60000");
-    if (GetParam().key)
-        terminal.press({GetParam().key});
-    else
-        kill(terminal.programOfShell(), GetParam().signal);
-    expectShell();
-    EXPECT_EQ(terminal.screen().find("0 requests, 0 failed") != std::string::npos,
-              GetParam().hasSummary)
-        << terminal.screen();
-}
-
-INSTANTIATE_TEST_SUITE_P(All, LiveWatchEnd,
-                         testing::Values(Ending{"Quit", "q", 0, true},
-                                         Ending{"CtrlC", "C-c", 0, true},
-                                         Ending{"Terminated", nullptr, SIGTERM, true},
-                                         Ending{"Crash", nullptr, SIGSEGV, false}),
-                         [](const auto& row) { return std::string(row.param.name); });
-
-TEST(LiveWatchElsewhere, NeedsATerminal)
-{
-    const Result run = plcctl("watch DM7 --live");
-    EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.out, "");
-    EXPECT_NE(run.err.find("--live needs a terminal"), std::string::npos) << run.err;
+    const struct {
+        const char* name;
+        const char* key;
+        int signal; ///< 0: the key
+        bool hasSummary;
+    } rows[] = {
+        {"Quit", "q", 0, true},
+        {"CtrlC", "C-c", 0, true},
+        {"Terminated", "", SIGTERM, true},
+        {"Crash", "", SIGSEGV, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        terminal.type("clear");
+        start("DM7 --fault silent@RDS -o 60000");
+        if (row.signal != 0)
+            kill(terminal.programOfShell(), row.signal);
+        else
+            terminal.press({row.key});
+        expectShell();
+        EXPECT_EQ(terminal.screen().find("0 requests, 0 failed") != std::string::npos,
+                  row.hasSummary)
+            << terminal.screen();
+    }
 }
 
 } // namespace
