@@ -147,7 +147,9 @@ bool Port::prepare()
     const bool leaveLateReplies = !m_guard.isInSync() && !m_transport->keepsLateReplies();
     if ((leaveLateReplies || !m_transport->isOpen()) && !reopen())
         return false;
-    return listenUntilReady(m_transport->nowMs() + m_guard.guardTimeMs());
+    // Silence counts from the last byte. A reply to the command before may still come, within a
+    // time-out.
+    return listenUntilReady(m_transport->nowMs() + m_guard.guardTimeMs() + m_exchange.timeoutMs);
 }
 
 bool Port::listenUntilReady(qint64 deadlineMs)

@@ -19,9 +19,9 @@ class Transport;
 
 /// Works without a running event loop, in one thread. Opening, writing and reading each take at
 /// most the time-out. A read adds the time that the command before it and its own bytes need on a
-/// slow line. Before a command, write() or option 12 may wait up to 4 time-outs for silence, as
-/// guard.h says, but only after a reply was missing or bytes came that were not asked for. On a
-/// connection there is no such wait: the port reconnects.
+/// slow line. Before a command, write() or option 12 may wait up to 5 time-outs until the line has
+/// been silent for 4, as guard.h says, but only after a reply was missing or bytes came that were
+/// not asked for. On a connection there is no such wait: the port reconnects.
 class Port : public AbstractDeviceInterface
 {
 public:

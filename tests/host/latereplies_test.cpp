@@ -312,6 +312,18 @@ TEST_F(PortInVirtualTime, TheReplyAfterAMissingOneIsDropped)
     EXPECT_EQ(line.nowMs, TimeoutMs + PromptMs + 4 * TimeoutMs + PromptMs);
 }
 
+TEST_F(PortInVirtualTime, TheReplyAfterTheDroppedOneCostsNoAttempt)
+{
+    latenessMs = TimeoutMs + 20;
+    EXPECT_EQ(exchange("late"), "");
+    latenessMs = 60;
+    EXPECT_EQ(exchange("next"), "") << "dropped: it is the late one";
+    EXPECT_EQ(line.nowMs, TimeoutMs + 20);
+    latenessMs = PromptMs;
+    EXPECT_EQ(exchange("good"), "good");
+    EXPECT_EQ(line.nowMs, TimeoutMs + 60 + 4 * TimeoutMs + PromptMs);
+}
+
 TEST_F(PortInVirtualTime, LateRepliesAreWhyItFails)
 {
     const std::string lateness = "; replies come up to 260 ms after their command: a time-out of "
@@ -348,13 +360,13 @@ TEST_F(PortInVirtualTime, GivesUpOnALineThatIsNeverSilent)
     discardUnreadInput();
     EXPECT_EQ(line.nowMs, PromptMs);
     discardUnreadInput();
-    EXPECT_EQ(line.nowMs, PromptMs + 4 * TimeoutMs);
+    EXPECT_EQ(line.nowMs, PromptMs + 5 * TimeoutMs);
     EXPECT_FALSE(write("CR\r\n"));
     EXPECT_EQ(port->lastFailure(), "the line was not silent: late replies may still come");
     port->settle();
-    EXPECT_EQ(line.nowMs, PromptMs + 20 * TimeoutMs);
+    EXPECT_EQ(line.nowMs, PromptMs + 21 * TimeoutMs);
     port.reset();
-    EXPECT_EQ(line.nowMs, PromptMs + 20 * TimeoutMs) << "it waits once";
+    EXPECT_EQ(line.nowMs, PromptMs + 21 * TimeoutMs) << "it waits once";
 }
 
 TEST_F(PortInVirtualTime, ALineThatBreaksWhileItIsMadeQuietCanBeOpenedAgain)

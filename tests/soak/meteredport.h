@@ -49,7 +49,7 @@ public:
     TimedCall slowest; ///< the one furthest above its bound
 
 private:
-    static constexpr int SilenceInTimeouts = 4; ///< option 12 may wait so long for silence
+    static constexpr int SilenceInTimeouts = 5; ///< option 12 may wait so long for silence
 
     template <typename Call>
     int timed(double boundMs, Call call)
