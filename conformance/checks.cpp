@@ -45,6 +45,19 @@ struct Outcome {
     bool isNothing() const { return !hasError && !hasResult; }
 };
 
+/// Takes two results of an operation that has to return a new object at each call. Returns one of
+/// them, or null after a failure.
+template <typename Object>
+std::unique_ptr<Object> newObject(Report& report, Object* first, Object* second)
+{
+    // The same object may be the driver's own: nothing of it is deleted here.
+    if (!report.expect(first && second, "a new object", "null") ||
+        !report.expect(first != second, "a new object at each call", "the same one"))
+        return nullptr;
+    delete second;
+    return std::unique_ptr<Object>(first);
+}
+
 int fewUnits(const Request& request)
 {
     return int(std::min(FewUnits, request.room));
@@ -178,11 +191,12 @@ void Checks::hasAFactory()
     const auto create = reinterpret_cast<DriverInterface* (*)()>(
         library ? dlsym(library, "CreateDriver") : nullptr);
     if (m_report.expect(create, "CreateDriver among the symbols", "no such symbol")) {
-        const std::unique_ptr<DriverInterface> first(create()), second(create());
-        m_report.expect(first && first != second, "a new driver at each call",
-                        first ? "the same one" : "null");
-        m_report.expect(first->name() == m_driver->name(), "a driver " + quoted(m_driver->name()),
-                        quoted(first->name()) + "; is CreateDriver defined in the plug-in?");
+        m_report.at("CreateDriver");
+        const auto driver = newObject(m_report, create(), create());
+        if (driver)
+            m_report.expect(driver->name() == m_driver->name(),
+                            "a driver " + quoted(m_driver->name()),
+                            quoted(driver->name()) + "; is CreateDriver defined in the plug-in?");
     }
     if (library)
         dlclose(library);
@@ -190,14 +204,15 @@ void Checks::hasAFactory()
 
 void Checks::handsOutDefaults()
 {
-    const std::unique_ptr<DeviceSetting> line(m_driver->getDefaultSerialDeviceSetting());
-    const std::unique_ptr<DeviceSetting> otherLine(m_driver->getDefaultSerialDeviceSetting());
-    const std::unique_ptr<DriverSetting> exchange(m_driver->getDefaultDriverSetting());
-    const std::unique_ptr<DriverSetting> otherExchange(m_driver->getDefaultDriverSetting());
-    if (!m_report.expect(line && otherLine && exchange && otherExchange, "records", "null"))
+    m_report.at("getDefaultSerialDeviceSetting");
+    const auto line = newObject(m_report, m_driver->getDefaultSerialDeviceSetting(),
+                                m_driver->getDefaultSerialDeviceSetting());
+    m_report.at("getDefaultDriverSetting");
+    const auto exchange = newObject(m_report, m_driver->getDefaultDriverSetting(),
+                                    m_driver->getDefaultDriverSetting());
+    m_report.at("");
+    if (!line || !exchange)
         return;
-    m_report.expect(line != otherLine && exchange != otherExchange, "new records at each call",
-                    "the same ones");
     m_report.expect(m_driver->supportedCommunicationFlags() & int(line->type),
                     "supportedCommunicationFlags with the kind of the default line",
                     std::to_string(m_driver->supportedCommunicationFlags()));

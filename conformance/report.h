@@ -30,6 +30,7 @@ public:
     bool summarize() const;
 
 private:
+    std::string m_check; ///< its name
     std::string m_place;
     std::string m_notes; ///< of this check
     std::string m_first; ///< failure of this check

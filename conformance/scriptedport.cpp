@@ -4,6 +4,28 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <stdexcept>
+
+namespace
+{
+
+struct Escape {
+    char letter;
+    char byte;
+};
+
+const Escape escapes[] = {{'r', '\r'}, {'n', '\n'}, {'t', '\t'},
+                          {'0', '\0'}, {'"', '"'},  {'\\', '\\'}};
+
+char byteFrom(const std::string& digits)
+{
+    const QByteArray byte = QByteArray::fromHex(QByteArray::fromStdString(digits));
+    if (byte.toHex() != QByteArray::fromStdString(digits).toLower() || byte.size() != 1)
+        throw std::invalid_argument("\\x needs two hexadecimal digits");
+    return byte[0];
+}
+
+} // namespace
 
 std::string quoted(const QByteArray& bytes)
 {
@@ -11,14 +33,10 @@ std::string quoted(const QByteArray& bytes)
     for (char c : bytes) {
         char hex[5];
         std::snprintf(hex, sizeof hex, "\\x%02X", static_cast<unsigned char>(c));
-        if (c == '\r')
-            text += "\\r";
-        else if (c == '\n')
-            text += "\\n";
-        else if (c == '\0')
-            text += "\\0";
-        else if (c == '"' || c == '\\')
-            text += std::string("\\") + c;
+        const Escape* const escape = std::find_if(std::begin(escapes), std::end(escapes),
+                                                  [&](const Escape& row) { return row.byte == c; });
+        if (escape != std::end(escapes))
+            text += std::string("\\") + escape->letter;
         else
             text += c >= ' ' && c <= '~' ? std::string(1, c) : hex;
     }
@@ -35,23 +53,17 @@ QByteArray unquoted(const std::string& text)
             bytes.append(text[i]);
             continue;
         }
-        switch (text[++i]) {
-        case 'r':
-            bytes.append('\r');
-            break;
-        case 'n':
-            bytes.append('\n');
-            break;
-        case '0':
-            bytes.append('\0');
-            break;
-        case 'x':
-            bytes.append(static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16)));
+        if (text[++i] == 'x') {
+            bytes.append(byteFrom(text.substr(i + 1, 2)));
             i += 2;
-            break;
-        default:
-            bytes.append(text[i]);
+            continue;
         }
+        const Escape* const escape =
+            std::find_if(std::begin(escapes), std::end(escapes),
+                         [&](const Escape& row) { return row.letter == text[i]; });
+        if (escape == std::end(escapes))
+            throw std::invalid_argument(std::string("there is no escape \\") + text[i]);
+        bytes.append(escape->byte);
     }
     return bytes;
 }

@@ -11,7 +11,7 @@
 #include <vector>
 
 /// "CC\r\n" in quotes, with unprintable bytes, quotes and backslashes escaped; and back. unquoted
-/// throws std::invalid_argument for a \x without digits.
+/// throws std::invalid_argument for an escape that quoted() does not write.
 std::string quoted(const QByteArray& bytes);
 QByteArray unquoted(const std::string& text);
 

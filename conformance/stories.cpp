@@ -42,7 +42,7 @@ const char* const StoriesHelp = R"(Story files:
     = false     a write that did not, without an error
     ! TEXT      a failure, with the driver's error text
 
-  In quotes and error texts: characters and \r \n \0 \" \\ \x1F.
+  In quotes and error texts: characters and \r \n \t \0 \" \\ \x1F.
   A shorthand is defined before it is used, by define PATTERN = ITEMS. A <name>
   in the pattern matches any text, and means the same text in the items.)";
 
@@ -50,6 +50,7 @@ namespace
 {
 
 const char* const Quote = R"rx("(?:[^"\\]|\\.)*")rx";
+const char* const Number = R"rx(\d{1,9})rx"; // as many digits as always fit an int
 
 QRegularExpression wholly(const QString& pattern)
 {
@@ -105,7 +106,7 @@ QString normal(const QString& call)
 
 QStringList repliesIn(const QString& list)
 {
-    static const QRegularExpression one(QString("(%1)( as -?\\d+)?(?: of (\\d+))?").arg(Quote));
+    static const QRegularExpression one(QString("(%1)( as -?%2)?(?: of (%2))?").arg(Quote, Number));
     QStringList reads;
     for (auto found = one.globalMatch(list); found.hasNext();) {
         const QRegularExpressionMatch match = found.next();
@@ -133,13 +134,13 @@ public:
     /// The calls that an item means.
     QStringList callsOf(const QString& item, int depth = 0) const
     {
-        static const QString Reply = QString("%1(?: as -?\\d+)?(?: of \\d+)?").arg(Quote);
+        static const QString Reply = QString("%1(?: as -?%2)?(?: of %2)?").arg(Quote, Number);
         static const QRegularExpression reply = wholly(QString("reply %1(?:, %1)*").arg(Reply));
         static const QRegularExpression bytes = wholly(QString("bytes %1").arg(Quote));
         static const QRegularExpression call =
-            wholly(QString("delay( \\d+)?|retry -?\\d+|option \\d+ -?\\d+|write %1|"
-                           "read \\d+ %1( as -?\\d+)?")
-                       .arg(Quote));
+            wholly(QString("delay( %2)?|retry -?%2|option %2 -?%2|write %1|"
+                           "read %2 %1( as -?%2)?")
+                       .arg(Quote, Number));
         if (reply.match(item).hasMatch())
             return repliesIn(item);
         if (bytes.match(item).hasMatch())

@@ -50,6 +50,8 @@ TEST(ContractProgram, NamesTheCheckThatFailed)
         {"", "libfaulty.so --word Q0", 1, "error \"invalid device address: Q0\""},
         {"nameless", "libfaulty.so --word D0", 1, "FAILED   is a plug-in that says who it is"},
         {"two lines", "libfaulty.so --word D0", 1, "FAILED   hands out sane defaults"},
+        {"one record", "libfaulty.so --word D0", 1,
+         "getDefaultDriverSetting\n           expected: a new object at each call"},
         {"", "libmisspelt.so", 1, "got:      devices[0] frist"},
         {"", "libfactoryless.so --word D0", 1, "FAILED   exports a factory of its own"},
         {"unknown width", "libfaulty.so --word D0", 1, "FAILED   leaves unknown widths alone"},
@@ -61,6 +63,7 @@ TEST(ContractProgram, NamesTheCheckThatFailed)
         {"any text", "libfaulty.so --word D0", 1, "FAILED   refuses bad device texts"},
         {"small block", "libfaulty.so --word D0", 1, "FAILED   asks the line for a full block"},
         {"crash", "libfaulty.so --word D0", -1, "read word D0, a length of 2147483647"},
+        {"recursion", "libfaulty.so --word D0", -1, "the driver crashed: Segmentation fault"},
         {"stays", "libfaulty.so --word D0", 1, "FAILED   leaves memory when it is unloaded"},
         {"", "libQt5Core.so", 2, "can't load driver libQt5Core.so: no such file"},
         {"", "libstranger.so --word D0", 1, "expected: a driver plug-in"},
@@ -137,6 +140,10 @@ TEST(Stories, AreRefusedWithLineAndReason)
         {"define a = a\na\n read word D0 1\n a\n", "4: neither a call nor a shorthand: a"},
         {"define open\n", "1: not define PATTERN = ITEMS"},
         {"a\n read word D0 1\n write CR\n", "3: neither a call nor a shorthand: write CR"},
+        {"a\n read word D0 1\n delay 9999999999\n",
+         "3: neither a call nor a shorthand: delay 9999999999"},
+        {"a\n read word D0 1\n write \"C\\q\"\n", "3: there is no escape \\q"},
+        {"a\n read word D0 1\n write \"\\x4\"\n", "3: \\x needs two hexadecimal digits"},
         {"a\n read word D0 1\n = ok\n delay\n", "4: the story has ended with its outcome"},
         {"a\n read word D0 1\nb\n read word D0 1\n = ok\n", "1: the story has no outcome"},
         {"# none\n\na\n", "3: the story has no outcome"},
@@ -159,7 +166,7 @@ define ask <command> -> <reply> = tell "<command>;"; bytes <reply>
 define tell <text> = option 12 0; write <text>
 all of it
     write dword D0 0a 0B
-    delay 5; ask a b -> "\x00\"\\;"; reply "x" of 4, "y" as -1, "\x7F "; retry -1
+    delay 5; ask a b -> "\x00\"\\;"; reply "x" of 4, "y" as -1, "\x7F\t"; retry -1
     = ok
 )");
     const std::vector<Story> stories = readStories(file);
@@ -170,7 +177,7 @@ all of it
               (std::vector<std::string>{"delay 5", "option 12 0", R"(write "a b;")",
                                         R"(read 1 "\0")", R"(read 1 "\"")", R"(read 1 "\\")",
                                         R"(read 1 ";")", R"(read 4 "x")", R"(read 1 "y" as -1)",
-                                        R"(read 2 "\x7F ")", "retry -1"}));
+                                        R"(read 2 "\x7F\t")", "retry -1"}));
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // for register 7, "S7" says that it is set, and both are answered by "=" and two bytes.
 #include "drivers/abstractdeviceinterface.h"
 #include "drivers/basicdriver.h"
+#include "drivers/driversetting.h"
 
 #include <QVariant>
 
@@ -41,6 +42,11 @@ public:
                                 : BasicDriver::getStringBasedDefaultDriverSetting();
     }
 
+    DriverSetting* getDefaultDriverSetting() override
+    {
+        return has("one record") ? &m_record : BasicDriver::getDefaultDriverSetting();
+    }
+
     bool write(AbstractDeviceInterface* port, const CommunicatorCommand& command,
                const QByteArray& data) override
     {
@@ -69,6 +75,8 @@ protected:
     {
         if (has("crash") && command.length == INT_MAX)
             std::abort();
+        if (has("recursion") && command.length == INT_MAX)
+            return QByteArray(depthOf(0), '\0');
         QByteArray data;
         bool good = locate(command, command.length);
         for (int i = 0; good && i < command.length; ++i)
@@ -87,6 +95,8 @@ protected:
     }
 
 private:
+    static int depthOf(volatile int level) { return level < 0 ? 0 : 1 + depthOf(level + 1); }
+
     bool locate(const CommunicatorCommand& command, int count)
     {
         if (has("any text"))
@@ -107,6 +117,8 @@ private:
         data->append(reply + 1, 2);
         return reply[0] == '=' || has("any reply") || fail(errortext::InvalidResponse);
     }
+
+    DriverSetting m_record{500, 3, 0, 0};
 };
 
 #ifdef WITHOUT_FACTORY
