@@ -8,6 +8,8 @@
 #include <QVariant>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 namespace bench
 {
@@ -18,12 +20,15 @@ namespace
 using Clock = std::chrono::steady_clock;
 
 /// Hands all calls on and reports each attempt that failed: after it, drivers ask for retries.
+/// Before each attempt they ask for the pause, and it is made here, where it can be cut short.
 class AttemptsPort : public AbstractDeviceInterface
 {
 public:
-    AttemptsPort(AbstractDeviceInterface& port, std::function<void()> onFailedAttempt)
+    AttemptsPort(AbstractDeviceInterface& port, std::function<void()> onFailedAttempt,
+                 const std::function<bool()>& isStopped)
         : m_port(port)
         , m_onFailedAttempt(std::move(onFailedAttempt))
+        , m_isStopped(isStopped)
     {
     }
     int read(char* buffer, int maxLength) override { return m_port.read(buffer, maxLength); }
@@ -34,11 +39,21 @@ public:
         m_onFailedAttempt();
         return m_port.retry();
     }
-    int delay() override { return m_port.delay(); }
+    int delay() override
+    {
+        constexpr int StepMs = 50;
+        for (int leftMs = m_port.delay(); leftMs > 0; leftMs -= StepMs) {
+            if (m_isStopped && m_isStopped())
+                break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(std::min(leftMs, StepMs)));
+        }
+        return 0;
+    }
 
 private:
     AbstractDeviceInterface& m_port;
     std::function<void()> m_onFailedAttempt;
+    const std::function<bool()>& m_isStopped;
 };
 
 Failure stopped()
@@ -125,7 +140,8 @@ std::optional<Failure> Session::perform(const TypedDevice& first, Direction dire
     if (isStopped && isStopped())
         return stopped();
     RequestRecord record;
-    AttemptsPort port(m_port, [&] { countAttempt(first, direction, record); });
+    AttemptsPort port(
+        m_port, [&] { countAttempt(first, direction, record); }, isStopped);
     const Clock::time_point begin = Clock::now();
     const bool served = request(port);
     record.took = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);

@@ -79,6 +79,9 @@ Bench::Bench(const BenchOptions& options)
 
 Bench::~Bench()
 {
+    // Closing the port may wait for late replies, and a signal must end that too.
+    if (m_port)
+        m_port->settle();
     m_stop.interrupts(nullptr);
 }
 

@@ -96,7 +96,7 @@ bool PseudoTerminal::open(const std::string& link, std::string& why)
     // As long as the slave is open somewhere, the master never sees a hang-up: hosts may come and
     // go, and what they send while the controller is busy stays.
     OwnedFd slave(master.valid() ? ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC) : -1);
-    OwnedFd hostEvents = watchHosts(path);
+    OwnedFd hostEvents = slave.valid() ? watchHosts(path) : OwnedFd();
     if (!slave.valid() || !hostEvents.valid() || tcgetattr(slave.get(), &m_settings) != 0) {
         why = "can't create a pseudo-terminal: " + lastError();
         return false;

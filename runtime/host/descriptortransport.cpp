@@ -6,6 +6,7 @@
 #include <cstring>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace host
@@ -79,8 +80,7 @@ int DescriptorTransport::read(char* buffer, int maxLength, int waitMs)
     }
     if (count < 0 && isForNow(errno))
         return 0;
-    fail(QStringLiteral("%1: %2").arg(name(), count == 0 ? QStringLiteral("closed by the far end")
-                                                         : qt_error_string(errno)));
+    fail(QStringLiteral("%1: %2").arg(name(), count == 0 ? endReason() : qt_error_string(errno)));
     return Failed;
 }
 
@@ -115,6 +115,8 @@ DescriptorTransport::Wait DescriptorTransport::waitUntil(int descriptor, short e
 bool DescriptorTransport::fail(const QString& reason)
 {
     m_failure = reason;
+    // A serial line would go on to send the rest of a command, and closing it would wait for that.
+    ::tcflush(m_descriptor, TCOFLUSH);
     close();
     return false;
 }

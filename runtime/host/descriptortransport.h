@@ -42,6 +42,9 @@ protected:
     /// What is opened, as a person calls it.
     virtual QString name() const = 0;
 
+    /// Why no byte can come any more, when reading finds the end.
+    virtual QString endReason() const = 0;
+
 private:
     int takeReceived(char* buffer, int maxLength);
     bool fail(const QString& reason);

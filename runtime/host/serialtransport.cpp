@@ -99,6 +99,8 @@ protected:
 
     QString name() const override { return m_device; }
 
+    QString endReason() const override { return QStringLiteral("the device hung up or is gone"); }
+
 private:
     QString m_device; ///< its path
     LineSettings m_settings;

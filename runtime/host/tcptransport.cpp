@@ -84,6 +84,8 @@ protected:
         return host + QLatin1Char(':') + QString::number(m_port);
     }
 
+    QString endReason() const override { return QStringLiteral("closed by the far end"); }
+
 private:
     HostAddresses addresses(int timeoutMs)
     {

@@ -390,6 +390,13 @@ TEST(Signal, EndsACommandOnASilentLine)
     }
 }
 
+TEST(Signal, EndsThePauseBeforeARequest)
+{
+    Background read("read DM7 --delay 3600000 --trace -p " + SimulatedController().tcp());
+    EXPECT_NE(read.nextLine(QProcess::StandardError).find("delay -> 3600000"), std::string::npos);
+    EXPECT_EQ(read.endWith(SIGINT), 130);
+}
+
 /// Whether somebody waits for a connection to this port of 127.0.0.1.
 bool isAwaited(quint16 port)
 {
