@@ -517,29 +517,28 @@ Snapshot parseSnapshot(const std::string& content, const Devices& devices)
     return snapshot;
 }
 
-std::string driverNamedIn(const std::string& path)
+std::string driverNamedIn(const TextFile& file)
 {
-    return driverIn(textIn(path));
+    return driverIn(file.text);
 }
 
-Snapshot loadSnapshot(const std::string& path, const Driver& driver)
+Snapshot loadSnapshot(const TextFile& file, const Driver& driver)
 {
-    const std::string content = textIn(path);
-    requireEnd(path, content);
+    requireEnd(file.name, file.text);
     // The same letters may be other devices, so this comes before they are understood.
-    const std::string writer = driverIn(content);
+    const std::string writer = driverNamedIn(file);
     if (!writer.empty() && writer != driver.name())
-        throw wrongUsage(path + " is a dump of the driver " + writer + ", and this one is " +
+        throw wrongUsage(file.name + " is a dump of the driver " + writer + ", and this one is " +
                              driver.name(),
                          "Name the plug-in of that driver.", {Topic::Driver});
     Snapshot snapshot;
     try {
-        snapshot = parseSnapshot(content, driver.devices());
+        snapshot = parseSnapshot(file.text, driver.devices());
     } catch (const Failure& failure) {
-        throw failure.prefixed(path + ", ");
+        throw failure.prefixed(file.name + ", ");
     }
     if (snapshot.values.empty())
-        throw wrongUsage(path + ": it has no values");
+        throw wrongUsage(file.name + ": it has no values");
     return snapshot;
 }
 

@@ -29,6 +29,7 @@
 #define BENCH_SNAPSHOT_H
 
 #include "bench/driver.h"
+#include "bench/file.h"
 #include "bench/plan.h"
 #include "bench/points.h"
 
@@ -76,13 +77,12 @@ std::string snapshotLines(const std::vector<Point>& points, const std::vector<Re
 /// Takes the text of a snapshot apart. Throws a Failure (WrongUsage) that names the line.
 Snapshot parseSnapshot(const std::string& content, const Devices& devices);
 
-/// The snapshot in a file. Throws a Failure: CannotOpen when it can't be read, WrongUsage with file
-/// and line when it is wrong, and when its end is missing, it was read by another driver or has no
-/// values.
-Snapshot loadSnapshot(const std::string& path, const Driver& driver);
+/// The snapshot in a file. Throws a Failure (WrongUsage), with file and line, when it is wrong, and
+/// when its end is missing, it was read by another driver or has no values.
+Snapshot loadSnapshot(const TextFile& file, const Driver& driver);
 
-/// The driver that a snapshot in a file names; empty for none. Throws a Failure as loadSnapshot().
-std::string driverNamedIn(const std::string& path);
+/// The driver that a snapshot in a file names; empty for none.
+std::string driverNamedIn(const TextFile& file);
 
 /// The device with its type, as a snapshot has it; the same for the same values anywhere.
 std::string snapshotName(const TypedDevice& device);

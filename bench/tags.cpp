@@ -59,7 +59,7 @@ int decimalsIn(const std::string& number)
     const std::size_t pointAt = std::min(number.find('.'), exponentAt);
     const auto after = static_cast<int>(exponentAt - pointAt);
     const int exponent = exponentAt < number.size() ? std::atoi(&number[exponentAt + 1]) : 0;
-    return std::clamp((after > 0 ? after - 1 : 0) - exponent, 0, MaxDecimals);
+    return std::max((after > 0 ? after - 1 : 0) - exponent, 0);
 }
 
 /// Whether a mark with three digits after it may be one of thousands, as in "1,000".
@@ -246,8 +246,15 @@ private:
         if (!takesScale && !tag.scale.isPlain())
             problem(FactorColumn, "a " + nameOf(type) + " has no scale");
         if (!tag.decimals && isWhole(type) && !tag.scale.isPlain())
-            tag.decimals = std::max(decimalsIn(m_numberTexts[FactorColumn]),
-                                    decimalsIn(m_numberTexts[OffsetColumn]));
+            tag.decimals = impliedDecimals();
+    }
+
+    /// Those of factor and offset as written; nothing where the values need an exponent.
+    std::optional<int> impliedDecimals() const
+    {
+        const int decimals = std::max(decimalsIn(m_numberTexts[FactorColumn]),
+                                      decimalsIn(m_numberTexts[OffsetColumn]));
+        return decimals <= MaxDecimals ? std::make_optional(decimals) : std::nullopt;
     }
 
     void readLimits(Point& tag)
@@ -410,11 +417,12 @@ std::string textOf(const TagProblem& problem)
 
 std::vector<Point> loadTags(const std::string& path, const Devices& devices)
 {
-    const TagFile found = parseTags(textIn(path), devices);
+    const TextFile file = readTextFile(path);
+    const TagFile found = parseTags(file.text, devices);
     if (found.problems.empty())
         return found.tags;
     const std::size_t others = found.problems.size() - 1;
-    throw wrongUsage(path + ", " + textOf(found.problems.front()) +
+    throw wrongUsage(file.name + ", " + textOf(found.problems.front()) +
                      (others == 0 ? "" : " (and " + counted(others, "more problem") + ")"));
 }
 

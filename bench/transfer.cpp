@@ -35,12 +35,15 @@ std::vector<Reading> notAsked(std::size_t count)
 }
 
 /// By a tag that shares devices with the value; empty when it allows it.
-std::string refusal(const SnapshotValue& value, const Point& tag, bool isSamePlace)
+std::string refusal(const SnapshotValue& value, const Point& tag, bool coversTheSame)
 {
-    if (tag.writable && !(isSamePlace && tag.device.type == value.point.device.type))
+    if (tag.writable && !coversTheSame)
         return std::string();
     try {
-        requireAllowed(tag, value.value);
+        // A dump may have the device in another type than the tag.
+        requireAllowed(tag, coversTheSame ? valueFrom(dataOf(value.value, value.point.device.type),
+                                                      tag.device.type)
+                                          : value.value);
         return std::string();
     } catch (const Failure& failure) {
         return "line " + std::to_string(value.line) + ": " + failure.what();
@@ -156,7 +159,8 @@ std::vector<std::string> refusals(const std::vector<SnapshotValue>& values,
     for (const SnapshotValue& value : values) {
         const Extent extent = extentOf(value.point.device);
         tagsByPlace.forEachAt(extent, [&](const Extent& place, const Point& tag) {
-            const std::string why = refusal(value, tag, extent.begin == place.begin);
+            const bool coversTheSame = extent.begin == place.begin && extent.end == place.end;
+            const std::string why = refusal(value, tag, coversTheSame);
             if (!why.empty())
                 found.push_back(why);
         });

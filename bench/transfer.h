@@ -40,8 +40,8 @@ struct SkippedValues {
 std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values);
 
 /// Why tags do not allow values, such as "line 5: boiler.temp is not writable"; empty when they
-/// allow all. What a tag makes read-only is so in any type; its limits are for values of its own
-/// device and type.
+/// allow all. What a tag makes read-only is so in any type; its limits are for values that cover
+/// the same bytes, in any type.
 std::vector<std::string> refusals(const std::vector<SnapshotValue>& values,
                                   const std::vector<Point>& tags);
 

@@ -33,21 +33,21 @@ bool isTag(const bench::Difference& difference)
     return bench::isTag(difference.point);
 }
 
-bench::Snapshot load(const std::string& file, const bench::Driver& driver)
+bench::Snapshot load(const bench::TextFile& file, const bench::Driver& driver)
 {
     bench::Snapshot snapshot = bench::loadSnapshot(file, driver);
-    tellUnread(snapshot, file);
+    tellUnread(snapshot, file.name);
     return snapshot;
 }
 
 /// The same letters may be other devices of another driver.
-void requireOneDriver(const std::vector<std::string>& files)
+void requireOneDriver(const std::vector<bench::TextFile>& files)
 {
     const std::string left = bench::driverNamedIn(files[0]);
     const std::string right = bench::driverNamedIn(files[1]);
     if (!left.empty() && !right.empty() && left != right)
-        throw bench::wrongUsage("the dumps are of different drivers: " + files[0] + " of " + left +
-                                ", " + files[1] + " of " + right);
+        throw bench::wrongUsage("the dumps are of different drivers: " + files[0].name + " of " +
+                                left + ", " + files[1].name + " of " + right);
 }
 
 void printAsJson(const std::vector<bench::Difference>& differences)
@@ -56,10 +56,18 @@ void printAsJson(const std::vector<bench::Difference>& differences)
     for (const bench::Difference& difference : differences) {
         const bench::Type& type = difference.point.device.type;
         Json row = {{"device", bench::snapshotName(difference.point.device)}};
-        if (difference.left)
-            row["left"] = bench::jsonOf(*difference.left, type);
-        if (difference.right)
-            row["right"] = bench::jsonOf(*difference.right, type);
+        const auto& [point, left, right] = difference;
+        // Strings that differ after their end, or NaNs, are shown as a dump has them.
+        const bool lookTheSame =
+            left && right && bench::jsonOf(*left, type) == bench::jsonOf(*right, type);
+        const auto jsonOf = [&](const bench::Value& value) {
+            return lookTheSame ? Json(bench::snapshotText(value, type))
+                               : Json(bench::jsonOf(value, type));
+        };
+        if (left)
+            row["left"] = jsonOf(*left);
+        if (right)
+            row["right"] = jsonOf(*right);
         if (isTag(difference))
             row["tag"] = difference.point.name;
         rows.push_back(row);
@@ -95,14 +103,19 @@ int diff(const DiffOptions& options)
     if (hasTwoFiles && !options.bench.port.port.empty())
         throw bench::wrongUsage("diff compares two files, or a file with the controller",
                                 "Omit --port, or one of the files.");
+    if (hasTwoFiles && options.files[0] == "-" && options.files[1] == "-")
+        throw bench::wrongUsage("standard input can be only one of the two files");
+    std::vector<bench::TextFile> files;
+    for (const std::string& path : options.files)
+        files.push_back(bench::readTextFile(path));
     if (hasTwoFiles)
-        requireOneDriver(options.files);
+        requireOneDriver(files);
     Bench bench(options.bench);
-    const bench::Snapshot left = load(options.files[0], bench.driver());
+    const bench::Snapshot left = load(files[0], bench.driver());
     std::vector<bench::Difference> found;
     int status = Success;
     if (hasTwoFiles) {
-        const bench::Snapshot right = load(options.files[1], bench.driver());
+        const bench::Snapshot right = load(files[1], bench.driver());
         found = bench::differences(left.values, right.values);
     } else {
         const Current current = readCurrent(bench, left.values);
@@ -126,7 +139,8 @@ void addDiffCommand(CLI::App& app, int& status)
     const auto options = std::make_shared<DiffOptions>();
     command
         ->add_option("FILE", options->files,
-                     "One file to compare with the controller, or two files")
+                     "One file to compare with the controller, or two files; - for standard "
+                     "input")
         ->required()
         ->expected(1, 2)
         ->type_name("");

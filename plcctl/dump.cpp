@@ -96,8 +96,10 @@ void tellEnd(bench::DumpEnd end, const bench::Dump& dump, const std::string& fil
         return tellPart(dump, file, *part, isStopped ? "stopped; " : "");
     if (isStopped)
         return note("stopped; nothing was written. With --output, the values read are kept.");
-    if (part == nullptr)
-        std::fputs(dump.text().c_str(), stdout);
+    // Output that was lost is reported by the program's end.
+    if (part == nullptr &&
+        (std::fputs(dump.text().c_str(), stdout) < 0 || std::fflush(stdout) != 0))
+        return;
     tellResult(dump, file);
 }
 
@@ -153,9 +155,10 @@ void addDumpCommand(CLI::App& app, int& status)
     const auto options = std::make_shared<DumpOptions>();
     addDevicesArgument(*command, options->devices);
     command
-        ->add_option("-o,--output", options->file,
-                     "File to write; FILE.part until it is complete (default: standard output). "
-                     "The time-out has no short name here")
+        ->add_option(
+            "-o,--output", options->file,
+            "File to write; FILE.part until it is complete (default, or -: standard output). "
+            "The time-out has no short name here")
         ->type_name("FILE");
     command->add_flag("--resume", options->resume,
                       "Continue FILE.part; the values in it are not read again");
@@ -175,7 +178,11 @@ Examples:
   plcctl dump DM0..DM4999 MR0..MR99915 -o line.txt -p /dev/ttyUSB0
   plcctl dump DM0..DM4999 MR0..MR99915 -o line.txt -p /dev/ttyUSB0 --resume
   plcctl dump 'boiler.*' DM8:dint --tags plant.csv -p tcp:192.168.0.10)");
-    command->callback([options, &status] { status = dump(*options); });
+    command->callback([options, &status] {
+        if (options->file == "-")
+            options->file.clear();
+        status = dump(*options);
+    });
 }
 
 } // namespace plcctl

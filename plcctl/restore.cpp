@@ -51,14 +51,14 @@ void requireAllowedByTags(const Bench& bench, const Values& written, const std::
 }
 
 /// The values of the file that can be written. What is left out is reported.
-Values loadValues(const Bench& bench, const std::string& file)
+Values loadValues(const Bench& bench, const bench::TextFile& file)
 {
     bench::Snapshot snapshot = bench::loadSnapshot(file, bench.driver());
-    tellUnread(snapshot, file);
+    tellUnread(snapshot, file.name);
     for (const bench::SkippedValues& skipped : bench::takeUnwritable(snapshot.values))
         note(counted(skipped.count, "value") + " skipped: the driver can't write " + skipped.what);
     if (snapshot.values.empty())
-        throw bench::wrongUsage("nothing in " + file + " can be written");
+        throw bench::wrongUsage("nothing in " + file.name + " can be written");
     return snapshot.values;
 }
 
@@ -162,7 +162,8 @@ try {
 }
 
 /// Writes the values that differ.
-int restoreChanges(Bench& bench, const Values& values, const RestoreOptions& options)
+int restoreChanges(Bench& bench, const Values& values, const std::string& file,
+                   const RestoreOptions& options)
 {
     const Current current = readBefore(bench, values);
     if (options.dryRun)
@@ -173,7 +174,7 @@ int restoreChanges(Bench& bench, const Values& values, const RestoreOptions& opt
         return current.status;
     }
     const Values changed = bench::valuesToWrite(values, current.readings);
-    requireAllowedByTags(bench, changed, options.file);
+    requireAllowedByTags(bench, changed, file);
     if (changed.empty())
         note("nothing to write: " + counted(values.size(), "value") + " already the same");
     if (changed.empty() || options.dryRun)
@@ -191,10 +192,11 @@ int restore(const RestoreOptions& options)
                                 "Give --yes to write without asking, or --dry-run to see what "
                                 "would change.");
     Bench bench(options.bench);
-    const Values values = loadValues(bench, options.file);
+    const bench::TextFile file = bench::readTextFile(options.file);
+    const Values values = loadValues(bench, file);
     if (!options.all || options.dryRun)
-        return restoreChanges(bench, values, options);
-    requireAllowedByTags(bench, values, options.file);
+        return restoreChanges(bench, values, file.name, options);
+    requireAllowedByTags(bench, values, file.name);
     return writeAndReadBack(bench, values, options);
 }
 
@@ -205,7 +207,9 @@ void addRestoreCommand(CLI::App& app, int& status)
     CLI::App* const command =
         app.add_subcommand("restore", "Write the values of a dump, and read them back");
     const auto options = std::make_shared<RestoreOptions>();
-    command->add_option("FILE", options->file, "A file that plcctl dump has written")
+    command
+        ->add_option("FILE", options->file,
+                     "A file that plcctl dump has written; - for standard input")
         ->required()
         ->type_name("");
     command->add_flag("-n,--dry-run", options->dryRun,
@@ -222,7 +226,8 @@ void addRestoreCommand(CLI::App& app, int& status)
         R"(Only values that differ are written, after a confirmation. Then they are read
 back; the exit status is 6 when one differs. The dump of another driver is
 refused. With --tags, so is a change of a tag that is not writable, or one to a
-value outside its limits; then nothing is written.
+value outside its limits; then nothing is written. The limits are checked where
+a value of the file covers just the tag's device, in whatever type.
 
 Examples:
   plcctl restore line3.txt --dry-run -p /dev/ttyUSB0

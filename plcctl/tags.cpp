@@ -86,14 +86,15 @@ void print(const std::vector<bench::Point>& tags, Format format)
 int checkTags(const TagsOptions& options)
 {
     const bench::Driver driver(driverFile(options.driverFile));
-    const bench::TagFile file = bench::parseTags(bench::textIn(options.file), driver.devices());
-    for (const bench::TagProblem& problem : file.problems)
-        note(options.file + ", " + bench::textOf(problem));
-    if (file.tags.empty() && file.problems.empty())
-        note(options.file + " has no tags");
-    if (!file.tags.empty() || options.format != Format::Table)
-        print(file.tags, options.format);
-    return file.problems.empty() ? Success : bench::exitStatus(bench::FailureKind::WrongUsage);
+    const bench::TextFile file = bench::readTextFile(options.file);
+    const bench::TagFile found = bench::parseTags(file.text, driver.devices());
+    for (const bench::TagProblem& problem : found.problems)
+        note(file.name + ", " + bench::textOf(problem));
+    if (found.tags.empty() && found.problems.empty())
+        note(file.name + " has no tags");
+    if (!found.tags.empty() || options.format != Format::Table)
+        print(found.tags, options.format);
+    return found.problems.empty() ? Success : bench::exitStatus(bench::FailureKind::WrongUsage);
 }
 
 } // namespace
@@ -103,7 +104,9 @@ void addTagsCommand(CLI::App& app, int& status)
     CLI::App* const command =
         app.add_subcommand("tags", "Check a tag file against a driver and show its tags");
     const auto options = std::make_shared<TagsOptions>();
-    command->add_option("FILE", options->file, "CSV table of tags")->required()->type_name("");
+    command->add_option("FILE", options->file, "CSV table of tags; - for standard input")
+        ->required()
+        ->type_name("");
     addDriverOption(*command, options->driverFile);
     addFormatOption(*command, options->format);
     command->footer(

@@ -37,9 +37,8 @@ bench::Recipe recipeFor(const WriteOptions& options, const bench::Names& names)
 {
     if (options.from.empty())
         return bench::recipeOf(options.device, options.values, names);
-    if (options.from == "-")
-        return bench::recipeFromText("standard input", bench::textIn("/dev/stdin"), names);
-    return bench::recipeFromText(options.from, bench::textIn(options.from), names);
+    const bench::TextFile file = bench::readTextFile(options.from);
+    return bench::recipeFromText(file.name, file.text, names);
 }
 
 std::string writtenText(const bench::Recipe& recipe, const WriteOptions& options)

@@ -243,10 +243,11 @@ TEST(TextFile, IsUtf8)
     for (const auto& row : rows) {
         std::ofstream(path) << row.content;
         std::string outcome;
-        outcome += tests::refusal([&] { outcome = path + textIn(path); });
+        outcome += tests::refusal([&] { outcome = path + readTextFile(path).text; });
         EXPECT_EQ(outcome.substr(0, (path + row.outcome).size()), path + row.outcome);
     }
-    EXPECT_EQ(tests::refusal([] { textIn(TABLES); }), "can't read " TABLES ": it is a folder. ");
+    EXPECT_EQ(tests::refusal([] { readTextFile(TABLES); }),
+              "can't read " TABLES ": it is a folder. ");
 }
 
 TEST(PartFile, ReplacesNothingOnAFullDisk)

@@ -58,6 +58,12 @@ TEST(Snapshot, OfAControllerIsRestoredToIt)
     const Result files = plcctl("diff -f csv " + file + " " + folder.write("b.txt", "DM0 7 9\n"));
     EXPECT_EQ(files.status, 6);
     EXPECT_EQ(files.out.find("device,left,right\nDM1:uint,8,9\nDM2:real,1.3,\n"), 0U) << files.out;
+    EXPECT_EQ(plcctl("diff - " + file, "<" + file).status, 0);
+    EXPECT_EQ(plcctl("dump DM0 -o -" + port).out.find("# snapshot"), 0U);
+    const std::string hidden = folder.write("a.txt", "DM0:string4 \"a\"\n") + " " +
+                               folder.write("b.txt", R"(DM0:string4 "a\x00b")");
+    EXPECT_NE(plcctl("diff -f json " + hidden).out.find(R"("right": "\"a\\x00b\"")"),
+              std::string::npos);
 }
 
 TEST(Snapshot, KeepsTagsApartFromTheirScale)
@@ -196,6 +202,7 @@ TEST(Restore, RefusesBeforeAnythingIsWritten)
         {"DM10:int 5\nDM11:int 801 @setpoint\n",
          "a.txt, line 2: setpoint: 80.1 is above its maximum, 80 bar\n"
          "plcctl: the tags refuse 2 changes; nothing was written\n"},
+        {"DM11:uint 801\n", "a.txt, line 1: setpoint: 80.1 is above its maximum, 80 bar"},
     };
     const std::string tags =
         " --tags " + folder.write("plant.csv", "name,device,type,factor,unit,writable,max\n"
