@@ -20,11 +20,6 @@ bool differs(const std::optional<Value>& a, const std::optional<Value>& b, const
 
 } // namespace
 
-bool isSame(const Value& a, const Value& b, const Type& type)
-{
-    return dataOf(a, type) == dataOf(b, type);
-}
-
 std::vector<Difference> differences(const std::vector<SnapshotValue>& left,
                                     const std::vector<SnapshotValue>& right)
 {

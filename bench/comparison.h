@@ -11,9 +11,6 @@
 namespace bench
 {
 
-/// Whether two values of a type have the same bits: -0 and 0 differ, and the same NaN is the same.
-bool isSame(const Value& a, const Value& b, const Type& type);
-
 /// A device and what the two sides have of it; one of them may lack it.
 struct Difference {
     Point point;

@@ -55,6 +55,9 @@ Pair pairIn(const std::string& line)
         return {};
     const std::size_t end = std::min(text.find_first_of(std::string(Blanks) + "="), text.size());
     const std::string name = text.substr(0, end);
+    if (name.empty())
+        throw wrongUsage("there is no device before the =",
+                         "Write a device and a value, such as DM100 12.");
     std::string value = trimmed(text.substr(end));
     if (!value.empty() && value.front() == '=')
         value = trimmed(value.substr(1));
@@ -188,7 +191,7 @@ void verify(Session& session, const Recipe& recipe)
             throw readings[i].failure->prefixed("written, but " + point.name +
                                                 " can't be read back: ");
         const Type& type = point.device.type;
-        if (dataOf(*readings[i].value, type) != dataOf(written, type))
+        if (!isSame(*readings[i].value, written, type))
             throw Failure(FailureKind::Different,
                           point.name + ": wrote " + fullText(point, written) + ", read back " +
                               fullText(point, *readings[i].value),

@@ -364,4 +364,9 @@ QByteArray dataOf(const Value& value, const Type& type)
     return bytesFrom(static_cast<std::uint64_t>(std::get<std::int64_t>(value)), bytesOf(type));
 }
 
+bool isSame(const Value& a, const Value& b, const Type& type)
+{
+    return dataOf(a, type) == dataOf(b, type);
+}
+
 } // namespace bench

@@ -103,6 +103,9 @@ Value valueFrom(const QByteArray& data, const Type& type);
 /// The bytesOf(type) bytes of a value, in the same order; a short string is filled with zeros.
 QByteArray dataOf(const Value& value, const Type& type);
 
+/// Whether two values of a type have the same bits: -0 and 0 differ, and the same NaN is the same.
+bool isSame(const Value& a, const Value& b, const Type& type);
+
 } // namespace bench
 
 #endif

@@ -12,7 +12,9 @@ void take(Watched& watched, const Reading& reading, std::chrono::steady_clock::t
     watched.isNewFailure =
         reading.failure && (!failedBefore || watched.failure->kind() != reading.failure->kind());
     watched.isBack = failedBefore && reading.value;
-    watched.isNewValue = reading.value && reading.value != watched.value;
+    const Type& type = watched.point.device.type;
+    watched.isNewValue =
+        reading.value && !(watched.value && isSame(*reading.value, *watched.value, type));
     watched.failure = reading.failure;
     if (reading.value) {
         watched.value = reading.value;

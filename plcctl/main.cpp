@@ -11,6 +11,8 @@
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
 
+#include <clocale>
+
 namespace
 {
 
@@ -86,6 +88,8 @@ int main(int argc, char** argv)
 {
     host::openMissingStreams();
     QCoreApplication application(argc, argv);
+    // The application takes over the user's locale. Numbers are for programs too: 21.5, not 21,5.
+    std::setlocale(LC_NUMERIC, "C");
     const int status = run(argc, argv);
     if (status != plcctl::Success && plcctl::StopSignal::caught() != 0)
         return plcctl::StopSignal::exitStatus();

@@ -45,6 +45,7 @@ public:
             return;
         std::vector<std::string> columns = {"time"};
         columns.insert(columns.end(), valueColumns().begin(), valueColumns().end());
+        columns.emplace_back("failure");
         printCsv(columns);
     }
 
@@ -70,7 +71,7 @@ private:
                         textWithUnit(value, notation).c_str());
             break;
         case Format::Csv:
-            printCells(cellsOf(value, notation));
+            printCells(cellsOf(value, notation), std::string());
             break;
         case Format::Json:
             printObject(jsonOf(value, notation));
@@ -83,16 +84,17 @@ private:
         if (m_style.format == Format::Csv) {
             std::vector<std::string> cells = cellsOf(point);
             cells.resize(valueColumns().size());
-            return printCells(cells);
+            return printCells(cells, bench::keyOf(failure.kind()));
         }
         Json object = jsonOf(point);
         object["failure"] = bench::keyOf(failure.kind());
         printObject(object);
     }
 
-    static void printCells(std::vector<std::string> cells)
+    static void printCells(std::vector<std::string> cells, const std::string& failure)
     {
         cells.insert(cells.begin(), timeStamp());
+        cells.push_back(failure);
         printCsv(cells);
     }
 
@@ -251,10 +253,9 @@ void addWatchCommand(CLI::App& app, int& status)
     command->footer(
         R"(The first round prints every value. A failure is reported once, and again when
 the device recovers; meanwhile plcctl keeps trying. CSV and JSON have a line for
-both: for the failure, CSV has no value and JSON a "failure" such as "noReply";
-for the recovery, both have the value. Ctrl-C ends the watch. A summary comes
-last, on standard error: requests, failures, latencies and the achieved
-interval.
+both: the failure without a value, with "failure" such as "noReply", and the
+recovery with the value. Ctrl-C ends the watch. A summary comes last, on
+standard error: requests, failures, latencies and the achieved interval.
 
 Examples:
   plcctl watch DM100 T5 -i 200ms -p /dev/ttyUSB0

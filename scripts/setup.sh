@@ -10,7 +10,7 @@ BuildLibraries=(
     libncurses-dev
 )
 TourTools=(sqlite3)
-TestTools=(tmux zsh sqlite3 groff-base dpkg-dev file)
+TestTools=(tmux zsh sqlite3 groff-base dpkg-dev file locales)
 TestLibraries=(libgtest-dev libmodbus-dev libbenchmark-dev zlib1g-dev libboost-dev)
 ArmTools=(crossbuild-essential-armhf qemu-user-static)
 ArmLibraries=(qtbase5-dev libqt5sql5-sqlite libcli11-dev libgtest-dev)

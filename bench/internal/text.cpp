@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <iterator>
 
 namespace bench
 {
@@ -55,15 +55,17 @@ std::optional<double> numberFrom(const std::string& text)
 std::string fixedText(double number, int decimals)
 {
     char text[400]; // the longest double has 309 digits before the point
-    std::snprintf(text, sizeof text, "%.*f", decimals, number);
-    return text;
+    const auto [end, error] =
+        std::to_chars(text, std::end(text), number, std::chars_format::fixed, decimals);
+    return error == std::errc() ? std::string(text, end) : std::string();
 }
 
 std::string shortText(double number, int digits)
 {
     char text[64];
-    std::snprintf(text, sizeof text, "%.*g", digits, number);
-    return text;
+    const auto [end, error] =
+        std::to_chars(text, std::end(text), number, std::chars_format::general, digits);
+    return error == std::errc() ? std::string(text, end) : std::string();
 }
 
 } // namespace bench

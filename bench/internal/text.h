@@ -21,7 +21,7 @@ bool isUtf8(const std::string& text);
 /// A finite number with a decimal point, whatever the locale; nothing for another text.
 std::optional<double> numberFrom(const std::string& text);
 
-/// A number with so many digits after the point.
+/// A number with so many digits after the point, whatever the locale.
 std::string fixedText(double number, int decimals);
 
 /// A number with at most so many significant digits, with an exponent where it is shorter.

@@ -22,6 +22,7 @@ TEST(Recipe, IsTakenFromText)
         {"DM1:string4 \"abc", "f, line 1: the closing quote is missing"},
         {"DM1:string4 \"a\" b", "f, line 1: something follows the closing quote"},
         {"DM1 5\nDM2 =\n", "f, line 2: there is no value after DM2"},
+        {"DM1 5\n= 7\n", "f, line 2: there is no device before the ="},
         {"DM1 5 6\n", "f, line 1: a line has one device and one value. Write a text with blanks"},
         {"DM1;5\n", "f, line 1: separate device and value with a blank"},
         {"DM1 5\nMR1 2\n", "f, line 2: MR1: '2' is not a bool"},

@@ -187,6 +187,8 @@ TEST(Tags, AreReadAndWrittenByTheirNames)
          "boiler.temp  0x00D7\n", ""},
         {"RefusedByItsName", Tags, "write boiler.setpoint 9 --tags FILE --fault error=0@WRS", 1, "",
          "boiler.setpoint: Response During an Error:E0\\r\\n\n"},
+        {"TooSmallForDecimals", "name,device,type,factor\nsmall,DM6,int,1e-12\n",
+         "read small --tags FILE --set DM6=5", 0, "small  5e-12\n", ""},
         {"NoGoodRow", "name,device\na,DN7\n", "tags FILE", 2, "", "line 2, column 2"},
         {"WrongFile", "name,device\na,DM7\nb,DN7\n", "read a --tags FILE", 2, "",
          "line 3, column 2"},
@@ -306,16 +308,37 @@ TEST(Watch, EndsAfterItsRoundsAndPrintsNothingTwice)
 {
     const Result run = plcctl("watch DM7 -n 3 -i 0.002s -f csv --set DM7=5");
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out.find("time,name,device,type,value,unit\n"), 0U);
-    EXPECT_EQ(countOf(",DM7,DM7,uint,5,\n", run.out), 1) << run.out;
+    EXPECT_EQ(run.out.find("time,name,device,type,value,unit,failure\n"), 0U);
+    EXPECT_EQ(countOf(",DM7,DM7,uint,5,,\n", run.out), 1) << run.out;
     EXPECT_EQ(countOf("\n", run.out), 2) << run.out;
     EXPECT_NE(run.err.find("\n3 requests, 0 failed\n"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("(wanted 2.0 ms, longest "), std::string::npos) << run.err;
 
     const Result outage = plcctl("watch DM7 -n 5 -i 1ms -f csv --set DM7=5 -o 150 --retry 0 "
                                  "--fault silent@RDS#2-3");
-    EXPECT_EQ(countOf(",DM7,DM7,uint,,\n", outage.out), 1) << outage.out;
-    EXPECT_EQ(countOf(",DM7,DM7,uint,5,\n", outage.out), 2) << outage.out;
+    EXPECT_EQ(countOf(",DM7,DM7,uint,,,noReply\n", outage.out), 1) << outage.out;
+    EXPECT_EQ(countOf(",DM7,DM7,uint,5,,\n", outage.out), 2) << outage.out;
+
+    const Result nan = plcctl("watch DM40:real -n 3 -i 1ms --set DM40=0,0x7FC0");
+    EXPECT_EQ(countOf("DM40  nan", nan.out), 1) << nan.out;
+}
+
+TEST(Numbers, HaveADecimalPointInEveryLocale)
+{
+    const Folder folder;
+    const std::string makeLocale = "localedef -i de_DE -f UTF-8 " + folder.path("de_DE.UTF-8");
+    ASSERT_EQ(QProcess::execute("/bin/sh", {"-c", QString::fromStdString(makeLocale)}), 0);
+    const std::string tags =
+        folder.write("tags.csv", "name,device,type,factor\ntemp,DM0,int,0.1\n");
+    qputenv("LOCPATH", folder.path().c_str());
+    qputenv("LC_ALL", "de_DE.UTF-8");
+    const std::string options = " --tags " + tags + " --set DM0=215";
+    EXPECT_EQ(plcctl("read temp -f csv" + options).out,
+              "name,device,type,value,unit\ntemp,DM0,int,21.5,\n");
+    EXPECT_NE(plcctl("read temp -f json" + options).out.find("\"value\":21.5}"), std::string::npos);
+    EXPECT_NE(plcctl("explain read DM0 -f csv").out.find(",9.2\n"), std::string::npos);
+    qunsetenv("LOCPATH");
+    qunsetenv("LC_ALL");
 }
 
 TEST(Watch, TellsOfAFlappingLineWithAdviceOnce)
@@ -392,7 +415,8 @@ TEST(Signal, EndsACommandOnASilentLine)
 
 TEST(Signal, EndsThePauseBeforeARequest)
 {
-    Background read("read DM7 --delay 3600000 --trace -p " + SimulatedController().tcp());
+    SimulatedController controller;
+    Background read("read DM7 --delay 3600000 --trace -p " + controller.tcp());
     EXPECT_NE(read.nextLine(QProcess::StandardError).find("delay -> 3600000"), std::string::npos);
     EXPECT_EQ(read.endWith(SIGINT), 130);
 }
