@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
+#include <set>
 
 namespace bench
 {
@@ -34,53 +36,48 @@ std::vector<Reading> notAsked(std::size_t count)
     return std::vector<Reading>(count, {std::nullopt, failure});
 }
 
-/// By a tag that shares devices with the value; empty when it allows it.
-std::string refusal(const SnapshotValue& value, const Point& tag, bool coversTheSame)
+const TypedDevice& deviceOf(const Point& tag)
 {
-    if (tag.writable && !coversTheSame)
-        return std::string();
-    try {
-        // A dump may have the device in another type than the tag.
-        requireAllowed(tag, coversTheSame ? valueFrom(dataOf(value.value, value.point.device.type),
-                                                      tag.device.type)
-                                          : value.value);
-        return std::string();
-    } catch (const Failure& failure) {
-        return "line " + std::to_string(value.line) + ": " + failure.what();
-    }
+    return tag.device;
 }
 
-/// Tags in the order of their places, so that those that share devices with a value lie together.
-class TagsByPlace
+const TypedDevice& deviceOf(const SnapshotValue& value)
+{
+    return value.point.device;
+}
+
+/// Tags or values in the order of their places, so that those that share devices lie together.
+template <typename Item>
+class ByPlace
 {
 public:
-    explicit TagsByPlace(const std::vector<Point>& tags)
+    explicit ByPlace(const std::vector<Item>& items)
     {
-        for (const Point& tag : tags) {
-            m_tags.push_back({extentOf(tag.device), &tag});
-            m_longest = std::max(m_longest, m_tags.back().place.bytes());
+        for (const Item& item : items) {
+            m_entries.push_back({extentOf(deviceOf(item)), &item});
+            m_longest = std::max(m_longest, m_entries.back().place.bytes());
         }
-        std::sort(m_tags.begin(), m_tags.end(), comesFirst);
+        std::sort(m_entries.begin(), m_entries.end(), comesFirst);
     }
 
-    /// Calls visit(its extent, the tag) for each that shares devices with the extent.
+    /// Calls visit(its extent, the item) for each that shares devices with the extent.
     template <typename Visit>
     void forEachAt(const Extent& extent, Visit visit) const
     {
         Entry first{extent, nullptr}, last = first;
         first.place.begin -= m_longest;
         last.place.begin = extent.end;
-        const auto end = std::lower_bound(m_tags.begin(), m_tags.end(), last, comesFirst);
-        for (auto entry = std::lower_bound(m_tags.begin(), end, first, comesFirst); entry != end;
+        const auto end = std::lower_bound(m_entries.begin(), m_entries.end(), last, comesFirst);
+        for (auto entry = std::lower_bound(m_entries.begin(), end, first, comesFirst); entry != end;
              ++entry)
             if (extent.overlaps(entry->place))
-                visit(entry->place, *entry->tag);
+                visit(entry->place, *entry->item);
     }
 
 private:
     struct Entry {
         Extent place;
-        const Point* tag;
+        const Item* item;
     };
 
     static bool comesFirst(const Entry& a, const Entry& b)
@@ -88,9 +85,44 @@ private:
         return a.place.place() < b.place.place();
     }
 
-    std::vector<Entry> m_tags;
+    std::vector<Entry> m_entries;
     int m_longest = 0; ///< in bytes
 };
+
+/// What the values give a tag, whatever their types; nothing unless they cover all of it.
+std::optional<Value> valueOf(const Point& tag, const ByPlace<SnapshotValue>& values)
+{
+    const Extent extent = extentOf(tag.device);
+    QByteArray bytes(extent.bytes(), '\0');
+    std::vector<bool> isKnown(std::size_t(extent.bytes()));
+    values.forEachAt(extent, [&](const Extent& place, const SnapshotValue& value) {
+        // The rest of a wider device is written as zeros.
+        const QByteArray data =
+            dataOf(value.value, value.point.device.type).leftJustified(place.bytes(), '\0');
+        const std::int64_t end = std::min(place.end, extent.end);
+        for (std::int64_t at = std::max(place.begin, extent.begin); at < end; ++at) {
+            bytes[int(at - extent.begin)] = data[int(at - place.begin)];
+            isKnown[std::size_t(at - extent.begin)] = true;
+        }
+    });
+    const bool isCovered = std::find(isKnown.begin(), isKnown.end(), false) == isKnown.end();
+    return isCovered ? std::make_optional(valueFrom(bytes, tag.device.type)) : std::nullopt;
+}
+
+/// Why a tag does not allow a value that shares devices with it; empty when it does.
+std::string refusal(const Point& tag, const SnapshotValue& value,
+                    const ByPlace<SnapshotValue>& values)
+{
+    const std::optional<Value> held = valueOf(tag, values);
+    if (tag.writable && !held)
+        return std::string();
+    try {
+        requireAllowed(tag, held.value_or(value.value));
+        return std::string();
+    } catch (const Failure& failure) {
+        return "line " + std::to_string(value.line) + ": " + failure.what();
+    }
+}
 
 } // namespace
 
@@ -151,17 +183,18 @@ std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values)
     return skipped;
 }
 
-std::vector<std::string> refusals(const std::vector<SnapshotValue>& values,
+std::vector<std::string> refusals(const std::vector<SnapshotValue>& written,
+                                  const std::vector<SnapshotValue>& values,
                                   const std::vector<Point>& tags)
 {
     std::vector<std::string> found;
-    const TagsByPlace tagsByPlace(tags);
-    for (const SnapshotValue& value : values) {
-        const Extent extent = extentOf(value.point.device);
-        tagsByPlace.forEachAt(extent, [&](const Extent& place, const Point& tag) {
-            const bool coversTheSame = extent.begin == place.begin && extent.end == place.end;
-            const std::string why = refusal(value, tag, coversTheSame);
-            if (!why.empty())
+    const ByPlace<Point> tagsByPlace(tags);
+    const ByPlace<SnapshotValue> valuesByPlace(values);
+    std::set<const Point*> refused; // one that several values share says so once
+    for (const SnapshotValue& value : written) {
+        tagsByPlace.forEachAt(extentOf(value.point.device), [&](const Extent&, const Point& tag) {
+            const std::string why = refusal(tag, value, valuesByPlace);
+            if (!why.empty() && refused.insert(&tag).second)
                 found.push_back(why);
         });
     }

@@ -40,9 +40,13 @@ struct SkippedValues {
 std::vector<SkippedValues> takeUnwritable(std::vector<SnapshotValue>& values);
 
 /// Why tags do not allow values, such as "line 5: boiler.temp is not writable"; empty when they
-/// allow all. What a tag makes read-only is so in any type; its limits are for values that cover
-/// the same bytes, in any type.
-std::vector<std::string> refusals(const std::vector<SnapshotValue>& values,
+/// allow all. Each tag says so once. Values count in any type: those that share devices with a tag
+/// give its value together, and its limits are checked when they cover all of it.
+///
+/// written  those that will be written
+/// values   these and the others that the controller then holds
+std::vector<std::string> refusals(const std::vector<SnapshotValue>& written,
+                                  const std::vector<SnapshotValue>& values,
                                   const std::vector<Point>& tags);
 
 /// Writes the values in the order of the format. Throws a WriteFailure for the first request that

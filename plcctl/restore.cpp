@@ -35,10 +35,11 @@ struct RestoreOptions {
 };
 
 /// Tells all refusals, so that a person mends the file once.
-void requireAllowedByTags(const Bench& bench, const Values& written, const std::string& file)
+void requireAllowedByTags(const Bench& bench, const Values& written, const Values& values,
+                          const std::string& file)
 {
     constexpr std::size_t MostTold = 20;
-    const std::vector<std::string> refusals = bench::refusals(written, bench.tags());
+    const std::vector<std::string> refusals = bench::refusals(written, values, bench.tags());
     if (refusals.empty())
         return;
     for (std::size_t i = 0; i < std::min(refusals.size(), MostTold); ++i)
@@ -174,7 +175,7 @@ int restoreChanges(Bench& bench, const Values& values, const std::string& file,
         return current.status;
     }
     const Values changed = bench::valuesToWrite(values, current.readings);
-    requireAllowedByTags(bench, changed, file);
+    requireAllowedByTags(bench, changed, values, file);
     if (changed.empty())
         note("nothing to write: " + counted(values.size(), "value") + " already the same");
     if (changed.empty() || options.dryRun)
@@ -196,7 +197,7 @@ int restore(const RestoreOptions& options)
     const Values values = loadValues(bench, file);
     if (!options.all || options.dryRun)
         return restoreChanges(bench, values, file.name, options);
-    requireAllowedByTags(bench, values, file.name);
+    requireAllowedByTags(bench, values, values, file.name);
     return writeAndReadBack(bench, values, options);
 }
 
@@ -226,8 +227,8 @@ void addRestoreCommand(CLI::App& app, int& status)
         R"(Only values that differ are written, after a confirmation. Then they are read
 back; the exit status is 6 when one differs. The dump of another driver is
 refused. With --tags, so is a change of a tag that is not writable, or one to a
-value outside its limits; then nothing is written. The limits are checked where
-a value of the file covers just the tag's device, in whatever type.
+value outside its limits, in whatever type the file has the device; then nothing
+is written. Limits are not checked where the file has only a part of the tag.
 
 Examples:
   plcctl restore line3.txt --dry-run -p /dev/ttyUSB0

@@ -203,11 +203,15 @@ TEST(Restore, RefusesBeforeAnythingIsWritten)
          "a.txt, line 2: setpoint: 80.1 is above its maximum, 80 bar\n"
          "plcctl: the tags refuse 2 changes; nothing was written\n"},
         {"DM11:uint 801\n", "a.txt, line 1: setpoint: 80.1 is above its maximum, 80 bar"},
+        {"DM11:uint 800\nDM20:uint 0 16969\n",
+         "a.txt, line 2: level: 50.25 is above its maximum, 50\n"
+         "plcctl: the tags refuse 1 change; nothing was written\n"},
     };
     const std::string tags =
         " --tags " + folder.write("plant.csv", "name,device,type,factor,unit,writable,max\n"
                                                "temp,DM10,int,,,no,\n"
-                                               "setpoint,DM0011,int,0.1,bar,yes,80\n");
+                                               "setpoint,DM0011,int,0.1,bar,yes,80\n"
+                                               "level,DM20,real,,,yes,50\n");
     for (const auto& row : rows) {
         const std::string file = folder.write("a.txt", row.text);
         const Result run = plcctl("restore --yes --trace " + file + tags);
