@@ -1,5 +1,15 @@
+# As a script, after a plug-in was built: ends with an error if it has no entry point.
+if(CMAKE_SCRIPT_MODE_FILE AND DEFINED panel_plugin)
+    file(STRINGS ${panel_plugin} entry REGEX "qt_plugin_instance" LIMIT_COUNT 1)
+    if(NOT entry)
+        message(FATAL_ERROR " ${panel_plugin} is no plug-in. PANEL_DRIVER is missing, or moc could "
+            "not read the JSON file that it names; then moc's warning is above.")
+    endif()
+    return()
+endif()
+
 # Ends with an error if the file is not a JSON object. Qt refuses a few more things, such as text
-# after the object: moc then warns, and the plug-in has no entry point.
+# after the object: moc warns of them, and the plug-in has no entry point.
 function(_panel_check_description file)
     file(READ ${file} text)
     string(JSON type ERROR_VARIABLE error TYPE "${text}")
@@ -23,6 +33,7 @@ endfunction()
 # points, and looks for the kit beside the plug-in first. DESCRIPTION names the JSON file that
 # PANEL_DRIVER puts into the plug-in, so that changing it rebuilds the plug-in; an error in it is
 # shown with its place, because moc would leave out the plug-in's entry point with a warning only.
+# Without an entry point the build fails.
 function(panel_add_driver name)
     cmake_parse_arguments(PARSE_ARGV 1 driver "" "DESCRIPTION" "SOURCES")
     if(NOT driver_SOURCES OR driver_UNPARSED_ARGUMENTS)
@@ -38,6 +49,8 @@ function(panel_add_driver name)
         VISIBILITY_INLINES_HIDDEN ON
         BUILD_RPATH "\$ORIGIN"
         INSTALL_RPATH "\$ORIGIN")
+    add_custom_command(TARGET ${name} POST_BUILD COMMAND ${CMAKE_COMMAND}
+        -D panel_plugin=$<TARGET_FILE:${name}> -P ${CMAKE_CURRENT_FUNCTION_LIST_FILE})
     if(driver_DESCRIPTION)
         get_filename_component(description ${driver_DESCRIPTION} ABSOLUTE)
         set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${description})

@@ -47,6 +47,14 @@ const Named<DriverDataType> widths[] = {
     {"dword", DataDoubleWord},
 };
 
+/// Of one device without a type of its own; only areas of bits have bool.
+const QStringList& types()
+{
+    static const QStringList Types = {"bool", "byte",  "int",   "uint", "word",
+                                      "dint", "udint", "dword", "real"};
+    return Types;
+}
+
 template <typename Value, std::size_t Count>
 const char* nameIn(const Named<Value> (&table)[Count], Value value)
 {
@@ -174,6 +182,17 @@ Widths widthsIn(const Fields& fields, const char* key, Holds holds)
     return found;
 }
 
+std::string typeIn(const Fields& fields, Holds holds)
+{
+    const std::string type = fields.text("type");
+    if (!types().contains(QString::fromStdString(type)))
+        fields.refuse("type", QStringLiteral("one of ") + types().join(QLatin1String(", ")));
+    if ((type == "bool") != (holds == Holds::Bit))
+        fields.refuse("type", holds == Holds::Bit ? QStringLiteral("bool, as an area of bits needs")
+                                                  : QStringLiteral("a number, which bool is not"));
+    return type;
+}
+
 DeviceArea areaFrom(const Fields& fields)
 {
     DeviceArea area;
@@ -181,9 +200,9 @@ DeviceArea areaFrom(const Fields& fields)
     area.name = fields.text("name");
     area.numbering = fields.oneOf("numbers", fields.at("numbers"), numberings);
     area.holds = fields.oneOf("holds", fields.at("holds"), holdings);
-    area.type = fields.text("type");
     area.read = widthsIn(fields, "read", area.holds);
     area.write = widthsIn(fields, "write", area.holds);
+    area.type = typeIn(fields, area.holds);
     area.first = fields.optionalNumber("first");
     area.last = fields.optionalNumber("last");
     area.block = fields.optionalNumber("block");
@@ -191,6 +210,8 @@ DeviceArea areaFrom(const Fields& fields)
         fields.refuse("block", QStringLiteral("above 0"));
     if (const auto digits = fields.optionalNumber("digits"))
         area.digits = int(std::min<std::int64_t>(*digits, INT32_MAX));
+    if (area.digits && area.last && area.digits < QString::number(*area.last).size())
+        fields.refuse("digits", QStringLiteral("enough for \"last\""));
     if (area.first.value_or(0) > area.last.value_or(INT64_MAX))
         fields.fail(QStringLiteral("\"first\" is above \"last\""));
     if (fields.has("note"))

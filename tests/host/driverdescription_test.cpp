@@ -66,16 +66,20 @@ TEST(Description, NamesWhatIsWrong)
         {R"("letters": "A")", "devices[1] repeats the letters A"},
         {R"("numbers": "octal")", "devices[1] \"numbers\" is not one of decimal, channel"},
         {R"("first": 5, "last": 4)", "devices[1] \"first\" is above \"last\""},
+        {R"("type": "usint")", "devices[1] \"type\" is not one of bool, byte, int"},
+        {R"("type": "bool")", "devices[1] \"type\" is not a number"},
+        {R"("holds": "bit")", "devices[1] \"type\" is not bool"},
+        {R"("digits": 2, "last": 100)", "devices[1] \"digits\" is not enough"},
         {R"("last": 2.5)", "devices[1] \"last\" is not a whole number"},
     };
     const std::string start = R"({"protocol": "p", "devices": [{"letters": "A", "name": "a",
         "numbers": "decimal", "holds": "word", "type": "uint"}, {)";
     const std::string fields[] = {R"("letters": "B")", R"("numbers": "decimal")",
-                                  R"("holds": "word")"};
+                                  R"("holds": "word")", R"("type": "uint")"};
     for (const auto& row : rows) {
         std::string json = row.json;
         if (json.front() != '{') {
-            json = start + json + R"(, "name": "b", "type": "uint")";
+            json = start + json + R"(, "name": "b")";
             for (const std::string& field : fields) {
                 const std::string key = field.substr(0, field.find(':'));
                 json += std::string(row.json).find(key) == std::string::npos ? ", " + field : "";

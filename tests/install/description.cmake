@@ -11,18 +11,19 @@ execute_process(COMMAND ${CMAKE_COMMAND} -G ${generator} -S ${directory} -B ${di
     OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 
 # text  what the file has instead
-# told  a pattern of what follows the file's name
+# told  a pattern of what is said
 function(expect_failure text told)
     file(WRITE ${json} "${text}")
     execute_process(COMMAND ${CMAKE_COMMAND} --build ${directory}/build
         RESULT_VARIABLE failed OUTPUT_VARIABLE output ERROR_VARIABLE output)
-    if(NOT failed OR NOT output MATCHES "minimal\\.json:${told}")
+    if(NOT failed OR NOT output MATCHES "${told}")
         message(SEND_ERROR "not '${told}' for\n${text}\nbut: ${output}")
     endif()
 endfunction()
 
-expect_failure("{\"protocol\": \"minimal\"\n ${devices}}" "2:2: Missing ','")
-expect_failure("{\"protocol\": \"minimal\",\n${devices},\n}" "2: JSON has no")
-expect_failure("{\n\n// the devices\n${devices}}" "3: JSON has no")
-expect_failure("[${devices}]" "1:[0-9]+: ")
-expect_failure("[1]" "1:1: A description is")
+expect_failure("{\"protocol\": \"minimal\"\n ${devices}}" "minimal\\.json:2:2: Missing ','")
+expect_failure("{\"protocol\": \"minimal\",\n${devices},\n}" "minimal\\.json:2: JSON has no")
+expect_failure("{\n\n// the devices\n${devices}}" "minimal\\.json:3: JSON has no")
+expect_failure("[${devices}]" "minimal\\.json:1:[0-9]+: ")
+expect_failure("[1]" "minimal\\.json:1:1: A description is")
+expect_failure("{\"protocol\": \"minimal\",\n${devices}}}" "libminimal\\.so is no plug-in")
