@@ -22,10 +22,10 @@ PANEL_DRIVER names) is used. Without a description, name devices with --word and
 --bit. Enough devices for a full block must follow each.
 
 WIDTHS is "none" or a list from bit,byte,word,dword,quad,block,group. --read and
---write say which widths the driver serves, and override the description. Those
-widths have to work; the others are skipped. When neither says whether a width
-is served, it is tried: it is skipped if the request returns no result and no
-error, and sends nothing.
+--write say which widths the driver serves, in every area, and override the
+description. Those widths have to work; the others are skipped. When neither
+says whether a width is served, it is tried: it is skipped if the request
+returns no result and no error, and sends nothing.
 
 No controller is connected, so the program cannot tell a right reply from a
 wrong one. It checks that the driver asks for a full block, not that the driver

@@ -81,6 +81,9 @@ Shorthand shorthandFrom(const QString& definition)
 QStringList itemsOf(const QString& line)
 {
     static const QRegularExpression item(QString("(?:%1|[^;\"])+").arg(Quote));
+    static const QRegularExpression quote(Quote);
+    if (QString(line).remove(quote).contains('"'))
+        throw std::invalid_argument("the closing quote is missing");
     QStringList items;
     for (auto found = item.globalMatch(line); found.hasNext();)
         items << found.next().captured().trimmed();
@@ -201,7 +204,9 @@ std::vector<Story> readStories(std::istream& file)
     };
     for (std::string line; std::getline(file, line);) {
         ++number;
-        const size_t begin = line.find_first_not_of(" \t\r");
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        const size_t begin = line.find_first_not_of(" \t");
         if (begin == std::string::npos || line[begin] == '#')
             continue;
         try {

@@ -3,6 +3,7 @@
 #ifndef DRIVERS_BASICDRIVER_H
 #define DRIVERS_BASICDRIVER_H
 
+#include "drivers/abstractdeviceinterface.h"
 #include "drivers/devicesetting.h"
 #include "drivers/driverinterface.h"
 #include "drivers/errortexts.h"

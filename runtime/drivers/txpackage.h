@@ -9,10 +9,14 @@
 #include <QString>
 #include <vector>
 
-/// The bytes of a frame and a list of section sizes, one entry per section. Sections lie back to
-/// back from byte 0. An entry of 0 or more is a size in bytes; an entry -k says that the size is
-/// stored in the frame, as the signed number in the first four bytes of section k, least
-/// significant byte first; k may be the number of the section itself.
+/// The bytes of a frame and a list of section sizes, one entry per section; sections are numbered
+/// from 0. An entry of 0 or more is a size in bytes; an entry -k says that the size is stored in
+/// the frame, as the signed number in the first four bytes of section k, least significant byte
+/// first; k is 1 or more, and may be the number of the section itself.
+///
+/// A section begins at the sum of the entries before it, as stored. So sections with sizes lie back
+/// to back from byte 0, and what follows an entry -k begins k bytes before that section: such an
+/// entry is mostly the last.
 ///
 /// Appending keeps bytes and entries in step; setData and setSectionSize set one or the other
 /// alone. A section number that is not valid gives size 0 and no bytes.
@@ -68,7 +72,8 @@ public:
 
     /// The size of section n in bytes, stored in its entry or in the frame. 0 when the section that
     /// should store it does not exist or has less than four bytes, and when several sections name
-    /// each other in a circle.
+    /// each other in a circle. A size stored in the frame comes as it is: it may be negative, or
+    /// more than the frame holds. dataAt() is safe in either case.
     int sectionSize(int n) const;
 
     /// The bytes of section n, fewer where the frame ends first.

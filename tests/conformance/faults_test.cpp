@@ -140,6 +140,8 @@ TEST(Stories, AreRefusedWithLineAndReason)
         {"define a = a\na\n read word D0 1\n a\n", "4: neither a call nor a shorthand: a"},
         {"define open\n", "1: not define PATTERN = ITEMS"},
         {"a\n read word D0 1\n write CR\n", "3: neither a call nor a shorthand: write CR"},
+        {"a\n read word D0 1\n write \"abc; delay\n", "3: the closing quote is missing"},
+        {"a\r\n read word D0 1\r\n open\r\n", "3: neither a call nor a shorthand: open"},
         {"a\n read word D0 1\n delay 9999999999\n",
          "3: neither a call nor a shorthand: delay 9999999999"},
         {"a\n read word D0 1\n write \"C\\q\"\n", "3: there is no escape \\q"},

@@ -19,7 +19,8 @@ class DRIVER_KIT_EXPORT DeviceText
 public:
     enum { MaxLength = 31 };
 
-    /// Takes apart a text of up to MaxLength characters; a longer one has no symbol and no number.
+    /// Takes apart a text of up to MaxLength characters; a longer one counts as empty, and is not
+    /// plain.
     explicit DeviceText(const QByteArray& text);
     explicit DeviceText(const QString& text);
 
@@ -31,7 +32,7 @@ public:
     int symbolLength() const { return m_symbolLength; }
     bool hasSymbol(const char* symbol) const; ///< these letters and no others, ignoring case
 
-    /// Whether nothing but digits follows the symbol, possibly none at all.
+    /// Whether nothing but up to 18 digits follows the symbol, possibly none at all.
     bool isPlain() const { return m_number >= 0; }
 
     /// Whether at least one digit follows it, and nothing else.
@@ -44,7 +45,8 @@ public:
     int digitCount() const { return m_length - m_symbolLength; } ///< of a plain text
     qint64 number() const { return m_number; } ///< 0 without digits, -1 when not plain
 
-    /// The text of another device of the same symbol, with no fewer digits than this one has.
+    /// The text of another device of the same symbol, its number 0 or more, with no fewer digits
+    /// than this one has.
     QByteArray at(qint64 number) const;
 
 private:

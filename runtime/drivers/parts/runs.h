@@ -16,8 +16,8 @@ enum Numbering {
     CountsByChannel ///< channel x 100 + bit, bits 00 to 15: 114, 115, 200
 };
 
-/// The number of the device `steps` after `number`. A bit above 15 counts as the last of its
-/// channel.
+/// The number of the device `steps` after `number`; both are 0 or more. A bit above 15 counts as
+/// the last of its channel, and is kept by 0 steps.
 DRIVER_KIT_EXPORT qint64 numberAfter(qint64 number, qint64 steps, Numbering numbering);
 
 /// Walks along a run, part by part:

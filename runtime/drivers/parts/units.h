@@ -19,7 +19,8 @@ DRIVER_KIT_EXPORT qint64 devicesFor(qint64 bits, int deviceBits);
 /// Appends a value in 1 to 4 bytes, least significant byte first.
 DRIVER_KIT_EXPORT void appendValue(QByteArray* data, quint32 value, int bytes);
 
-/// Value `index` of data that holds values of 1 to 4 bytes. Bytes beyond the end count as 0.
+/// Value `index`, 0 or more, of data that holds values of 1 to 4 bytes. Bytes beyond the end count
+/// as 0.
 DRIVER_KIT_EXPORT quint32 valueAt(const QByteArray& data, int index, int bytes);
 
 } // namespace driverkit

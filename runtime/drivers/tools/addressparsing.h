@@ -15,6 +15,7 @@ DRIVER_KIT_EXPORT QByteArray ExtractPrefixSymbol(const QByteArray& text);
 
 /// The number that runs from the first digit of the base to the end of the text: 500 for MR500.
 /// In base 16 the letters A to F are digits, also those of a symbol: H1F gives 31, DM1F gives 0.
+/// The number may begin with 0x there.
 ///
 /// base   10, 16 or 8; any other gives -1
 /// Returns 0, which looks like a real 0, when there is no number, when anything follows it, or when

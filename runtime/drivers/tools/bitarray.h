@@ -3,6 +3,9 @@
 // Bit 0 is the least significant bit. In a packed array bit n is bit n % 8 of byte n / 8. In an
 // expanded array each bit is a byte of its own, 0 or 1. A number or count that is negative or
 // reaches outside an array reads as false or as an empty array, and changes nothing.
+//
+// Give a char buffer as QByteArray::fromRawData(): converted by the compiler it would end at its
+// first zero byte.
 #ifndef DRIVERS_TOOLS_BITARRAY_H
 #define DRIVERS_TOOLS_BITARRAY_H
 

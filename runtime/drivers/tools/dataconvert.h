@@ -1,5 +1,8 @@
 // Turns the little-endian byte arrays of the runtime into the forms that protocols need, and back.
 // Bytes that padding adds are zero and come at the end.
+//
+// Give a char buffer as QByteArray::fromRawData(): converted by the compiler it would end at its
+// first zero byte.
 #ifndef DRIVERS_TOOLS_DATACONVERT_H
 #define DRIVERS_TOOLS_DATACONVERT_H
 
