@@ -218,7 +218,7 @@ Totals totalsOf(const std::vector<ExplainedRequest>& requests)
 std::chrono::microseconds timeOnLine(int characters, const host::LineSettings& line)
 {
     const std::int64_t bits = std::int64_t(characters) * host::bitsPerCharacter(line);
-    return std::chrono::microseconds(bits * 1000000 / line.baud);
+    return std::chrono::microseconds((bits * 1000000 + line.baud / 2) / line.baud);
 }
 
 int leastTimeoutMs(const Totals& totals, const host::LineSettings& line)

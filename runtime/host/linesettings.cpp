@@ -16,13 +16,14 @@ constexpr int MaxDataBits = 8;
 /// The electrical standard is the adapter's business: all three are the same device to a program.
 const char* const KindNames[] = {"RS232", "RS422", "RS485"};
 
-bool isKind(const QString& field)
+/// Null for another word.
+const char* kindNamed(const QString& field)
 {
     for (const char* name : KindNames) {
         if (field == QLatin1String(name))
-            return true;
+            return name;
     }
-    return false;
+    return nullptr;
 }
 
 std::optional<Parity> parityFrom(int code)
@@ -85,7 +86,8 @@ std::optional<LineSettings> lineSettingsFromText(const QString& text, QString* e
     const auto parity = parityFrom(codeOf(driverkit::ParityCodes, fields[2]));
     const int dataBits = numberOf(fields[3]);
     const auto stopBits = stopBitsFrom(codeOf(driverkit::StopBitsCodes, fields[4]));
-    if (!isKind(fields[0]))
+    const char* const kind = kindNamed(fields[0]);
+    if (!kind)
         return bad("kind", fields[0], "RS232, RS422 or RS485");
     if (baud <= 0)
         return bad("baud rate", fields[1], "a number above 0");
@@ -95,13 +97,13 @@ std::optional<LineSettings> lineSettingsFromText(const QString& text, QString* e
         return bad("number of data bits", fields[3], "5 to 8");
     if (!stopBits)
         return bad("number of stop bits", fields[4], "1 or 2");
-    return LineSettings{baud, *parity, dataBits, *stopBits};
+    return LineSettings{baud, *parity, dataBits, *stopBits, kind};
 }
 
 QString textOf(const LineSettings& line)
 {
     return QStringLiteral("%1,%2,%3,%4,%5")
-        .arg(QLatin1String(KindNames[0]))
+        .arg(QLatin1String(line.kind))
         .arg(line.baud)
         .arg(QLatin1String(driverkit::wordOf(driverkit::ParityCodes, int(line.parity))))
         .arg(line.dataBits)
@@ -133,7 +135,7 @@ std::optional<LineSettings> lineSettingsFrom(const DeviceSetting& setting, QStri
         return bad("parity code", setting.parity);
     if (!stopBits)
         return bad("stop-bit code", setting.stopbits);
-    return LineSettings{setting.baudrate, *parity, setting.databits, *stopBits};
+    return LineSettings{setting.baudrate, *parity, setting.databits, *stopBits, KindNames[0]};
 }
 
 } // namespace host

@@ -30,6 +30,7 @@ struct LineSettings {
     Parity parity = Parity::Even;
     int dataBits = 8; ///< 5 to 8
     StopBits stopBits = StopBits::One;
+    const char* kind = "RS232"; ///< or RS422 or RS485; the adapter's business, and only shown
 };
 
 /// Reads the text form: kind, baud rate, parity, data bits and stop bits, such as
@@ -38,7 +39,7 @@ struct LineSettings {
 /// error  receives a sentence that names the bad field; untouched on success
 std::optional<LineSettings> lineSettingsFromText(const QString& text, QString* error);
 
-/// The text form, such as "RS232,9600,EVEN,8,1"; the kind is always RS232.
+/// The text form, such as "RS232,9600,EVEN,8,1".
 QString textOf(const LineSettings& line);
 
 /// The bits of one character on the line: start bit, data bits, parity bit and stop bits.

@@ -1,5 +1,6 @@
 #include "host/portaddress.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 
 namespace host
@@ -109,6 +110,9 @@ std::optional<PortAddress> portAddressFromText(const QString& text, QString* err
 std::optional<PortAddress> listenAddressFromText(const QString& text, QString* error)
 {
     const bool isPortAlone = !text.contains(QLatin1Char(':'));
+    const auto isOfAnAddress = [](QChar c) { return c == QLatin1Char('.') || c.isLetter(); };
+    if (isPortAlone && std::any_of(text.begin(), text.end(), isOfAnAddress))
+        return refuse(error, text, "the port is missing, as in 127.0.0.1:8501");
     const std::optional<HostAndPort> parts =
         isPortAlone ? HostAndPort{QStringLiteral("127.0.0.1"), text} : hostAndPort(text);
     if (!parts)

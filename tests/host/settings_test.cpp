@@ -114,6 +114,7 @@ TEST(ListenText, IsAnAddressOrARefusal)
         {"[::1]:0", "tcp:[::1]", ""},
         {"::1:0", nullptr, "\"::1:0\": an IPv6 address must be in brackets, as in [::1]:8501"},
         {":8501", nullptr, "\":8501\": the address is missing, as in 0.0.0.0:8501"},
+        {"10.0.0.1", nullptr, "\"10.0.0.1\": the port is missing, as in 127.0.0.1:8501"},
         {"[::1]", nullptr, "\"[::1]\": the port number is not between 0 and 65535"},
         {"4294967297", nullptr, "\"4294967297\": the port number is not between 0 and 65535"},
         {"", nullptr, "\"\": the port number is not between 0 and 65535"},
