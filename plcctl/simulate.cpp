@@ -12,6 +12,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <csignal>
 #include <cstdio>
 
 namespace plcctl
@@ -79,17 +80,22 @@ std::string openLines(simulator::Server& server, const SimulateOptions& options)
 
 int simulate(const SimulateOptions& options)
 {
-    // The link must be gone in the end.
+    // The link must be gone in the end, and the reader of the traffic may leave before that.
+    std::signal(SIGPIPE, SIG_IGN);
     const StopSignal stop(StopSignal::Second::IsIgnored);
     bench::SimulatedController controller(options.protocol, options.controller,
                                           options.verbose ? printTrace : simulator::TrafficLog());
+    if (!options.line.empty() && options.tcp && !options.ptyLink)
+        throw bench::wrongUsage("--line is for a pseudo-terminal; TCP has no line settings",
+                                "Add --pty LINK, or omit --line.");
     if (!options.line.empty())
         controller.server().requireLineForm(parseLine(options.line));
     const std::string places = openLines(controller.server(), options);
     controller.server().start();
     // One line that other programs wait for.
     std::printf("listening on %s\n", places.c_str());
-    std::fflush(stdout);
+    if (std::fflush(stdout) != 0)
+        throw bench::Failure(bench::FailureKind::CannotOpen, "can't write to standard output");
     stop.waitFor(StopSignal::Forever);
     return Success;
 }

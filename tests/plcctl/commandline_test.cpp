@@ -127,6 +127,8 @@ TEST(Outcome, OfMisuse)
         {"CheckAsCsv", "check DM7 -f csv", 2, "", "--format"},
         {"ManualWithoutAPlace", "--generate man", 2, "", "needs man DIRECTORY, bash"},
         {"NoSuchCompletion", "--generate fish", 2, "", "needs man DIRECTORY, bash"},
+        {"LineOfAConnection", "simulate --tcp 0 --line RS232,9600,EVEN,8,1", 2, "",
+         "--line is for a pseudo-terminal"},
         {"UnknownMovement", "simulate --move DM0=saw/1s", 2, "", "--move: DM0: \"saw\""},
     });
 }
@@ -375,6 +377,7 @@ TEST(Log, ThatCannotBeWrittenEndsTheCommand)
         {"watch DM7 -i 1ms -f csv", ">/dev/full", 1},
         {"watch DM7 -i 1ms", ">/dev/full", 1},
         {"read DM7", ">/dev/full", 1},
+        {"simulate", ">/dev/full", 1},
         {"read DM7", ">&-", 1},
         {"read DM7", "<&- >&- 2>&-", 0},
     };

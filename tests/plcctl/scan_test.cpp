@@ -60,6 +60,8 @@ TEST(Explain, ShowsAShortTableAndTheWholeInJson)
     EXPECT_EQ(json.at("totals").at("leastTimeoutMs"), 19);
     const Result binary = plcctl("explain read HR250 -c 50 --driver " MODBUS_DRIVER);
     EXPECT_NE(binary.out.find("  01 03 00 FA 00 32 E4 2E  "), std::string::npos) << binary.out;
+    EXPECT_NE(plcctl("explain read DM7 -l rs485,9600,EVEN,8,1").out.find(" at RS485,9600,EVEN,8,1"),
+              std::string::npos);
     expectOutcomes({
         {"Refused", "explain read DM99999", 1, "", "Response During an Error"},
         {"NoValues", "explain write DM7", 2, "", "needs a device and its values"},
