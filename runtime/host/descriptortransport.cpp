@@ -30,6 +30,8 @@ DescriptorTransport::DescriptorTransport()
 
 DescriptorTransport::~DescriptorTransport()
 {
+    if (isInterrupted())
+        dropUnsent();
     close();
     ::close(m_wakeUp);
 }
@@ -98,6 +100,12 @@ void DescriptorTransport::interrupt()
     [[maybe_unused]] const ssize_t written = ::write(m_wakeUp, &one, sizeof one);
 }
 
+bool DescriptorTransport::isInterrupted() const
+{
+    pollfd wakeUp = {m_wakeUp, POLLIN, 0};
+    return ::poll(&wakeUp, 1, 0) == 1;
+}
+
 DescriptorTransport::Wait DescriptorTransport::waitUntil(int descriptor, short events,
                                                          qint64 deadlineMs) const
 {
@@ -115,10 +123,15 @@ DescriptorTransport::Wait DescriptorTransport::waitUntil(int descriptor, short e
 bool DescriptorTransport::fail(const QString& reason)
 {
     m_failure = reason;
-    // A serial line would go on to send the rest of a command, and closing it would wait for that.
-    ::tcflush(m_descriptor, TCOFLUSH);
+    dropUnsent();
     close();
     return false;
+}
+
+/// A serial line would go on to send the rest of a command, and closing it would wait for that.
+void DescriptorTransport::dropUnsent()
+{
+    ::tcflush(m_descriptor, TCOFLUSH);
 }
 
 void DescriptorTransport::close()

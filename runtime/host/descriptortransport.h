@@ -48,6 +48,8 @@ protected:
 private:
     int takeReceived(char* buffer, int maxLength);
     bool fail(const QString& reason);
+    bool isInterrupted() const;
+    void dropUnsent();
     void close();
 
     int m_descriptor = NoDescriptor;
