@@ -283,11 +283,6 @@ struct Devices::Text {
 Devices::Devices(const DriverDescription& description)
     : m_description(description)
 {
-    for (const DeviceArea& area : description.areas) {
-        if (!typeFromText(area.type))
-            throw Failure(FailureKind::CannotOpen, "the driver's description of " + area.letters +
-                                                       " has the unknown type '" + area.type + "'");
-    }
 }
 
 bool Devices::isRange(const std::string& text)

@@ -85,7 +85,6 @@ class Devices
 {
 public:
     /// description  must outlive this object and every device that it makes
-    /// Throws a Failure (CannotOpen) when an area has a natural type that does not exist.
     explicit Devices(const host::DriverDescription& description);
 
     const host::DriverDescription& description() const { return m_description; }

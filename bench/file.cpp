@@ -7,6 +7,7 @@
 #include <QFileInfo>
 
 #include <sstream>
+#include <unistd.h>
 
 namespace bench
 {
@@ -33,31 +34,39 @@ void requireUtf8(const std::string& name, const std::string& text)
     }
 }
 
-std::string contentOf(const std::string& path, const std::string& name)
+/// file  just opened, whether that succeeded or not
+std::string allOf(QFile& file, const std::string& name)
 {
-    QFile file(QFile::decodeName(path.c_str()));
-    if (QFileInfo(file).isDir())
-        throw Failure(FailureKind::CannotOpen, "can't read " + name + ": it is a folder");
-    const QByteArray content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    const QByteArray content = file.isOpen() ? file.readAll() : QByteArray();
     if (file.error() != QFileDevice::NoError)
         throw Failure(FailureKind::CannotOpen,
                       "can't read " + name + ": " + file.errorString().toStdString());
     return content.toStdString();
 }
 
+TextFile standardInput()
+{
+    const std::string name = "standard input";
+    QFile file;
+    file.open(STDIN_FILENO, QIODevice::ReadOnly);
+    return {name, allOf(file, name)};
+}
+
 } // namespace
 
 std::string contentOf(const std::string& path)
 {
-    return contentOf(path, path);
+    QFile file(QFile::decodeName(path.c_str()));
+    if (QFileInfo(file).isDir())
+        throw Failure(FailureKind::CannotOpen, "can't read " + path + ": it is a folder");
+    file.open(QIODevice::ReadOnly);
+    return allOf(file, path);
 }
 
 TextFile readTextFile(const std::string& path)
 {
     static const std::string ByteOrderMark = "\xEF\xBB\xBF";
-    const bool isInput = path == "-";
-    TextFile file{isInput ? "standard input" : path, ""};
-    file.text = contentOf(isInput ? "/dev/stdin" : path, file.name);
+    TextFile file = path == "-" ? standardInput() : TextFile{path, contentOf(path)};
     if (startsWith(file.text, ByteOrderMark))
         file.text.erase(0, ByteOrderMark.size());
     requireUtf8(file.name, file.text);

@@ -52,6 +52,8 @@ std::string limitText(const Point& point, double limit)
 /// Fails where a number is outside the limits by more than `tolerance`.
 void checkLimits(const Point& point, double number, double tolerance, const std::string& text)
 {
+    if ((point.min || point.max) && !std::isfinite(number))
+        throw wrongUsage(point.name + ": " + text + " is not within its limits");
     if (point.max && number > *point.max + tolerance)
         throw wrongUsage(point.name + ": " + text + " is above its maximum, " +
                          limitText(point, *point.max));

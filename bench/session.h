@@ -56,7 +56,9 @@ public:
     /// Called when a request has failed for good, before the port is asked why.
     std::function<void()> beforeFailure;
 
-    /// Asked between requests; when it says true, the rest of them fail without being sent.
+    /// Asked between requests; when it says true, the rest of them fail without being sent. Also
+    /// asked during the pause before an attempt, which then ends at once; interrupt the port too,
+    /// or the attempt is made.
     std::function<bool()> isStopped;
 
     const Driver& driver() const { return m_driver; }

@@ -193,9 +193,12 @@ std::vector<std::string> refusals(const std::vector<SnapshotValue>& written,
     std::set<const Point*> refused; // one that several values share says so once
     for (const SnapshotValue& value : written) {
         tagsByPlace.forEachAt(extentOf(value.point.device), [&](const Extent&, const Point& tag) {
-            const std::string why = refusal(tag, value, valuesByPlace);
-            if (!why.empty() && refused.insert(&tag).second)
-                found.push_back(why);
+            const std::string why =
+                refused.count(&tag) > 0 ? std::string() : refusal(tag, value, valuesByPlace);
+            if (why.empty())
+                return;
+            refused.insert(&tag);
+            found.push_back(why);
         });
     }
     return found;

@@ -24,7 +24,8 @@ const char* const StoriesHelp = R"(Story files:
                               or a code
     write WIDTH DEVICE BYTES  such as 23 00 01 02, low byte first; or nothing
   Port calls:
-    delay [N]                 asks for the pause; the port answers N ms, or 0
+    delay [N]                 asks for the pause; the port answers N ms, or 0;
+                              numbers have at most 9 digits
     retry N                   asks for the retries; the port answers N
     option N VALUE            sets an option to an integer
     write "BYTES"             sends the bytes

@@ -203,6 +203,8 @@ TEST(Restore, RefusesBeforeAnythingIsWritten)
          "a.txt, line 2: setpoint: 80.1 is above its maximum, 80 bar\n"
          "plcctl: the tags refuse 2 changes; nothing was written\n"},
         {"DM11:uint 801\n", "a.txt, line 1: setpoint: 80.1 is above its maximum, 80 bar"},
+        {"DM20:uint 0 32704\n", "a.txt, line 1: level: nan is not within its limits"},
+        {"DM20:uint 0 32640\n", "a.txt, line 1: level: inf is not within its limits"},
         {"DM11:uint 800\nDM20:uint 0 16969\n",
          "a.txt, line 2: level: 50.25 is above its maximum, 50\n"
          "plcctl: the tags refuse 1 change; nothing was written\n"},
