@@ -50,11 +50,18 @@ void addOnce(std::vector<LineSettings>& lines, const LineSettings& line)
 }
 
 /// One after the other at all speeds, the preferred speed first.
-void addSpeeds(std::vector<LineSettings>& lines, const CharacterForm& form, int preferredBaud)
+void addSpeeds(std::vector<LineSettings>& lines, const CharacterForm& form,
+               const LineSettings& preferred)
 {
-    addOnce(lines, {preferredBaud, form.parity, form.dataBits, form.stopBits});
-    for (const int baud : Speeds)
-        addOnce(lines, {baud, form.parity, form.dataBits, form.stopBits});
+    LineSettings line = preferred;
+    line.dataBits = form.dataBits;
+    line.parity = form.parity;
+    line.stopBits = form.stopBits;
+    addOnce(lines, line);
+    for (const int baud : Speeds) {
+        line.baud = baud;
+        addOnce(lines, line);
+    }
 }
 
 /// Hands all calls on and takes the time from each command to the end of its reply.
@@ -222,9 +229,9 @@ bool isFound(ProbeOutcome outcome)
 std::vector<LineSettings> linesToTry(const LineSettings& preferred)
 {
     std::vector<LineSettings> lines;
-    addSpeeds(lines, {preferred.dataBits, preferred.parity, preferred.stopBits}, preferred.baud);
+    addSpeeds(lines, {preferred.dataBits, preferred.parity, preferred.stopBits}, preferred);
     for (const CharacterForm& form : Forms)
-        addSpeeds(lines, form, preferred.baud);
+        addSpeeds(lines, form, preferred);
     return lines;
 }
 

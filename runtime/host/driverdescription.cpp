@@ -47,14 +47,6 @@ const Named<DriverDataType> widths[] = {
     {"dword", DataDoubleWord},
 };
 
-/// Of one device without a type of its own; only areas of bits have bool.
-const QStringList& types()
-{
-    static const QStringList Types = {"bool", "byte",  "int",   "uint", "word",
-                                      "dint", "udint", "dword", "real"};
-    return Types;
-}
-
 template <typename Value, std::size_t Count>
 const char* nameIn(const Named<Value> (&table)[Count], Value value)
 {
@@ -185,8 +177,8 @@ Widths widthsIn(const Fields& fields, const char* key, Holds holds)
 std::string typeIn(const Fields& fields, Holds holds)
 {
     const std::string type = fields.text("type");
-    if (!types().contains(QString::fromStdString(type)))
-        fields.refuse("type", QStringLiteral("one of ") + types().join(QLatin1String(", ")));
+    if (!areaTypes().contains(QString::fromStdString(type)))
+        fields.refuse("type", QStringLiteral("one of ") + areaTypes().join(QLatin1String(", ")));
     if ((type == "bool") != (holds == Holds::Bit))
         fields.refuse("type", holds == Holds::Bit ? QStringLiteral("bool, as an area of bits needs")
                                                   : QStringLiteral("a number, which bool is not"));
@@ -297,6 +289,13 @@ const DeviceArea* DriverDescription::area(const std::string& letters) const
         return area.letters == upper(letters);
     });
     return found == areas.end() ? nullptr : &*found;
+}
+
+const QStringList& areaTypes()
+{
+    static const QStringList Types = {"bool", "byte",  "int",   "uint", "word",
+                                      "dint", "udint", "dword", "real"};
+    return Types;
 }
 
 std::string knownAreaKeys()

@@ -50,6 +50,7 @@
 #include "drivers/communicatorcommand.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <cstdint>
 #include <map>
@@ -115,6 +116,9 @@ struct DriverDescription {
     /// The area of these letters, in any case; null if the driver has no such area.
     const DeviceArea* area(const std::string& letters) const;
 };
+
+/// The names that `type` may have: IEC 61131-3 types. Only areas of bits have bool.
+const QStringList& areaTypes();
 
 /// The keys that a row of an area may have, separated by commas.
 std::string knownAreaKeys();

@@ -135,7 +135,7 @@ std::optional<LineSettings> lineSettingsFrom(const DeviceSetting& setting, QStri
         return bad("parity code", setting.parity);
     if (!stopBits)
         return bad("stop-bit code", setting.stopbits);
-    return LineSettings{setting.baudrate, *parity, setting.databits, *stopBits, KindNames[0]};
+    return LineSettings{setting.baudrate, *parity, setting.databits, *stopBits};
 }
 
 } // namespace host

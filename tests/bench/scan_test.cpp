@@ -112,6 +112,9 @@ TEST(Scan, EndsWhenItIsStopped)
         ++probes;
         return ProbeResult{};
     };
+    EXPECT_STREQ(
+        linesToTry({9600, host::Parity::Even, 8, host::StopBits::One, "RS485"}).back().kind,
+        "RS485");
     EXPECT_TRUE(scan(linesToTry(host::LineSettings()), ScanOptions(), probe, events).empty());
     EXPECT_EQ(probes, 3);
 }

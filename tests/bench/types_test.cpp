@@ -30,6 +30,8 @@ TEST(Types, HaveNames)
         const auto type = typeFromText(row.text);
         EXPECT_EQ(type ? nameOf(*type) : "", row.name) << row.text;
     }
+    for (const QString& name : host::areaTypes())
+        EXPECT_TRUE(typeFromText(name.toStdString())) << qPrintable(name);
     const std::string refusal = tests::refusal([] { typeNamed("rael"); });
     EXPECT_EQ(refusal.find("there is no type 'rael'. Did you mean real? Types are bool, "), 0u)
         << refusal;
